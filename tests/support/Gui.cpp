@@ -1,0 +1,280 @@
+#include "support/Gui.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+namespace krn::test {
+
+bool PumpUntil(const std::function<bool()>& done, DWORD timeoutMs)
+{
+    const DWORD start = GetTickCount();
+    for (;;) {
+        MSG msg;
+        while (PeekMessageW(&msg, nullptr, 0, 0, PM_REMOVE)) {
+            TranslateMessage(&msg);
+            DispatchMessageW(&msg);
+        }
+        if (done())
+            return true;
+        const DWORD elapsed = GetTickCount() - start;
+        if (elapsed >= timeoutMs)
+            return done();
+        MsgWaitForMultipleObjects(0, nullptr, FALSE, std::min<DWORD>(10, timeoutMs - elapsed), QS_ALLINPUT);
+    }
+}
+
+void PumpFor(DWORD ms)
+{
+    PumpUntil([] { return false; }, ms);
+}
+
+std::wstring WindowText(HWND window)
+{
+    const int length = GetWindowTextLengthW(window);
+    std::wstring text(static_cast<size_t>(length) + 1, L'\0');
+    text.resize(static_cast<size_t>(GetWindowTextW(window, text.data(), length + 1)));
+    return text;
+}
+
+std::wstring ClassName(HWND window)
+{
+    wchar_t name[256] = {};
+    GetClassNameW(window, name, 256);
+    return name;
+}
+
+MessageBoxInfo ReadMessageBox(HWND box)
+{
+    MessageBoxInfo info;
+    info.caption = WindowText(box);
+    if (HWND text = GetDlgItem(box, 0xFFFF))
+        info.text = WindowText(text);
+    for (int id : {IDOK, IDCANCEL, IDABORT, IDRETRY, IDIGNORE, IDYES, IDNO, IDTRYAGAIN, IDCONTINUE})
+        if (GetDlgItem(box, id))
+            info.buttons.push_back(id);
+    // The icon's control id differs between Windows and Wine: compare handles.
+    static const LPCWSTR kIcons[] = {IDI_EXCLAMATION, IDI_QUESTION, IDI_ERROR, IDI_INFORMATION};
+    for (HWND child = GetWindow(box, GW_CHILD); child; child = GetWindow(child, GW_HWNDNEXT)) {
+        if (ClassName(child) != L"Static" || (GetWindowLongW(child, GWL_STYLE) & SS_TYPEMASK) != SS_ICON)
+            continue;
+        const HICON shown = reinterpret_cast<HICON>(SendMessageW(child, STM_GETICON, 0, 0));
+        for (LPCWSTR icon : kIcons)
+            if (shown && shown == LoadIconW(nullptr, icon))
+                info.icon = icon;
+    }
+    return info;
+}
+
+namespace {
+thread_local DialogDriver* activeDriver = nullptr;
+}
+
+DialogDriver::DialogDriver(DWORD timeoutMs) : timeoutMs_(timeoutMs), lastProgress_(GetTickCount())
+{
+    activeDriver = this;
+    timer_ = SetTimer(nullptr, 0, 15, &DialogDriver::OnTimer);
+}
+
+DialogDriver::~DialogDriver()
+{
+    if (timer_)
+        KillTimer(nullptr, timer_);
+    if (activeDriver == this)
+        activeDriver = nullptr;
+}
+
+DialogDriver& DialogDriver::Expect(std::wstring caption, Action action)
+{
+    steps_.push_back({std::move(caption), std::move(action)});
+    lastProgress_ = GetTickCount();
+    return *this;
+}
+
+DialogDriver& DialogDriver::AnswerMessageBox(std::wstring caption, int button, MessageBoxInfo* seen)
+{
+    return Expect(std::move(caption), [button, seen](HWND box) {
+        if (seen)
+            *seen = ReadMessageBox(box);
+        Click(box, button);
+    });
+}
+
+void DialogDriver::Click(HWND dialog, int id)
+{
+    if (HWND control = GetDlgItem(dialog, id))
+        PostMessageW(control, BM_CLICK, 0, 0);
+    else
+        PostMessageW(dialog, WM_COMMAND, MAKEWPARAM(id, BN_CLICKED), 0);
+}
+
+void CALLBACK DialogDriver::OnTimer(HWND, UINT, UINT_PTR, DWORD)
+{
+    if (activeDriver)
+        activeDriver->Tick();
+}
+
+HWND DialogDriver::TopDialog() const
+{
+    const DWORD thread = GetCurrentThreadId();
+    for (HWND w = GetTopWindow(nullptr); w; w = GetWindow(w, GW_HWNDNEXT)) {
+        if (GetWindowThreadProcessId(w, nullptr) != thread || !IsWindowVisible(w) || !IsWindowEnabled(w))
+            continue;
+        if (ClassName(w) == L"#32770")
+            return w;
+    }
+    return nullptr;
+}
+
+void DialogDriver::Tick()
+{
+    HWND top = TopDialog();
+    if (lastActedOn_ && top == lastActedOn_ && IsWindow(top))
+        return;  // still closing after the last step
+    if (top && next_ < steps_.size() && WindowText(top) == steps_[next_].caption) {
+        lastActedOn_ = top;
+        lastProgress_ = GetTickCount();
+        Step step = steps_[next_++];
+        step.action(top);
+        return;
+    }
+    if (GetTickCount() - lastProgress_ < timeoutMs_)
+        return;
+    // Timed out: say what was expected and what was there, and get out.
+    std::wstring failure = next_ < steps_.size() ? L"expected a dialog \"" + steps_[next_].caption + L"\""
+                                                 : std::wstring(L"no more dialogs expected");
+    failure += top ? L", found \"" + WindowText(top) + L"\"" : std::wstring(L", found none");
+    if (top) {
+        failure += L" (ended)";
+        if (ClassName(top) == L"#32770")
+            EndDialog(top, IDCANCEL);
+        PostMessageW(top, WM_COMMAND, IDCANCEL, 0);
+        failures_.push_back(failure);
+        lastProgress_ = GetTickCount() - timeoutMs_ + 500;  // retry the next one soon
+    } else if (failures_.empty() || failures_.back() != failure) {
+        failures_.push_back(failure);
+    }
+}
+
+std::string DialogDriver::Report() const
+{
+    std::string report;
+    auto narrow = [](const std::wstring& w) {
+        std::string s(static_cast<size_t>(WideCharToMultiByte(CP_UTF8, 0, w.c_str(), -1, nullptr, 0, nullptr, nullptr)), '\0');
+        WideCharToMultiByte(CP_UTF8, 0, w.c_str(), -1, s.data(), static_cast<int>(s.size()), nullptr, nullptr);
+        s.resize(s.size() ? s.size() - 1 : 0);
+        return s;
+    };
+    for (const auto& f : failures_)
+        report += narrow(f) + "\n";
+    if (next_ < steps_.size())
+        report += "steps not reached: " + std::to_string(steps_.size() - next_) + ", next \"" +
+                  narrow(steps_[next_].caption) + "\"\n";
+    return report;
+}
+
+COLORREF Pixels::at(int x, int y) const
+{
+    if (x < 0 || y < 0 || x >= width_ || y >= height_)
+        return CLR_INVALID;
+    const uint32_t p = data_[size_t(y) * width_ + x];
+    return RGB((p >> 16) & 0xFF, (p >> 8) & 0xFF, p & 0xFF);
+}
+
+bool Pixels::Save(const std::wstring& path) const
+{
+    BITMAPINFOHEADER info{sizeof info, width_, -height_, 1, 32, BI_RGB};
+    const DWORD size = static_cast<DWORD>(data_.size() * 4);
+    BITMAPFILEHEADER file{0x4D42, static_cast<DWORD>(sizeof file + sizeof info + size), 0, 0,
+                          static_cast<DWORD>(sizeof file + sizeof info)};
+    FILE* f = _wfopen(path.c_str(), L"wb");
+    if (!f)
+        return false;
+    const bool ok = fwrite(&file, sizeof file, 1, f) == 1 && fwrite(&info, sizeof info, 1, f) == 1 &&
+                    fwrite(data_.data(), size, 1, f) == 1;
+    fclose(f);
+    return ok;
+}
+
+namespace {
+
+// A 32-bpp top-down DIB section selected into a memory DC.
+class DibCanvas {
+public:
+    DibCanvas(int width, int height) : pixels_(width, height)
+    {
+        BITMAPINFO info{};
+        info.bmiHeader = {sizeof(BITMAPINFOHEADER), width, -height, 1, 32, BI_RGB};
+        dc_ = CreateCompatibleDC(nullptr);
+        bitmap_ = CreateDIBSection(dc_, &info, DIB_RGB_COLORS, &bits_, nullptr, 0);
+        old_ = SelectObject(dc_, bitmap_);
+    }
+    ~DibCanvas()
+    {
+        SelectObject(dc_, old_);
+        DeleteObject(bitmap_);
+        DeleteDC(dc_);
+    }
+    DibCanvas(const DibCanvas&) = delete;
+    DibCanvas& operator=(const DibCanvas&) = delete;
+    HDC dc() const { return dc_; }
+    Pixels Take()
+    {
+        GdiFlush();
+        if (bits_)
+            memcpy(pixels_.bits(), bits_, size_t(pixels_.width()) * pixels_.height() * 4);
+        return pixels_;
+    }
+
+private:
+    Pixels pixels_;
+    HDC dc_ = nullptr;
+    HBITMAP bitmap_ = nullptr;
+    HGDIOBJ old_ = nullptr;
+    void* bits_ = nullptr;
+};
+
+SIZE ClientSize(HWND window)
+{
+    RECT rc{};
+    GetClientRect(window, &rc);
+    return {rc.right, rc.bottom};
+}
+
+} // namespace
+
+Pixels CaptureClient(HWND window)
+{
+    const SIZE size = ClientSize(window);
+    if (size.cx <= 0 || size.cy <= 0)
+        return {};
+    DibCanvas canvas(size.cx, size.cy);
+    PrintWindow(window, canvas.dc(), PW_CLIENTONLY);
+    return canvas.Take();
+}
+
+Pixels CaptureScreen(HWND window)
+{
+    const SIZE size = ClientSize(window);
+    if (size.cx <= 0 || size.cy <= 0)
+        return {};
+    UpdateWindow(window);
+    DibCanvas canvas(size.cx, size.cy);
+    HDC source = GetDC(window);
+    BitBlt(canvas.dc(), 0, 0, size.cx, size.cy, source, 0, 0, SRCCOPY);
+    ReleaseDC(window, source);
+    return canvas.Take();
+}
+
+Pixels Render(int width, int height, COLORREF fill, const std::function<void(HDC)>& paint)
+{
+    DibCanvas canvas(width, height);
+    HBRUSH brush = CreateSolidBrush(fill);
+    RECT all{0, 0, width, height};
+    FillRect(canvas.dc(), &all, brush);
+    DeleteObject(brush);
+    paint(canvas.dc());
+    return canvas.Take();
+}
+
+} // namespace krn::test

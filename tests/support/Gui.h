@@ -1,0 +1,108 @@
+// Driving real windows from tests: a message pump that waits for a condition,
+// a driver that answers modal dialogs and message boxes raised by the code
+// under test, and pixel capture of a window.
+#pragma once
+
+#include <windows.h>
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace krn::test {
+
+// Dispatches this thread's messages until `done` returns true or the time is
+// up; returns the last value of `done`.
+bool PumpUntil(const std::function<bool()>& done, DWORD timeoutMs = 5000);
+// Dispatches whatever is queued now, for `ms` milliseconds.
+void PumpFor(DWORD ms);
+
+std::wstring WindowText(HWND window);
+std::wstring ClassName(HWND window);
+
+// What a message box shows.
+struct MessageBoxInfo {
+    std::wstring caption;
+    std::wstring text;
+    std::vector<int> buttons;  // ids of the buttons present: IDOK, IDCANCEL, IDYES, IDNO, ...
+    LPCWSTR icon = nullptr;    // IDI_EXCLAMATION, IDI_QUESTION, IDI_ERROR, IDI_INFORMATION or null
+};
+MessageBoxInfo ReadMessageBox(HWND box);
+
+// Answers the modal dialogs and message boxes that appear on this thread, in
+// order. A thread timer fires inside the dialog's own modal loop; each tick
+// looks at the topmost visible, enabled dialog of the thread and, when its
+// caption is the one the next step expects, runs the step on it. A step acts
+// by posting (never sending) so that nested modal loops do not re-enter the
+// timer. When nothing expected shows up in time, the failure is recorded and
+// whatever dialog is on top is ended, so the test fails instead of hanging.
+class DialogDriver {
+public:
+    using Action = std::function<void(HWND dialog)>;
+
+    explicit DialogDriver(DWORD timeoutMs = 10000);
+    ~DialogDriver();
+    DialogDriver(const DialogDriver&) = delete;
+    DialogDriver& operator=(const DialogDriver&) = delete;
+
+    // Adds a step for the next dialog whose caption is exactly `caption`.
+    DialogDriver& Expect(std::wstring caption, Action action);
+    // Adds a step that reads a message box and presses `button` on it.
+    DialogDriver& AnswerMessageBox(std::wstring caption, int button, MessageBoxInfo* seen = nullptr);
+
+    // All steps ran.
+    bool done() const { return next_ == steps_.size(); }
+    // Unexpected or missing dialogs, in the words a test failure should print.
+    const std::vector<std::wstring>& failures() const { return failures_; }
+    // "" when every step ran and nothing failed; otherwise a description.
+    std::string Report() const;
+
+    // Posts BM_CLICK to a dialog's control.
+    static void Click(HWND dialog, int id);
+
+private:
+    static void CALLBACK OnTimer(HWND, UINT, UINT_PTR id, DWORD);
+    void Tick();
+    HWND TopDialog() const;
+
+    struct Step {
+        std::wstring caption;
+        Action action;
+    };
+    std::vector<Step> steps_;
+    size_t next_ = 0;
+    std::vector<std::wstring> failures_;
+    HWND lastActedOn_ = nullptr;
+    UINT_PTR timer_ = 0;
+    DWORD timeoutMs_;
+    DWORD lastProgress_;
+};
+
+// A window's pixels, as COLORREF values (0x00BBGGRR).
+class Pixels {
+public:
+    Pixels() = default;
+    Pixels(int width, int height) : width_(width), height_(height), data_(size_t(width) * height) {}
+    int width() const { return width_; }
+    int height() const { return height_; }
+    COLORREF at(int x, int y) const;
+    uint32_t* bits() { return data_.data(); }
+    bool empty() const { return data_.empty(); }
+    // Writes a 32-bit BMP, to look at a failing test's picture.
+    bool Save(const std::wstring& path) const;
+
+private:
+    int width_ = 0;
+    int height_ = 0;
+    std::vector<uint32_t> data_;  // 0x00RRGGBB as stored by a 32-bpp DIB
+};
+
+// The client area through PrintWindow(PW_CLIENTONLY).
+Pixels CaptureClient(HWND window);
+// The client area as it is on screen (GetDC + BitBlt).
+Pixels CaptureScreen(HWND window);
+// Runs `paint` on a 32-bpp DIB of the given size, pre-filled with `fill`.
+Pixels Render(int width, int height, COLORREF fill, const std::function<void(HDC)>& paint);
+
+} // namespace krn::test
