@@ -42,8 +42,12 @@ bool WriteBitmap(HWND window, const wchar_t* path)
     HBITMAP bitmap = CreateDIBSection(screen, &info, DIB_RGB_COLORS, &bits, nullptr, 0);
     HDC dc = CreateCompatibleDC(screen);
     HGDIOBJ old = SelectObject(dc, bitmap);
+    // PrintWindow cannot hand a DC to another process under Wine: copy the
+    // window's area of the screen instead, with the window brought to the top.
+    SetForegroundWindow(window);
     RedrawWindow(window, nullptr, nullptr, RDW_INVALIDATE | RDW_UPDATENOW | RDW_ALLCHILDREN | RDW_FRAME);
-    const bool printed = PrintWindow(window, dc, 0) != FALSE;
+    Sleep(300);
+    const bool printed = BitBlt(dc, 0, 0, width, height, screen, rc.left, rc.top, SRCCOPY) != FALSE;
     SelectObject(dc, old);
     DeleteDC(dc);
     ReleaseDC(nullptr, screen);

@@ -1,9 +1,11 @@
 #!/bin/bash
 # Builds the program and starts it under Wine.
-# With a DISPLAY it shows there and this script returns its exit code when it
-# is closed. Without one it runs on a virtual display, saves a screenshot of
-# the main window to build/screenshot.png, closes the window and exits with
-# the program's exit code (low 8 bits).
+# With a DISPLAY it shows there until the user closes it. Without one it runs
+# on a virtual display, saves a screenshot of the main window to
+# build/screenshot.png and closes the window. Either way this script exits 0
+# when the program ended through one of its normal closing commands (OK 1,
+# Cancel or close box 2, File > Exit 32776, seen by Linux as 8) and with the
+# program's exit code otherwise.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 tools/setup.sh
@@ -12,17 +14,26 @@ RUN="$BUILD_DIR/wine-run"
 EXE="$BUILD_DIR/KRN Properties.exe"
 TITLE="Kestrune™ Properties x64"
 
+finish() {
+    echo "KRN Properties exited with $1"
+    case "$1" in
+        1|2|8) exit 0 ;;
+        *) exit "$1" ;;
+    esac
+}
+
+status=0
 if [ -n "${DISPLAY:-}" ]; then
-    exec "$RUN" "$EXE" "$@"
+    "$RUN" "$EXE" "$@" || status=$?
+    finish "$status"
 fi
 
 "$RUN" "$EXE" "$@" &
 program=$!
-status=0
 if "$RUN" "$BUILD_DIR/krn_drive.exe" wait "$TITLE" 30000; then
     sleep 1  # let the window finish painting
     "$RUN" "$BUILD_DIR/krn_drive.exe" shot "$TITLE" "$BUILD_DIR/screenshot.bmp"
-    convert "$BUILD_DIR/screenshot.bmp" "$BUILD_DIR/screenshot.png" && rm -f "$BUILD_DIR/screenshot.bmp"
+    convert "$BUILD_DIR/screenshot.bmp" -alpha off "$BUILD_DIR/screenshot.png" && rm -f "$BUILD_DIR/screenshot.bmp"
     echo "Screenshot of the main window: $BUILD_DIR/screenshot.png"
     "$RUN" "$BUILD_DIR/krn_drive.exe" close "$TITLE"
 else
@@ -30,5 +41,4 @@ else
     kill "$program" 2>/dev/null || true
 fi
 wait "$program" || status=$?
-echo "KRN Properties exited with $status"
-exit "$status"
+finish "$status"
