@@ -165,6 +165,9 @@ DWORD Hyperlink::InitCommon(uint32_t mode, HWND control, HWND parent, const wcha
 
 LRESULT Hyperlink::WindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
 {
+    // Attached without Init: nothing to paint with yet.
+    if (!settings_)
+        return CallPrevious(window, message, wParam, lParam);
     switch (message) {
     case WM_SETTEXT:
         CallPrevious(window, message, wParam, lParam);

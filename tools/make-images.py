@@ -183,30 +183,26 @@ def page(c, ink=(60, 60, 60)):
         c.line(5, y, 10, y, (150, 160, 180))
 
 
+def page_arrow(c, shaft_top, shaft_bottom, base, tip, colour):
+    """A page with a two-pixel arrow whose head goes from row base to row tip."""
+    page(c)
+    inner = tip - 1 if tip > base else tip + 1
+    c.rect(7, shaft_top, 8, shaft_bottom, colour)
+    c.line(4, base, 7, tip, colour)
+    c.line(11, base, 8, tip, colour)
+    c.line(5, base, 7, inner, colour)
+    c.line(10, base, 8, inner, colour)
+    return c
+
+
 def import_image():
     """A page taking in a green arrow: "Import settings"."""
-    c = Canvas(16, 16, KEY)
-    page(c)
-    green = (30, 150, 50)
-    c.rect(7, 6, 8, 11, green)
-    c.line(4, 9, 7, 12, green)
-    c.line(11, 9, 8, 12, green)
-    c.line(5, 9, 7, 11, green)
-    c.line(10, 9, 8, 11, green)
-    return c
+    return page_arrow(Canvas(16, 16, KEY), 6, 11, 9, 12, (30, 150, 50))
 
 
 def export_image():
     """A page sending out a blue arrow: "Export settings"."""
-    c = Canvas(16, 16, KEY)
-    page(c)
-    blue = (40, 90, 190)
-    c.rect(7, 7, 8, 13, blue)
-    c.line(4, 8, 7, 5, blue)
-    c.line(11, 8, 8, 5, blue)
-    c.line(5, 8, 7, 6, blue)
-    c.line(10, 8, 8, 6, blue)
-    return c
+    return page_arrow(Canvas(16, 16, KEY), 7, 13, 8, 5, (40, 90, 190))
 
 
 def properties_image():

@@ -4,16 +4,26 @@
 
 namespace acl::test {
 
+namespace {
+
+template <typename T>
+void Append(std::vector<WORD>& words, const T& value)
+{
+    const size_t at = words.size();
+    words.resize(at + sizeof(T) / sizeof(WORD));
+    std::memcpy(words.data() + at, &value, sizeof(T));
+}
+
+} // namespace
+
 DialogTemplate::DialogTemplate(short cx, short cy)
 {
     DLGTEMPLATE header{};
-    header.style = DS_SETFONT | DS_MODALFRAME | WS_POPUP | WS_CAPTION | WS_VISIBLE;
+    header.style = DS_SETFONT | DS_MODALFRAME | WS_POPUP | WS_CAPTION;
     header.cx = cx;
     header.cy = cy;
-    words_.resize(sizeof(header) / sizeof(WORD));
-    std::memcpy(words_.data(), &header, sizeof(header));
-    words_.push_back(0);  // no menu
-    words_.push_back(0);  // the dialog class
+    Append(words_, header);
+    words_.insert(words_.end(), {0, 0});  // no menu, the dialog class
     AddString(L"acl test");
     words_.push_back(8);
     AddString(L"MS Shell Dlg");
@@ -21,48 +31,46 @@ DialogTemplate::DialogTemplate(short cx, short cy)
 
 void DialogTemplate::AddString(const wchar_t* text)
 {
-    for (const wchar_t* p = text; *p; ++p)
-        words_.push_back(static_cast<WORD>(*p));
-    words_.push_back(0);
-}
-
-void DialogTemplate::Align()
-{
-    if (words_.size() % 2)
-        words_.push_back(0);
+    words_.insert(words_.end(), text, text + wcslen(text) + 1);
 }
 
 DialogTemplate& DialogTemplate::Add(ControlClass cls, const wchar_t* text, WORD id, DWORD style, short x, short y,
                                     short cx, short cy)
 {
-    Align();
-    DLGITEMTEMPLATE item{};
-    item.style = style | WS_CHILD | WS_VISIBLE;
-    item.x = x;
-    item.y = y;
-    item.cx = cx;
-    item.cy = cy;
-    item.id = id;
-    const size_t at = words_.size();
-    words_.resize(at + sizeof(item) / sizeof(WORD));
-    std::memcpy(words_.data() + at, &item, sizeof(item));
-    words_.push_back(0xFFFF);
-    words_.push_back(cls);
+    if (words_.size() % 2)
+        words_.push_back(0);  // items start on a DWORD boundary
+    Append(words_, DLGITEMTEMPLATE{style | WS_CHILD | WS_VISIBLE, 0, x, y, cx, cy, id});
+    words_.insert(words_.end(), {0xFFFF, cls});
     AddString(text);
     words_.push_back(0);  // no creation data
     reinterpret_cast<DLGTEMPLATE*>(words_.data())->cdit++;
     return *this;
 }
 
-HWND CreateTestDialog(const DialogTemplate& dialog, DLGPROC proc, void* param, int x, int y)
+TestDialog::~TestDialog()
 {
-    const HWND window = CreateDialogIndirectParamW(GetModuleHandleW(nullptr), dialog.get(), nullptr, proc,
-                                                   reinterpret_cast<LPARAM>(param));
-    if (window) {
-        SetWindowPos(window, HWND_TOPMOST, x, y, 0, 0, SWP_NOSIZE | SWP_SHOWWINDOW);
-        UpdateWindow(window);
+    if (window_)
+        DestroyWindow(window_);
+}
+
+void TestDialog::Create(const DialogTemplate& t, int x, int y)
+{
+    CreateDialogIndirectParamW(GetModuleHandleW(nullptr), t.get(), nullptr, &Proc, reinterpret_cast<LPARAM>(this));
+    if (window_)
+        SetWindowPos(window_, HWND_TOPMOST, x, y, 0, 0, SWP_NOSIZE | SWP_SHOWWINDOW);
+}
+
+INT_PTR CALLBACK TestDialog::Proc(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
+{
+    if (message == WM_INITDIALOG) {
+        SetWindowLongPtrW(window, DWLP_USER, lParam);
+        reinterpret_cast<TestDialog*>(lParam)->window_ = window;
     }
-    return window;
+    auto* self = reinterpret_cast<TestDialog*>(GetWindowLongPtrW(window, DWLP_USER));
+    INT_PTR result = TRUE;
+    if (self && self->OnMessage(message, wParam, lParam, &result))
+        return result;
+    return message == WM_INITDIALOG;
 }
 
 } // namespace acl::test

@@ -21,13 +21,32 @@ public:
 
 private:
     void AddString(const wchar_t* text);
-    void Align();
 
     std::vector<WORD> words_;
 };
 
-// Creates the dialog at (x, y) on the screen, shown and topmost, with `param`
-// as the WM_INITDIALOG lParam.
-HWND CreateTestDialog(const DialogTemplate& dialog, DLGPROC proc, void* param, int x, int y);
+// A modeless dialog whose messages go to the object first.
+class TestDialog {
+public:
+    TestDialog() = default;
+    TestDialog(const TestDialog&) = delete;
+    TestDialog& operator=(const TestDialog&) = delete;
+    virtual ~TestDialog();
+    HWND window() const { return window_; }
+    HWND item(int id) const { return GetDlgItem(window_, id); }
+
+protected:
+    // Shows the dialog at (x, y) on the screen, topmost; call from the
+    // derived class's constructor.
+    void Create(const DialogTemplate& t, int x, int y);
+    // True when the message is handled; `result` (TRUE unless set) is then
+    // what the dialog procedure returns.
+    virtual bool OnMessage(UINT message, WPARAM wParam, LPARAM lParam, INT_PTR* result) = 0;
+
+private:
+    static INT_PTR CALLBACK Proc(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+
+    HWND window_ = nullptr;
+};
 
 } // namespace acl::test
