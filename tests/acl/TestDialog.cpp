@@ -56,8 +56,16 @@ TestDialog::~TestDialog()
 void TestDialog::Create(const DialogTemplate& t, int x, int y)
 {
     CreateDialogIndirectParamW(GetModuleHandleW(nullptr), t.get(), nullptr, &Proc, reinterpret_cast<LPARAM>(this));
-    if (window_)
-        SetWindowPos(window_, HWND_TOPMOST, x, y, 0, 0, SWP_NOSIZE | SWP_SHOWWINDOW);
+    if (!window_)
+        return;
+    // Out of the pointer's way, so that no real mouse message reaches the controls.
+    RECT r{};
+    GetWindowRect(window_, &r);
+    OffsetRect(&r, x - r.left, y - r.top);
+    POINT cursor{};
+    if (GetCursorPos(&cursor) && PtInRect(&r, cursor))
+        y = cursor.y + 20;
+    SetWindowPos(window_, HWND_TOPMOST, x, y, 0, 0, SWP_NOSIZE | SWP_SHOWWINDOW);
 }
 
 INT_PTR CALLBACK TestDialog::Proc(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
