@@ -54,8 +54,9 @@ def bmp24(canvas):
     return header + info + bytes(data)
 
 
-def ico(canvases):
-    """32-bit icon images with alpha; pixels equal to KEY are transparent."""
+def ico(canvases, hotspots=None):
+    """32-bit icon images with alpha; pixels equal to KEY are transparent.
+    With hotspots (one (x, y) per image) the file is a cursor instead."""
     images = []
     for c in canvases:
         xor = bytearray()
@@ -76,10 +77,11 @@ def ico(canvases):
             mask += bits
         info = struct.pack('<IiiHHIIiiII', 40, c.w, c.h * 2, 1, 32, 0, len(xor) + len(mask), 0, 0, 0, 0)
         images.append((c.w, c.h, info + bytes(xor) + bytes(mask)))
-    out = bytearray(struct.pack('<HHH', 0, 1, len(images)))
+    out = bytearray(struct.pack('<HHH', 0, 2 if hotspots else 1, len(images)))
     offset = 6 + 16 * len(images)
-    for w, h, blob in images:
-        out += struct.pack('<BBBBHHII', w % 256, h % 256, 0, 0, 1, 32, len(blob), offset)
+    for i, (w, h, blob) in enumerate(images):
+        a, b = hotspots[i] if hotspots else (1, 32)  # hotspot, or planes and bit count
+        out += struct.pack('<BBBBHHII', w % 256, h % 256, 0, 0, a, b, len(blob), offset)
         offset += len(blob)
     for _, _, blob in images:
         out += blob
@@ -147,6 +149,183 @@ def run_bitmap():
     return c
 
 
+def strip(canvases):
+    """Images side by side in one bitmap, in the given order."""
+    out = Canvas(sum(c.w for c in canvases), max(c.h for c in canvases), KEY)
+    x0 = 0
+    for c in canvases:
+        for y in range(c.h):
+            for x in range(c.w):
+                out.px[y][x0 + x] = c.px[y][x]
+        x0 += c.w
+    return out
+
+
+def disc(c, cx, cy, r, colour):
+    for y in range(c.h):
+        for x in range(c.w):
+            if (x - cx) ** 2 + (y - cy) ** 2 <= r * r:
+                c.set(x, y, colour)
+
+
+def ring(c, cx, cy, r, colour):
+    for y in range(c.h):
+        for x in range(c.w):
+            d = ((x - cx) ** 2 + (y - cy) ** 2) ** 0.5
+            if r - 0.6 <= d <= r + 0.5:
+                c.set(x, y, colour)
+
+
+def page(c, ink=(60, 60, 60)):
+    c.rect(3, 1, 12, 14, (255, 255, 255))
+    c.frame(3, 1, 12, 14, ink)
+    for y in (4, 6, 8):
+        c.line(5, y, 10, y, (150, 160, 180))
+
+
+def page_arrow(c, shaft_top, shaft_bottom, base, tip, colour):
+    """A page with a two-pixel arrow whose head goes from row base to row tip."""
+    page(c)
+    inner = tip - 1 if tip > base else tip + 1
+    c.rect(7, shaft_top, 8, shaft_bottom, colour)
+    c.line(4, base, 7, tip, colour)
+    c.line(11, base, 8, tip, colour)
+    c.line(5, base, 7, inner, colour)
+    c.line(10, base, 8, inner, colour)
+    return c
+
+
+def import_image():
+    """A page taking in a green arrow: "Import settings"."""
+    return page_arrow(Canvas(16, 16, KEY), 6, 11, 9, 12, (30, 150, 50))
+
+
+def export_image():
+    """A page sending out a blue arrow: "Export settings"."""
+    return page_arrow(Canvas(16, 16, KEY), 7, 13, 8, 5, (40, 90, 190))
+
+
+def properties_image():
+    """Three sliders on a panel: "Properties"."""
+    c = Canvas(16, 16, KEY)
+    ink = (52, 78, 128)
+    c.rect(1, 2, 14, 13, (230, 236, 248))
+    c.frame(1, 2, 14, 13, ink)
+    for y, knob in ((5, 10), (8, 5), (11, 8)):
+        c.line(3, y, 12, y, (120, 120, 120))
+        c.rect(knob - 1, y - 1, knob + 1, y + 1, (220, 140, 20))
+        c.frame(knob - 1, y - 1, knob + 1, y + 1, ink)
+    return c
+
+
+def exit_image():
+    """An open door with a red arrow leaving: "Exit"."""
+    c = Canvas(16, 16, KEY)
+    wood, ink, red = (170, 110, 60), (70, 45, 25), (200, 40, 40)
+    c.rect(2, 1, 9, 14, (250, 240, 220))
+    c.frame(2, 1, 9, 14, ink)
+    for y in range(2, 15):
+        c.line(2, y, 6, y + (1 if y < 14 else 0), wood)
+    c.set(5, 8, (240, 200, 60))
+    c.rect(8, 7, 13, 8, red)
+    c.line(11, 5, 14, 7, red)
+    c.line(11, 10, 14, 8, red)
+    return c
+
+
+def help_image():
+    """A blue ball with a white question mark: "Help"."""
+    c = Canvas(16, 16, KEY)
+    disc(c, 7.5, 7.5, 7, (40, 90, 190))
+    w = (255, 255, 255)
+    c.rect(6, 3, 9, 3, w)
+    c.set(5, 4, w); c.set(10, 4, w); c.set(10, 5, w)
+    c.rect(8, 6, 9, 6, w)
+    c.rect(7, 7, 8, 8, w)
+    c.rect(7, 11, 8, 12, w)
+    return c
+
+
+def web_image():
+    """A globe with meridians: "web-site"."""
+    c = Canvas(16, 16, KEY)
+    disc(c, 7.5, 7.5, 6.8, (110, 180, 230))
+    ink = (30, 80, 140)
+    ring(c, 7.5, 7.5, 6.8, ink)
+    c.line(1, 7, 14, 7, ink)
+    c.line(2, 4, 13, 4, ink)
+    c.line(2, 11, 13, 11, ink)
+    c.line(7, 1, 7, 14, ink)
+    for y in range(2, 14):
+        dx = round(3.2 * (1 - ((y - 7.5) / 6.5) ** 2) ** 0.5)
+        c.set(7 - dx, y, ink)
+        c.set(8 + dx, y, ink)
+    c.rect(3, 5, 5, 6, (60, 150, 60))
+    c.rect(9, 8, 11, 10, (60, 150, 60))
+    return c
+
+
+def support_image():
+    """A red and white life ring: "Support"."""
+    c = Canvas(16, 16, KEY)
+    red, white = (210, 40, 40), (255, 255, 255)
+    disc(c, 7.5, 7.5, 7, white)
+    for y in range(16):
+        for x in range(16):
+            dx, dy = x - 7.5, y - 7.5
+            if (dx * dx + dy * dy) <= 49 and (dx * dy > 0):
+                c.set(x, y, red)
+    disc(c, 7.5, 7.5, 3, KEY)
+    ring(c, 7.5, 7.5, 7, (90, 30, 30))
+    ring(c, 7.5, 7.5, 3.2, (90, 30, 30))
+    return c
+
+
+def about_image():
+    """A white "i" on a blue-grey ball: "About"."""
+    c = Canvas(16, 16, KEY)
+    disc(c, 7.5, 7.5, 7, (138, 166, 214))
+    ring(c, 7.5, 7.5, 7, (52, 78, 128))
+    w = (255, 255, 255)
+    c.rect(7, 3, 8, 4, w)
+    c.rect(6, 6, 8, 6, w)
+    c.rect(7, 7, 8, 11, w)
+    c.rect(6, 12, 9, 12, w)
+    return c
+
+
+# The image menu lists the commands in this order.
+MENU_IMAGES = [import_image, export_image, properties_image, exit_image,
+               help_image, web_image, support_image, about_image]
+
+
+def hand_cursor():
+    """A pointing hand, black outline on white; the hotspot is the fingertip."""
+    c = Canvas(32, 32, KEY)
+    black, white = (0, 0, 0), (255, 255, 255)
+    # index finger
+    c.rect(6, 1, 8, 12, white)
+    # the other three fingers, shorter, then the palm
+    c.rect(9, 8, 11, 12, white)
+    c.rect(12, 9, 14, 12, white)
+    c.rect(15, 10, 17, 13, white)
+    c.rect(6, 12, 17, 19, white)
+    # thumb
+    c.line(2, 11, 5, 14, white); c.line(3, 11, 6, 14, white); c.line(2, 12, 5, 15, white)
+    c.rect(7, 20, 16, 22, white)
+    outline = [(p[0], p[1]) for p in [(x, y) for y in range(32) for x in range(32)]
+               if c.px[p[1]][p[0]] == white]
+    for x, y in outline:
+        for nx, ny in ((x - 1, y), (x + 1, y), (x, y - 1), (x, y + 1)):
+            if 0 <= nx < 32 and 0 <= ny < 32 and c.px[ny][nx] == KEY:
+                c.px[ny][nx] = black
+    # knuckle lines
+    for x in (9, 12, 15):
+        c.line(x - 1, 12, x - 1, 14, black)
+    c.line(5, 23, 18, 23, black)
+    return c
+
+
 def main():
     os.makedirs(OUT, exist_ok=True)
     files = {
@@ -154,6 +333,8 @@ def main():
         'action_message.bmp': bmp24(message_bitmap()),
         'action_log.bmp': bmp24(log_bitmap()),
         'action_run.bmp': bmp24(run_bitmap()),
+        'menu_images.bmp': bmp24(strip([draw() for draw in MENU_IMAGES])),
+        'hand.cur': ico([hand_cursor()], hotspots=[(7, 0)]),
     }
     for name, blob in files.items():
         with open(os.path.join(OUT, name), 'wb') as f:
