@@ -12,18 +12,14 @@ class MessageFilter {
 public:
     // True when the message was consumed.
     virtual bool PreTranslateMessage(MSG* msg) = 0;
-
-protected:
-    ~MessageFilter() = default;
+    virtual ~MessageFilter() = default;
 };
 
 class IdleHandler {
 public:
     // True to be called again before the next message.
     virtual bool OnIdle(int idleCount) = 0;
-
-protected:
-    ~IdleHandler() = default;
+    virtual ~IdleHandler() = default;
 };
 
 // Holds its filters and handlers without owning them.

@@ -125,7 +125,7 @@ DWORD RegistrySettings::ReadText(const wchar_t* name, const wchar_t* defaultText
 {
     DWORD size = 0;
     DWORD status = Query(primary_.get(), name, nullptr, &size);
-    if (status != ERROR_SUCCESS) {
+    if (status != ERROR_SUCCESS && fallback_) {
         size = 0;
         status = Query(fallback_.get(), name, nullptr, &size);
     }
@@ -136,11 +136,7 @@ DWORD RegistrySettings::ReadText(const wchar_t* name, const wchar_t* defaultText
         if (!text)
             return ERROR_OUTOFMEMORY;
         DWORD read = size;
-        status = Query(primary_.get(), name, text.get(), &read);
-        if (status != ERROR_SUCCESS) {
-            read = size;
-            status = Query(fallback_.get(), name, text.get(), &read);
-        }
+        status = QueryValue(name, 0, text.get(), &read);
         if (status == ERROR_SUCCESS)
             return status;
     }
