@@ -10,18 +10,14 @@ std::wstring WindowsPath(const char* buildPath)
     if (!path.empty() && path[0] == L'/')
         path = L"Z:" + path;  // Wine's drive for the Unix root
     for (wchar_t& c : path)
-        if (c == L'/')
-            c = L'\\';
+        c = c == L'/' ? L'\\' : c;
     return path;
 }
 
 ChildProcess::ChildProcess(const std::wstring& program, const std::wstring& tail)
 {
-    std::wstring commandLine = L"\"" + program + L"\"";
-    if (!tail.empty())
-        commandLine += L" " + tail;
-    STARTUPINFOW startup{};
-    startup.cb = sizeof startup;
+    std::wstring commandLine = L"\"" + program + L"\"" + (tail.empty() ? L"" : L" " + tail);
+    STARTUPINFOW startup{sizeof startup};
     PROCESS_INFORMATION info{};
     if (!CreateProcessW(program.c_str(), commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
                         &info))
@@ -33,13 +29,12 @@ ChildProcess::ChildProcess(const std::wstring& program, const std::wstring& tail
 
 ChildProcess::~ChildProcess()
 {
-    if (!process_)
-        return;
-    if (WaitForSingleObject(process_, 0) == WAIT_TIMEOUT) {
+    if (process_ && WaitForSingleObject(process_, 0) == WAIT_TIMEOUT) {
         TerminateProcess(process_, 0xDEAD);
         WaitForSingleObject(process_, 5000);
     }
-    CloseHandle(process_);
+    if (process_)
+        CloseHandle(process_);
 }
 
 DWORD ChildProcess::Wait(DWORD timeoutMs)
@@ -52,31 +47,20 @@ DWORD ChildProcess::Wait(DWORD timeoutMs)
 
 HWND ChildProcess::FindWindow(const wchar_t* cls, const wchar_t* caption, DWORD timeoutMs, bool visibleOnly) const
 {
-    struct Search {
-        DWORD process;
-        const wchar_t* cls;
-        const wchar_t* caption;
-        bool visibleOnly;
-        HWND found;
-    } search{id_, cls, caption, visibleOnly, nullptr};
-    auto match = [](HWND window, LPARAM param) -> BOOL {
-        auto* s = reinterpret_cast<Search*>(param);
-        DWORD process = 0;
-        GetWindowThreadProcessId(window, &process);
-        if (process != s->process || (s->visibleOnly && !IsWindowVisible(window)))
-            return TRUE;
-        if ((s->cls && ClassName(window) != s->cls) || (s->caption && WindowText(window) != s->caption))
-            return TRUE;
-        s->found = window;
-        return FALSE;
-    };
+    HWND found = nullptr;
     PumpUntil(
         [&] {
-            EnumWindows(match, reinterpret_cast<LPARAM>(&search));
-            return search.found != nullptr;
+            for (HWND w = GetTopWindow(nullptr); w && !found; w = GetWindow(w, GW_HWNDNEXT)) {
+                DWORD process = 0;
+                GetWindowThreadProcessId(w, &process);
+                if (process == id_ && (!visibleOnly || IsWindowVisible(w)) && (!cls || ClassName(w) == cls) &&
+                    (!caption || WindowText(w) == caption))
+                    found = w;
+            }
+            return found != nullptr;
         },
         timeoutMs);
-    return search.found;
+    return found;
 }
 
 } // namespace krn::test
