@@ -38,7 +38,8 @@ int ProgramMain(HINSTANCE instance, const wchar_t* commandTail, int show)
 {
     InstallCrashReporting();
     acl::unique_kernel_handle startupMutex(CreateMutexW(nullptr, FALSE, kStartupMutexName));
-    if (BringOtherCopyToFront(startupMutex.get(), GetLastError()))
+    const DWORD createError = GetLastError();
+    if (BringOtherCopyToFront(startupMutex.get(), createError))
         return 1;  // before OLE: the other copy does the work
     int result;
     {
