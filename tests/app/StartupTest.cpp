@@ -24,7 +24,9 @@ LRESULT CALLBACK CountShownDialogs(int code, WPARAM wParam, LPARAM lParam)
     return CallNextHookEx(nullptr, code, wParam, lParam);
 }
 
-TEST_F(ScratchTest, CommandLineModeNeverShowsTheMainWindow)
+using CommandLineMode = ScratchTest;
+
+TEST_F(CommandLineMode, NeverShowsTheMainWindowWhateverTheTail)
 {
     HHOOK hook = SetWindowsHookExW(WH_CALLWNDPROC, CountShownDialogs, nullptr, GetCurrentThreadId());
     for (const std::wstring& tail : {std::wstring(L"\"C:\\Quoted Folder\""), std::wstring(40000, L'x')}) {

@@ -16,7 +16,9 @@ namespace {
 using namespace krn::test;
 using krn::MainDialog;
 
-TEST_F(ScratchTest, UnsavedChangesAskBeforeClosing)
+using MainDialogTest = ScratchTest;
+
+TEST_F(MainDialogTest, UnsavedChangesAskBeforeClosing)
 {
     krn::MessageLoop loop;
     krn::Module().AddMessageLoop(&loop);
