@@ -78,7 +78,7 @@ BOOL MainDialog::OnInitDialog()
     }
     SetModified(false);
     if (commandLinePath_) {
-        // The folder dialog for the path opens here once it exists.
+        // Command-line mode: the window is never shown and keeps no placement.
         commandLineMode_ = true;
         commandLinePath_.reset();
     }
