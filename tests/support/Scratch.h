@@ -26,6 +26,9 @@ public:
 
     // The key that now stands for HKEY_CURRENT_USER.
     HKEY key() const { return key_; }
+    // Its path below the real HKEY_CURRENT_USER, for a child process that
+    // redirects its own HKEY_CURRENT_USER to the same key.
+    const std::wstring& keyName() const { return keyName_; }
 
 private:
     std::wstring keyName_;

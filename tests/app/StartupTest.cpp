@@ -1,0 +1,57 @@
+// The main window's run inside this process: command-line mode never shows it,
+// whatever the tail, and the single-instance rule wants the exact title.
+#include "app/AppModule.h"
+#include "app/Startup.h"
+#include "support/Gui.h"
+#include "support/Scratch.h"
+#include "ui/main/MainDialog.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace {
+
+using namespace krn::test;
+
+int shownDialogs = 0;
+
+LRESULT CALLBACK CountShownDialogs(int code, WPARAM wParam, LPARAM lParam)
+{
+    const auto* call = reinterpret_cast<const CWPSTRUCT*>(lParam);
+    if (code == HC_ACTION && call->message == WM_SHOWWINDOW && call->wParam && ClassName(call->hwnd) == L"#32770")
+        ++shownDialogs;
+    return CallNextHookEx(nullptr, code, wParam, lParam);
+}
+
+using CommandLineMode = ScratchTest;
+
+TEST_F(CommandLineMode, NeverShowsTheMainWindowWhateverTheTail)
+{
+    HHOOK hook = SetWindowsHookExW(WH_CALLWNDPROC, CountShownDialogs, nullptr, GetCurrentThreadId());
+    for (const std::wstring& tail : {std::wstring(L"\"C:\\Quoted Folder\""), std::wstring(40000, L'x')}) {
+        shownDialogs = 0;
+        EXPECT_EQ(krn::RunMainWindow(tail.c_str(), SW_SHOWMAXIMIZED), 0);
+        EXPECT_EQ(shownDialogs, 0) << "tail of " << tail.size() << " characters";
+        EXPECT_FALSE(ReadRegValue(L"SOFTWARE\\Norlath\\Kestrune\\Settings", L"WDP", nullptr, nullptr));
+    }
+    UnhookWindowsHookEx(hook);
+    EXPECT_EQ(krn::Module().GetMessageLoop(), nullptr) << "the loop stayed registered";
+}
+
+TEST(SingleInstance, OnlyTheExactTitleCounts)
+{
+    HANDLE mutex = CreateMutexW(nullptr, FALSE, L"KrnTests.SingleInstanceProbe");
+    HWND almost = CreateWindowExW(0, L"Static", L"Kestrune™ Properties", WS_POPUP, 0, 0, 10, 10, nullptr, nullptr,
+                                  nullptr, nullptr);
+    EXPECT_FALSE(krn::BringOtherCopyToFront(mutex, ERROR_ALREADY_EXISTS));
+    HWND exact = CreateWindowExW(0, L"Static", krn::kMainWindowTitle, WS_POPUP, 0, 0, 10, 10, nullptr, nullptr,
+                                 nullptr, nullptr);
+    EXPECT_TRUE(krn::BringOtherCopyToFront(mutex, ERROR_ALREADY_EXISTS));
+    EXPECT_FALSE(krn::BringOtherCopyToFront(mutex, ERROR_SUCCESS)) << "a new mutex: nobody else runs";
+    DestroyWindow(exact);
+    DestroyWindow(almost);
+    CloseHandle(mutex);
+}
+
+} // namespace

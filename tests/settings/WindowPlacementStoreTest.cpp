@@ -1,0 +1,157 @@
+// Window placement saved to and restored from a real (scratch) registry, with
+// the clamping onto the test display's virtual screen.
+#include "settings/WindowPlacementStore.h"
+#include "support/Scratch.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+
+namespace {
+
+using namespace krn::test;
+using krn::WindowPlacementStore;
+
+constexpr wchar_t kKey[] = L"SOFTWARE\\Norlath\\Kestrune\\Settings";
+
+std::string Text(const RECT& r)
+{
+    return "{" + std::to_string(r.left) + ", " + std::to_string(r.top) + ", " + std::to_string(r.right) + ", " +
+           std::to_string(r.bottom) + "}";
+}
+
+RECT Screen()
+{
+    const LONG left = GetSystemMetrics(SM_XVIRTUALSCREEN), top = GetSystemMetrics(SM_YVIRTUALSCREEN);
+    return {left, top, left + GetSystemMetrics(SM_CXVIRTUALSCREEN), top + GetSystemMetrics(SM_CYVIRTUALSCREEN)};
+}
+
+class PlacementTest : public ScratchTest {
+protected:
+    PlacementTest()
+    {
+        window = CreateWindowExW(0, L"Static", L"placement", WS_OVERLAPPEDWINDOW, 100, 120, 400, 300, nullptr,
+                                 nullptr, nullptr, nullptr);
+    }
+    ~PlacementTest() override { DestroyWindow(window); }
+    RECT Rect() const
+    {
+        RECT rc{};
+        GetWindowRect(window, &rc);
+        return rc;
+    }
+    static void Store(const void* data, size_t size)
+    {
+        WriteRegBinary(kKey, L"WDP", REG_BINARY, data, static_cast<DWORD>(size));
+    }
+
+    WindowPlacementStore store{kKey, HKEY_CURRENT_USER};
+    HWND window;
+};
+
+TEST_F(PlacementTest, SavedPlacementComesBackOntoTheWindow)
+{
+    EXPECT_EQ(store.RestorePlacement(window, L"WDP", true), static_cast<DWORD>(ERROR_FILE_NOT_FOUND)) << "first run";
+    SetWindowPos(window, nullptr, 150, 90, 420, 310, SWP_NOZORDER);
+    const RECT saved = Rect();
+    ASSERT_EQ(store.SavePlacement(window), 0u);
+    std::string data;
+    DWORD type = 0;
+    ASSERT_TRUE(ReadRegValue(kKey, L"WDP", &type, &data));
+    EXPECT_EQ(type, static_cast<DWORD>(REG_BINARY));
+    EXPECT_EQ(data.size(), 44u);
+    SetWindowPos(window, nullptr, 10, 10, 200, 100, SWP_NOZORDER);
+    ASSERT_EQ(store.RestorePlacement(window, L"WDP", true), 0u);
+    EXPECT_EQ(Text(Rect()), Text(saved));
+
+    WindowPlacementStore unset(nullptr, HKEY_CURRENT_USER);
+    EXPECT_EQ(unset.SavePlacement(window), static_cast<DWORD>(ERROR_INVALID_DATA));
+    EXPECT_EQ(unset.RestorePlacement(window, L"WDP", true), static_cast<DWORD>(ERROR_INVALID_DATA));
+}
+
+TEST_F(PlacementTest, AValueLongerThanAPlacementIsNotApplied)
+{
+    const std::string fiveKb(5 * 1024, '\x7f');
+    Store(fiveKb.data(), fiveKb.size());
+    const RECT created = Rect();
+    EXPECT_EQ(store.RestorePlacement(window, L"WDP", true), static_cast<DWORD>(ERROR_MORE_DATA));
+    EXPECT_EQ(Text(Rect()), Text(created));
+    EXPECT_FALSE(IsWindowVisible(window));
+}
+
+// The four steps in their order; the top and bottom ones write the other edge.
+TEST_F(PlacementTest, FullFormIsClampedOntoTheVirtualScreen)
+{
+    const RECT s = Screen();
+    const LONG w = 400, h = 300;
+    const struct {
+        const char* what;
+        RECT stored, expected;
+    } cases[] = {
+        {"inside", {s.left + 10, s.top + 20, s.left + 10 + w, s.top + 20 + h},
+         {s.left + 10, s.top + 20, s.left + 10 + w, s.top + 20 + h}},
+        {"left of the screen", {s.left - 2000, s.top + 50, s.left - 2000 + w, s.top + 50 + h},
+         {s.left, s.top + 50, s.left + w, s.top + 50 + h}},
+        {"beyond the right edge", {s.right + 100, s.top + 50, s.right + 100 + w, s.top + 50 + h},
+         {s.right - w, s.top + 50, s.right, s.top + 50 + h}},
+        {"above: top = screen top + height, bottom kept", {s.left + 10, s.top - 100, s.left + 10 + w, s.top - 100 + h},
+         {s.left + 10, s.top + h, s.left + 10 + w, s.top - 100 + h}},
+        {"below: bottom = screen bottom - height, top kept",
+         {s.left + 10, s.bottom + 50, s.left + 10 + w, s.bottom + 50 + h},
+         {s.left + 10, s.bottom + 50, s.left + 10 + w, s.bottom - h}},
+        {"far off both ways", {s.left - 5000, s.top - 5000, s.left - 5000 + w, s.top - 5000 + h},
+         {s.left, s.top + h, s.left + w, s.top - 5000 + h}},
+    };
+    for (const auto& c : cases) {
+        WINDOWPLACEMENT stored{sizeof stored, WPF_SETMINPOSITION, SW_SHOWMAXIMIZED, {-1, -1}, {-1, -1}, c.stored};
+        Store(&stored, sizeof stored);
+        WINDOWPLACEMENT read{};
+        ASSERT_EQ(store.ReadPlacement(&read, L"WDP", true), 0u) << c.what;
+        EXPECT_EQ(Text(read.rcNormalPosition), Text(c.expected)) << c.what;
+        EXPECT_EQ(read.showCmd, static_cast<UINT>(SW_SHOWMAXIMIZED)) << c.what << ": the rest as stored";
+        ASSERT_EQ(store.ReadPlacement(&read, L"WDP", false), 0u);
+        EXPECT_EQ(Text(read.rcNormalPosition), Text(c.stored)) << c.what << ": clamping off";
+    }
+}
+
+TEST_F(PlacementTest, ShortFormMovesWithoutResizingAndShows)
+{
+    const RECT s = Screen();
+    const struct {
+        const char* what;
+        LONG x, y, expectedX, expectedY;
+    } cases[] = {
+        {"inside", s.left + 30, s.top + 40, s.left + 30, s.top + 40},
+        {"beyond right and bottom: half the far edge", s.right + 3000, s.bottom + 10, s.right / 2, s.bottom / 2},
+        {"before left and top", s.left - 500, s.top - 700, s.left, s.top},
+    };
+    for (const auto& c : cases) {
+        ShowWindow(window, SW_HIDE);
+        const krn::ShortPlacement stored{c.x, c.y, SW_SHOWNORMAL};
+        Store(&stored, sizeof stored);
+        ASSERT_EQ(store.RestorePlacement(window, L"WDP", true), 0u) << c.what;
+        EXPECT_EQ(Text(Rect()), Text({c.expectedX, c.expectedY, c.expectedX + 400, c.expectedY + 300})) << c.what;
+        EXPECT_TRUE(IsWindowVisible(window)) << c.what;
+    }
+}
+
+TEST_F(PlacementTest, ThreeBytesOverwriteOnlyThePresetX)
+{
+    // x keeps the preset 44 above the three bytes; y and showCmd stay 0, so
+    // the window is moved to the top and hidden.
+    Store("\x10\x00\x00", 3);
+    WINDOWPLACEMENT read;
+    std::memset(&read, 0xAB, sizeof read);
+    ASSERT_EQ(store.ReadPlacement(&read, L"WDP", false), 0u);
+    EXPECT_EQ(read.length, 0x10u);
+    EXPECT_EQ(read.flags, 0u);
+    EXPECT_EQ(read.showCmd, 0u);
+    EXPECT_EQ(read.rcNormalPosition.left, static_cast<LONG>(0xABABABAB)) << "the short form fills three fields";
+    ShowWindow(window, SW_SHOW);
+    ASSERT_EQ(store.RestorePlacement(window, L"WDP", true), 0u);
+    EXPECT_FALSE(IsWindowVisible(window));
+    EXPECT_EQ(Rect().left, std::max<LONG>(0x10, Screen().left));
+}
+
+} // namespace
