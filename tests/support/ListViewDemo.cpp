@@ -233,6 +233,8 @@ void ListViewDemo::AddSampleRows(int count)
         view_.AddItem(row, 3, std::make_unique<acl::ListView_Icon>(std::move(icon)));
         view_.AddItem(row, 3, std::make_unique<acl::ListView_Text>(i % 2 ? L"Network" : L"Local"));
     }
+    // The content decides a measured row height.
+    view_.Remeasure();
     InvalidateRect(list_, nullptr, TRUE);
 }
 

@@ -49,7 +49,8 @@ public:
     int ControlColumnCount() const;
 
     // Columns "Name", "Size", "Actions", "Kind" and rows of sample content:
-    // a name text, a size text, one to three action bitmaps, an icon and a text.
+    // a name text, a size text, one to three action bitmaps, an icon and a text;
+    // then the control is asked for the row height again.
     void AddSampleColumns();
     void AddSampleRows(int count);
     // The action bitmaps 208, 211, 212, loaded once and lent to the items.
