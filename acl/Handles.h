@@ -20,7 +20,7 @@ public:
     using pointer = typename Traits::pointer;
 
     unique_handle() noexcept = default;
-    explicit unique_handle(pointer value) noexcept : value_(value) { Track(value); }
+    explicit unique_handle(pointer value) noexcept : value_(value) { track(value); }
     unique_handle(const unique_handle&) = delete;
     unique_handle& operator=(const unique_handle&) = delete;
     unique_handle(unique_handle&& other) noexcept : value_(other.release()) {}
@@ -41,7 +41,7 @@ public:
         if (value_ != value) {
             close();
             value_ = value;
-            Track(value);
+            track(value);
         }
     }
     // For functions that return a handle through a pointer argument.
@@ -51,7 +51,8 @@ public:
         return &value_;
     }
 
-    static void Track(pointer value) noexcept
+    // Tells the leak hook of a handle that an owner takes over.
+    static void track(pointer value) noexcept
     {
         if constexpr (requires { Traits::track(value); })
             if (value != Traits::invalid())
@@ -77,7 +78,7 @@ public:
 
     flagged_handle() noexcept = default;
     flagged_handle(pointer value, bool owns) noexcept { reset(value, owns); }
-    flagged_handle(unique_handle<Traits>&& owned) noexcept { reset(owned.release(), true); }
+    explicit flagged_handle(unique_handle<Traits>&& owned) noexcept { reset(owned.release(), true); }
     flagged_handle(const flagged_handle&) = delete;
     flagged_handle& operator=(const flagged_handle&) = delete;
     flagged_handle(flagged_handle&& other) noexcept
@@ -107,7 +108,7 @@ public:
         value_ = value;
         owns_ = owns;
         if (owns_)
-            unique_handle<Traits>::Track(value);
+            unique_handle<Traits>::track(value);
     }
 
 private:

@@ -109,7 +109,7 @@ ListViewDemo::~ListViewDemo()
         DestroyWindow(dialog_);
 }
 
-INT_PTR CALLBACK ListViewDemo::DialogProc(HWND dialog, UINT message, WPARAM wParam, LPARAM lParam)
+INT_PTR CALLBACK ListViewDemo::DialogProc(HWND dialog, UINT message, WPARAM, LPARAM lParam)
 {
     auto* self = reinterpret_cast<ListViewDemo*>(GetWindowLongPtrW(dialog, DWLP_USER));
     if (!self && creating) {
@@ -119,10 +119,10 @@ INT_PTR CALLBACK ListViewDemo::DialogProc(HWND dialog, UINT message, WPARAM wPar
         self->dialog_ = dialog;
         SetWindowLongPtrW(dialog, DWLP_USER, reinterpret_cast<LONG_PTR>(self));
     }
-    return self ? self->OnMessage(message, wParam, lParam) : FALSE;
+    return self ? self->OnMessage(message, lParam) : FALSE;
 }
 
-INT_PTR ListViewDemo::OnMessage(UINT message, WPARAM wParam, LPARAM lParam)
+INT_PTR ListViewDemo::OnMessage(UINT message, LPARAM lParam)
 {
     switch (message) {
     case WM_INITDIALOG:
@@ -155,7 +155,6 @@ INT_PTR ListViewDemo::OnMessage(UINT message, WPARAM wParam, LPARAM lParam)
         return FALSE;
     }
     default:
-        (void)wParam;
         return FALSE;
     }
 }

@@ -64,7 +64,7 @@ public:
 
 private:
     static INT_PTR CALLBACK DialogProc(HWND dialog, UINT message, WPARAM wParam, LPARAM lParam);
-    INT_PTR OnMessage(UINT message, WPARAM wParam, LPARAM lParam);
+    INT_PTR OnMessage(UINT message, LPARAM lParam);
     void OnInitDialog();
 
     class TextComparer : public acl::ListView_Comparer {
