@@ -29,17 +29,6 @@ ListView_DrawState ListView_Style::State() const noexcept
     return {textColor, backgroundMode, backgroundColor, backgroundBrush.get(), frameBrush.get(), font.get()};
 }
 
-void ListView_Style::Clear() noexcept
-{
-    *this = ListView_Style{};
-}
-
-ListView_Settings::~ListView_Settings()
-{
-    for (ListView_Style& style : styles)
-        style.Clear();
-}
-
 void ListView_Settings::SetStyle(uint8_t index, uint32_t mask, COLORREF textColor, int backgroundMode,
                                  COLORREF backgroundColor, uint32_t, COLORREF frameColor, uint32_t, HFONT font,
                                  bool ownsFont)

@@ -53,7 +53,6 @@ struct ListView_Style {
 
     uint32_t Owned() const noexcept;
     ListView_DrawState State() const noexcept;
-    void Clear() noexcept;
 };
 
 // What the last Apply displaced from the drawing context.
@@ -75,7 +74,8 @@ public:
     ListView_Settings() = default;
     ListView_Settings(const ListView_Settings&) = delete;
     ListView_Settings& operator=(const ListView_Settings&) = delete;
-    virtual ~ListView_Settings();
+    // The styles release the GDI objects they own.
+    virtual ~ListView_Settings() = default;
 
     void SetStyle(uint8_t index, uint32_t mask, COLORREF textColor, int backgroundMode, COLORREF backgroundColor,
                   uint32_t /*unused*/, COLORREF frameColor, uint32_t /*unused*/, HFONT font, bool ownsFont);

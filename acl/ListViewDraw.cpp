@@ -256,11 +256,10 @@ void ListView_Cell::Draw(HDC hdc, RECT& rect, int styleIndex, ListView_DrawState
     }
     int x = rect.left;
     for (const auto& item : items_) {
+        RECT itemRect{x, rect.top, rect.right, rect.bottom};
+        x += static_cast<int>(spacing) + item->Draw(hdc, styleIndex, itemRect);
         if (x >= rect.right)
             break;
-        RECT itemRect{x, rect.top, rect.right, rect.bottom};
-        const int used = item->Draw(hdc, styleIndex, itemRect);
-        x += static_cast<int>(spacing) + used;
     }
     SelectClipRgn(hdc, nullptr);
     if (own)

@@ -55,18 +55,18 @@ Pixels DrawRow(acl::ListView& list, UINT row, bool selected, int width, int heig
     });
 }
 
-int CountColor(const Pixels& p, COLORREF color, int x0, int x1, int y0, int y1)
+int CountColor(const Pixels& p, COLORREF color, int x0, int x1, int y0, int y1, bool other = false)
 {
     int n = 0;
     for (int y = y0; y < y1; ++y)
         for (int x = x0; x < x1; ++x)
-            n += p.at(x, y) == color;
+            n += (p.at(x, y) == color) != other;
     return n;
 }
 
 int CountOther(const Pixels& p, COLORREF color, int x0, int x1, int y0, int y1)
 {
-    return (x1 - x0) * (y1 - y0) - CountColor(p, color, x0, x1, y0, y1);
+    return CountColor(p, color, x0, x1, y0, y1, true);
 }
 
 struct Column {
@@ -267,6 +267,7 @@ TEST(ListViewGdi, TenThousandPaintsLeaveNoObjectBehind)
             demo.view().AddItem(i, 0, std::make_unique<acl::ListView_Text>(L"Some folder"));
             demo.view().AddItem(i, 1, std::make_unique<acl::ListView_Bitmap>(demo.ActionBitmap(i)));
         }
+        demo.view().Remeasure();  // measuring texts makes memory DCs too
         const size_t beforePaints = objects.size();
         const int width = 180;
         const int height = 18;

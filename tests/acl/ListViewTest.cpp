@@ -228,28 +228,6 @@ TEST(ListViewItems, BitmapsAndIconsOwnTheirHandleOnlyWhenGiven)
         EXPECT_FALSE(Alive(h)) << "the bitmaps of GetIconInfo are deleted at once";
 }
 
-TEST(ListViewItems, TextsAreCopiedAndMeasuredOnFourCharactersInTheLargerFont)
-{
-    std::wstring source = L"Documents";
-    acl::ListView_Text text(source.c_str());
-    source[0] = L'X';
-    EXPECT_EQ(text.Text(), L"Documents");
-    ListView_Settings settings;
-    const acl::unique_hfont small(NewFont(12));
-    const acl::unique_hfont large(NewFont(24));
-    settings.SetStyle(0, 8, 0, 0, 0, 0, 0, 0, small.get(), false);
-    settings.SetStyle(1, 8, 0, 0, 0, 0, 0, 0, large.get(), false);
-    text.SetSettings(&settings, false);
-    uint32_t w = 0, h = 0;
-    text.GetSize(w, h);
-    const acl::unique_hdc dc(CreateCompatibleDC(nullptr));
-    const acl::SelectGuard select(dc.get(), large.get());
-    SIZE four{};
-    GetTextExtentPoint32W(dc.get(), L"Docu", 4, &four);
-    EXPECT_EQ(w, static_cast<uint32_t>(four.cx));
-    EXPECT_EQ(h, static_cast<uint32_t>(four.cy));
-}
-
 TEST(ListViewControl, RemeasureMakesTheControlAskAgain)
 {
     ListViewDemo demo;
@@ -336,8 +314,6 @@ TEST(ListViewControl, CellOperationsReportMissingRowsAndCells)
         {"GetCell, row equal to the count", 0, [&] { return list.GetCell(1, 0, false) ? 1u : 0u; }},
         {"RemoveItem, no such row", kNotFound, [&] { return list.RemoveItem(1, 0, 0); }},
         {"RemoveItem, no such cell", kNotFound, [&] { return list.RemoveItem(0, 4, 0); }},
-        {"RemoveItem, no such item", kNotFound, [&] { return list.RemoveItem(0, 3, 1); }},
-        {"RemoveItems, no such row", kNotFound, [&] { return list.RemoveItems(1, 0, 0, 1); }},
         {"RemoveItemsByTag, no such row", 0, [&] { return list.RemoveItemsByTag(1, 0, 0); }},
         {"ClearCell, no such cell", kNotFound, [&] { return list.ClearCell(0, 9); }},
         {"ClearCell", 0, [&] { return list.ClearCell(0, 3); }},
