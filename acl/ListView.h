@@ -19,8 +19,6 @@
 
 namespace acl {
 
-class ListView_Settings;
-
 // The values in effect in a drawing context while one row is drawn.
 struct ListView_DrawState {
     COLORREF textColor = 0;

@@ -73,9 +73,10 @@ private:
     };
 
     Options options_;
-    acl::ListView view_;
-    TextComparer comparer_;
+    // Declared before the list, so the bitmaps its items borrow outlive them.
     std::vector<acl::unique_hbitmap> actionBitmaps_;
+    TextComparer comparer_;
+    acl::ListView view_;
     HWND dialog_ = nullptr;
     HWND list_ = nullptr;
     bool initialised_ = false;
