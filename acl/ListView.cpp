@@ -196,16 +196,22 @@ void ListView::Remeasure()
     SetWindowPlacement(list_, &placement);
 }
 
-int ListView::AddColumn(const wchar_t* title, int width)
+LRESULT ListView::InsertControlColumn(WPARAM position, const wchar_t* title, int width) const
 {
-    const HWND header = reinterpret_cast<HWND>(SendMessageW(list_, LVM_GETHEADER, 0, 0));
-    const LRESULT position = SendMessageW(header, HDM_GETITEMCOUNT, 0, 0);
+    if (!list_)
+        return -1;
     LVCOLUMNW column{};
     column.mask = LVCF_WIDTH | LVCF_TEXT;
     column.cx = width;
     column.pszText = const_cast<wchar_t*>(title);
-    const LRESULT index = SendMessageW(list_, LVM_INSERTCOLUMNW, static_cast<WPARAM>(position),
-                                       reinterpret_cast<LPARAM>(&column));
+    return SendMessageW(list_, LVM_INSERTCOLUMNW, position, reinterpret_cast<LPARAM>(&column));
+}
+
+int ListView::AddColumn(const wchar_t* title, int width)
+{
+    const HWND header = reinterpret_cast<HWND>(SendMessageW(list_, LVM_GETHEADER, 0, 0));
+    const LRESULT position = SendMessageW(header, HDM_GETITEMCOUNT, 0, 0);
+    const LRESULT index = InsertControlColumn(static_cast<WPARAM>(position), title, width);
     if (index == -1)
         return -1;
     columnCount_ = static_cast<uint64_t>(index) + 1;
@@ -228,11 +234,7 @@ DWORD ListView::InsertColumnRecord(uint64_t index, const wchar_t* title, int wid
 {
     if (index >= columnCount_)
         return ERROR_NOT_FOUND;
-    LVCOLUMNW column{};
-    column.mask = LVCF_WIDTH | LVCF_TEXT;
-    column.cx = width;
-    column.pszText = const_cast<wchar_t*>(title);
-    if (SendMessageW(list_, LVM_INSERTCOLUMNW, static_cast<WPARAM>(index), reinterpret_cast<LPARAM>(&column)) == -1)
+    if (InsertControlColumn(static_cast<WPARAM>(index), title, width) == -1)
         return ERROR_INVALID_INDEX;
     const size_t at = std::min<size_t>(static_cast<size_t>(index), columns_.size());
     columns_.insert(columns_.begin() + static_cast<ptrdiff_t>(at), std::move(settings));

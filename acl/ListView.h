@@ -320,6 +320,7 @@ public:
     int16_t sortDirection = 0;
 
 private:
+    LRESULT InsertControlColumn(WPARAM position, const wchar_t* title, int width) const;
     DWORD InsertColumnRecord(uint64_t index, const wchar_t* title, int width, ListView_SettingsRef settings);
     ListView_Cell* ExistingCell(int row, int column) const;
     uint32_t MeasuredRowHeight() const;
