@@ -102,14 +102,8 @@ TEST(ListViewSortByClick, AHeaderClickReachesTheListThroughTheDialog)
     ListViewDemo demo;
     demo.AddSampleColumns();
     demo.AddSampleRows(4);  // names Folder 1 .. Folder 4
-    HWND header = demo.header();
-    RECT first{};
-    SendMessageW(header, HDM_GETITEMRECT, 0, reinterpret_cast<LPARAM>(&first));
-    const LPARAM at = MAKELPARAM((first.left + first.right) / 2, (first.top + first.bottom) / 2);
-    for (int click = 0; click < 2; ++click) {
-        SendMessageW(header, WM_LBUTTONDOWN, MK_LBUTTON, at);
-        SendMessageW(header, WM_LBUTTONUP, 0, at);
-    }
+    demo.ClickHeader(0);
+    demo.ClickHeader(0);
     ASSERT_EQ(demo.columnClicks(), 2);
     std::vector<std::wstring> names;
     for (size_t i = 0; i < demo.view().RowCount(); ++i)

@@ -245,6 +245,15 @@ void ListViewDemo::Select(int row)
     SendMessageW(list_, LVM_SETITEMSTATE, static_cast<WPARAM>(row), reinterpret_cast<LPARAM>(&item));
 }
 
+void ListViewDemo::ClickHeader(int column)
+{
+    RECT item{};
+    SendMessageW(header(), HDM_GETITEMRECT, static_cast<WPARAM>(column), reinterpret_cast<LPARAM>(&item));
+    const LPARAM at = MAKELPARAM((item.left + item.right) / 2, (item.top + item.bottom) / 2);
+    SendMessageW(header(), WM_LBUTTONDOWN, MK_LBUTTON, at);
+    SendMessageW(header(), WM_LBUTTONUP, 0, at);
+}
+
 Pixels ListViewDemo::Capture()
 {
     return CaptureClient(list_);

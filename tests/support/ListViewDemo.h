@@ -59,6 +59,8 @@ public:
     acl::ListView_Comparer& comparer() { return comparer_; }
 
     void Select(int row);
+    // A left click in the middle of a column's header item (LVN_COLUMNCLICK follows).
+    void ClickHeader(int column);
     // Repaints now and captures the list's client area (PrintWindow).
     Pixels Capture();
 
