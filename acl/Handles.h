@@ -10,13 +10,17 @@
 
 namespace acl {
 
+// Opt-in hook for leak tests: when set, it is told of every GDI object and
+// memory DC that an owner below takes over. Off (null) by default.
+inline void (*gdiOwnedHook)(HGDIOBJ object) = nullptr;
+
 template <typename Traits>
 class unique_handle {
 public:
     using pointer = typename Traits::pointer;
 
     unique_handle() noexcept = default;
-    explicit unique_handle(pointer value) noexcept : value_(value) {}
+    explicit unique_handle(pointer value) noexcept : value_(value) { track(value); }
     unique_handle(const unique_handle&) = delete;
     unique_handle& operator=(const unique_handle&) = delete;
     unique_handle(unique_handle&& other) noexcept : value_(other.release()) {}
@@ -37,6 +41,7 @@ public:
         if (value_ != value) {
             close();
             value_ = value;
+            track(value);
         }
     }
     // For functions that return a handle through a pointer argument.
@@ -44,6 +49,14 @@ public:
     {
         reset();
         return &value_;
+    }
+
+    // Tells the leak hook of a handle that an owner takes over.
+    static void track(pointer value) noexcept
+    {
+        if constexpr (requires { Traits::track(value); })
+            if (value != Traits::invalid())
+                Traits::track(value);
     }
 
 private:
@@ -54,6 +67,59 @@ private:
     }
 
     pointer value_ = Traits::invalid();
+};
+
+// A handle that the design lends or gives, as a flag of its own says (a bitmap
+// an item may own, a font a style may own). Closes only what it owns.
+template <typename Traits>
+class flagged_handle {
+public:
+    using pointer = typename Traits::pointer;
+
+    flagged_handle() noexcept = default;
+    flagged_handle(pointer value, bool owns) noexcept { reset(value, owns); }
+    explicit flagged_handle(unique_handle<Traits>&& owned) noexcept { reset(owned.release(), true); }
+    flagged_handle(const flagged_handle&) = delete;
+    flagged_handle& operator=(const flagged_handle&) = delete;
+    flagged_handle(flagged_handle&& other) noexcept
+        : value_(std::exchange(other.value_, Traits::invalid())), owns_(std::exchange(other.owns_, false))
+    {
+    }
+    flagged_handle& operator=(flagged_handle&& other) noexcept
+    {
+        if (this != &other) {
+            close();
+            value_ = std::exchange(other.value_, Traits::invalid());
+            owns_ = std::exchange(other.owns_, false);
+        }
+        return *this;
+    }
+    ~flagged_handle() { close(); }
+
+    pointer get() const noexcept { return value_; }
+    bool owns() const noexcept { return owns_; }
+    explicit operator bool() const noexcept { return value_ != Traits::invalid(); }
+
+    // Closes the current handle when owned, then holds `value` with the flag.
+    void reset(pointer value = Traits::invalid(), bool owns = false) noexcept
+    {
+        if (value_ != value)
+            close();
+        value_ = value;
+        owns_ = owns;
+        if (owns_)
+            unique_handle<Traits>::track(value);
+    }
+
+private:
+    void close() noexcept
+    {
+        if (owns_ && value_ != Traits::invalid())
+            Traits::close(value_);
+    }
+
+    pointer value_ = Traits::invalid();
+    bool owns_ = false;
 };
 
 namespace handle_traits {
@@ -81,8 +147,19 @@ struct GdiObject {
     using pointer = T;
     static constexpr pointer invalid() noexcept { return nullptr; }
     static void close(pointer h) noexcept { DeleteObject(h); }
+    static void track(pointer h) noexcept
+    {
+        if (gdiOwnedHook)
+            gdiOwnedHook(h);
+    }
 };
-struct MemoryDc : NullIsInvalid<HDC, DeleteDC> {};
+struct MemoryDc : NullIsInvalid<HDC, DeleteDC> {
+    static void track(pointer h) noexcept
+    {
+        if (gdiOwnedHook)
+            gdiOwnedHook(h);
+    }
+};
 struct Menu : NullIsInvalid<HMENU, DestroyMenu> {};
 struct Icon : NullIsInvalid<HICON, DestroyIcon> {};
 struct Cursor : NullIsInvalid<HCURSOR, DestroyCursor> {};

@@ -76,4 +76,30 @@ TEST(BstrOwner, KeepsAbsentAndEmptyApart)
     EXPECT_TRUE(moved);
 }
 
+TEST_F(UniqueHandle, FlaggedHandlesCloseOnlyWhatTheyOwn)
+{
+    {
+        acl::flagged_handle<CountingTraits> lent(1, false);
+        acl::flagged_handle<CountingTraits> owned(counted(2));
+        EXPECT_TRUE(owned.owns());
+        lent.reset(3, true);   // 1 was lent: not closed
+        owned.reset(4, false);  // closes 2
+        acl::flagged_handle<CountingTraits> moved(std::move(lent));
+        EXPECT_FALSE(lent.owns());
+    }
+    EXPECT_EQ(CountingTraits::closed, std::vector<int>({2, 3}));
+}
+
+TEST(GdiOwners, TellTheLeakHookWhatTheyTakeOver)
+{
+    static std::vector<HGDIOBJ> seen;
+    acl::gdiOwnedHook = [](HGDIOBJ h) { seen.push_back(h); };
+    acl::unique_hbrush brush(CreateSolidBrush(RGB(1, 2, 3)));
+    acl::unique_hdc dc(CreateCompatibleDC(nullptr));
+    acl::flagged_handle<acl::handle_traits::GdiObject<HPEN>> lent(static_cast<HPEN>(GetStockObject(BLACK_PEN)), false);
+    acl::gdiOwnedHook = nullptr;
+    acl::unique_hbrush unseen(CreateSolidBrush(RGB(1, 2, 3)));
+    EXPECT_EQ(seen, (std::vector<HGDIOBJ>{brush.get(), dc.get()})) << "owned objects only, while the hook is set";
+}
+
 } // namespace
