@@ -28,7 +28,7 @@ public:
     virtual void OnFoldersLoaded() = 0;
 
 protected:
-    ~ConfigurationOwner() = default;
+    virtual ~ConfigurationOwner() = default;
 };
 
 } // namespace krn
