@@ -1,12 +1,8 @@
 // Shared set-up of the configuration tests: the three action kinds, slots
-// built from them, and files loaded from literal text.
+// built from them, and files written from literal text.
 #pragma once
 
-#include <windows.h>
-
 #include <gtest/gtest.h>
-
-#include <string>
 
 #include "actions/RunAction.h"
 #include "config/ConfigDocument.h"
@@ -29,26 +25,24 @@ public:
         run()->CloneParams(&slot.params, &block);
         return slot;
     }
+    static RunParams& Params(const ActionSlot& slot) { return *static_cast<RunParams*>(slot.params); }
 
-    // Writes `xml` (UTF-8) to a file and loads it into `folders`.
+    // Writes `xml` to a file and loads it into `folders`.
     DWORD LoadText(const std::string& xml, FolderList& folders) const
     {
-        const std::wstring path = temp / L"load.xml";
-        WriteFileBytes(path, xml);
-        return LoadConfiguration(path.c_str(), kinds, folders);
+        WriteFileBytes(temp / L"load.xml", xml);
+        return LoadConfiguration((temp / L"load.xml").c_str(), kinds, folders);
     }
-
-    static const RunParams& Params(const ActionSlot& slot) { return *static_cast<const RunParams*>(slot.params); }
 
     ActionKindRegistry kinds;
     TempFolder temp;
 };
 
 // A file of the program's format around the given Folders content.
-inline std::string ConfigText(const std::string& folders, const std::string& version = "<ConfigVersion Version=\"1.3\"/>")
+inline std::string ConfigText(const std::string& folders)
 {
-    return "<?xml version=\"1.0\" encoding=\"utf-8\"?><Configuration><Settings>" + version + "</Settings><Folders>" +
-           folders + "</Folders></Configuration>";
+    return "<?xml version=\"1.0\" encoding=\"utf-8\"?><Configuration><Settings><ConfigVersion Version=\"1.3\"/>"
+           "</Settings><Folders>" + folders + "</Folders></Configuration>";
 }
 
 } // namespace krn::test

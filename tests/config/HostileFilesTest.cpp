@@ -1,10 +1,9 @@
-// Loading files that are anything but what the program writes. A generator
-// builds documents as trees from a fixed seed, so the test knows what each one
-// must load as; raw bytes, truncations and oversized files only have to end
-// in a status the format allows, with the folder list left sane.
-#include <chrono>
+// Files that are anything but what the program writes. Generated documents are
+// trees built from fixed seeds, so the test works out from the tree what each
+// must load as; garbage, truncations and monsters only have to end in an
+// allowed status, adding nothing when refused.
 #include <cmath>
-#include <limits>
+#include <map>
 #include <random>
 
 #include "tests/config/ConfigFixture.h"
@@ -12,145 +11,78 @@
 namespace krn::test {
 namespace {
 
-constexpr double kInf = std::numeric_limits<double>::infinity();
-
 struct Node {
-    std::wstring name;  // "#text" and "#comment" are not elements
-    std::vector<std::pair<std::wstring, std::wstring>> attributes;
+    std::wstring name;  // "#text" is a text node
+    std::map<std::wstring, std::wstring> attributes;
     std::vector<Node> children;
-    std::wstring text;
 
-    const std::wstring* Attribute(const wchar_t* key) const
+    std::wstring Get(const wchar_t* key, const wchar_t* absent = L"") const
     {
-        for (const auto& [k, v] : attributes) {
-            if (k == key)
-                return &v;
-        }
-        return nullptr;
+        const auto it = attributes.find(key);
+        return it == attributes.end() ? absent : it->second;
     }
     const Node* Child(const wchar_t* childName) const
     {
-        for (const Node& child : children) {
+        for (const Node& child : children)
             if (child.name == childName)
                 return &child;
-        }
         return nullptr;
     }
 };
 
-std::wstring Escape(const std::wstring& text)
-{
-    std::wstring out;
-    for (wchar_t c : text) {
-        switch (c) {
-        case L'&': out += L"&amp;"; break;
-        case L'<': out += L"&lt;"; break;
-        case L'>': out += L"&gt;"; break;
-        case L'"': out += L"&quot;"; break;
-        case L'\t': out += L"&#9;"; break;
-        case L'\n': out += L"&#10;"; break;
-        case L'\r': out += L"&#13;"; break;
-        default: out += c;
-        }
-    }
-    return out;
-}
-
 void Write(const Node& node, std::wstring& out)
 {
-    if (node.name == L"#text") {
-        out += Escape(node.text);
-        return;
-    }
-    if (node.name == L"#comment") {
-        out += L"<!--" + node.text + L"-->";
-        return;
-    }
+    const auto escape = [](const std::wstring& text) {
+        std::wstring escaped;
+        for (wchar_t c : text)
+            escaped += c == L'&' ? L"&amp;" : c == L'<' ? L"&lt;" : c == L'"' ? L"&quot;" : c == L'\t' ? L"&#9;"
+                     : c == L'\n' ? L"&#10;" : c == L'\r' ? L"&#13;" : std::wstring(1, c);
+        return escaped;
+    };
+    if (node.name == L"#text")
+        return void(out += L" text ");
     out += L"<" + node.name;
     for (const auto& [key, value] : node.attributes)
-        out += L" " + key + L"=\"" + Escape(value) + L"\"";
-    if (node.children.empty()) {
-        out += L"/>";
-        return;
-    }
+        out += L" " + key + L"=\"" + escape(value) + L"\"";
     out += L">";
     for (const Node& child : node.children)
         Write(child, out);
     out += L"</" + node.name + L">";
 }
 
-std::string Utf8(const std::wstring& text)
-{
-    if (text.empty())
-        return {};
-    const int size = WideCharToMultiByte(CP_UTF8, 0, text.data(), int(text.size()), nullptr, 0, nullptr, nullptr);
-    std::string out(size, '\0');
-    WideCharToMultiByte(CP_UTF8, 0, text.data(), int(text.size()), out.data(), size, nullptr, nullptr);
-    return out;
-}
-
-std::string Document(const Node& root)
+std::string Utf8(const Node& root)
 {
     std::wstring text = L"<?xml version=\"1.0\" encoding=\"utf-8\"?>";
     Write(root, text);
-    return Utf8(text);
+    std::string out(text.size() * 3, '\0');
+    out.resize(WideCharToMultiByte(CP_UTF8, 0, text.data(), int(text.size()), out.data(), int(out.size()), nullptr, nullptr));
+    return out;
 }
 
-// What one folder must load as.
-struct Expected {
-    std::wstring path;
-    std::uint32_t flags = 0;
-    SizeLimit min, max;
-    std::vector<std::pair<std::wstring, RunParams>> actions;  // tag, Run block
+const std::map<std::wstring, double> kValues = {
+    {L"1.5", 1.5}, {L"  2", 2}, {L"\t3", 3}, {L"NaN", 0}, {L"inf", 0}, {L"1e400", HUGE_VAL}, {L"-1e400", -HUGE_VAL},
+    {L"1e-400", 0}, {L"", 0}, {L"0x1A", 0}, {L"12abc", 12}, {L"1.5.5", 1.5}, {L"+7", 7}, {L".5", .5}, {L"1e+", 1},
+    {L"1,5", 1}, {L"- 1", 0}, {L"2.5E2", 250}, {std::wstring(400, L'9'), HUGE_VAL}, {L"0.1", 0.1},
 };
-
-// Value texts and the numbers they read as.
-const std::pair<std::wstring, double> kValues[] = {
-    {L"1.5", 1.5}, {L"  2", 2.0}, {L"\t3", 3.0}, {L"NaN", 0.0}, {L"nan", 0.0}, {L"inf", 0.0},
-    {L"1e400", kInf}, {L"-1e400", -kInf}, {L"1e-400", 0.0}, {L"abc", 0.0}, {L"", 0.0}, {L"0x1A", 0.0},
-    {L"12abc", 12.0}, {L"1.5.5", 1.5}, {L"+7", 7.0}, {L"-0", 0.0}, {L".5", 0.5}, {L"5.", 5.0}, {L"1e", 1.0},
-    {L"1e+", 1.0}, {L"1,5", 1.0}, {L"- 1", 0.0}, {L"2.5E2", 250.0}, {std::wstring(400, L'9'), kInf},
-    {L"0." + std::wstring(400, L'0') + L"1", 0.0}, {L"0.1", 0.1}, {L"123456789.125", 123456789.125},
-};
-const std::pair<std::wstring, std::uint16_t> kUnits[] = {
-    {L"B", 0}, {L"KB", 1}, {L"MB", 2}, {L"GB", 3}, {L"TB", 4}, {L"kb", 0}, {L"PB", 0}, {L"", 0}, {L" KB", 0}, {L"Tb", 0},
-};
-const std::wstring kTexts[] = {
-    L"C:\\Data", L"", L"Ünïcödé ™ 𝄞", L"<&>\"'", L"tab\there\r\nline", L"%currentdir%", L"  ",
-};
-const std::wstring kLongPath = L"\\\\server\\share\\" + std::wstring(10000, L'x');
-const wchar_t* const kActionNames[] = {L"MsgBox", L"AddToLog", L"Run", L"Run", L"Beep", L"msgbox", L"RUN", L"#text",
-                                       L"#comment"};
+const std::wstring kUnits[] = {L"B", L"KB", L"MB", L"GB", L"TB", L"kb", L"PB", L"", L" KB"};
+const std::wstring kTexts[] = {L"C:\\Data", L"", L"Ünïcödé ™ 𝄞", L"<&>\"'", L"tab\there\r\nline", L"  "};
+const std::wstring kActions[] = {L"MsgBox", L"AddToLog", L"Run", L"Run", L"Beep", L"msgbox", L"#text"};
+const std::wstring kVersions[] = {L"1.3", L"1.3", L"1.3", L"1.2", L"1.30", L"", L" 1.3"};
 
 class Generator {
 public:
     explicit Generator(unsigned seed) : rng_(seed) {}
 
-    Node Make()
+    Node Document()
     {
-        Node root{Chance(95) ? L"Configuration" : L"Config"};
-        Node settings{L"Settings"};
+        Node settings{L"Settings"}, folders{L"Folders"}, deep{L"Deep"};
         if (Chance(95))
-            settings.children.push_back(Version());
-        root.children.push_back(settings);
-        Node folders{L"Folders"};
+            settings.children.push_back(Maybe(Node{L"ConfigVersion"}, L"Version", 85, Any(kVersions)));
         for (int i = Pick(0, 6); i > 0; --i)
             folders.children.push_back(Folder(0));
-        // Folders nested deep under an unrelated element are found too.
-        if (Chance(15)) {
-            Node deep{L"Deep"};
-            Node* at = &deep;
-            for (int depth = Pick(1, 60); depth > 0; --depth) {
-                at->children.push_back(Node{L"Level"});
-                at = &at->children.back();
-            }
-            at->children.push_back(Folder(0));
-            root.children.push_back(deep);
-        }
-        root.children.push_back(folders);
-        if (Chance(10))
-            root.children.insert(root.children.begin(), Version());  // the first one in the file counts
-        return root;
+        for (Node* at = &deep; Chance(80); at = &at->children.back())
+            at->children.push_back(Chance(20) ? Folder(0) : Node{L"Level"});  // found at any depth
+        return Node{Chance(95) ? L"Configuration" : L"Config", {}, {settings, deep, folders}};
     }
 
 private:
@@ -158,324 +90,166 @@ private:
     int Pick(int low, int high) { return std::uniform_int_distribution<int>(low, high)(rng_); }
     template <typename T, std::size_t N>
     const T& Any(const T (&items)[N]) { return items[Pick(0, int(N) - 1)]; }
-
-    Node Version()
+    Node Maybe(Node node, const wchar_t* key, int percent, const std::wstring& value)
     {
-        static const wchar_t* const versions[] = {L"1.3", L"1.3", L"1.3", L"1.3", L"1.2", L"1.30", L"", L" 1.3", nullptr};
-        Node version{L"ConfigVersion"};
-        if (const wchar_t* text = Any(versions))
-            version.attributes.push_back({L"Version", text});
-        return version;
-    }
-
-    Node Limit(const wchar_t* name)
-    {
-        Node limit{name};
-        if (Chance(85))
-            limit.attributes.push_back({L"Value", Any(kValues).first});
-        if (Chance(85))
-            limit.attributes.push_back({L"Units", Any(kUnits).first});
-        if (Chance(70))
-            limit.attributes.push_back({L"Msg", Any(kTexts)});
-        return limit;
-    }
-
-    Node ActionNode(int depth)
-    {
-        Node action{Any(kActionNames)};
-        if (action.name == L"#text" || action.name == L"#comment") {
-            action.text = L" note ";
-            return action;
-        }
-        if (Chance(60))
-            action.attributes.push_back({L"Path", Any(kTexts)});
-        if (Chance(50))
-            action.attributes.push_back({L"Params", Chance(1) ? kLongPath : Any(kTexts)});
-        if (depth < 2 && Chance(5))
-            action.children.push_back(Folder(depth + 1));  // a Folder inside an action
-        return action;
+        if (Chance(percent))
+            node.attributes[key] = value;
+        return node;
     }
 
     Node Folder(int depth)
     {
-        Node folder{L"Folder"};
-        if (Chance(96))
-            folder.attributes.push_back({L"Path", Chance(5) ? kLongPath : Any(kTexts)});
-        if (Chance(10))
-            folder.children.push_back(Node{L"#text", {}, {}, L"\n  "});
-        if (Chance(45))
-            folder.children.push_back(Limit(Chance(90) ? L"Min" : L"min"));
-        if (Chance(45))
-            folder.children.push_back(Limit(L"Max"));
-        if (Chance(5))
-            folder.children.push_back(Limit(L"Min"));  // a second one is not read
-        if (Chance(95)) {
-            Node actions{L"Actions"};
-            const int count = Chance(2) ? 3000 : Pick(0, 6);
-            for (int i = 0; i < count; ++i)
-                actions.children.push_back(ActionNode(depth));
-            if (Chance(50))
-                folder.children.push_back(actions);
-            else
-                folder.children.insert(folder.children.begin(), actions);
+        Node folder = Maybe(Node{L"Folder"}, L"Path", 96, Chance(5) ? std::wstring(10000, L'p') : Any(kTexts));
+        for (const wchar_t* name : {L"Min", L"Max", L"min", L"Min"}) {
+            if (Chance(name == std::wstring(L"min") ? 10 : 40)) {
+                const Node limit = Maybe(Maybe(Node{name}, L"Value", 85, std::next(kValues.begin(), Pick(0, 19))->first),
+                                         L"Units", 85, Any(kUnits));
+                folder.children.push_back(Maybe(limit, L"Msg", 70, Any(kTexts)));
+            }
         }
+        Node actions{L"Actions"};
+        for (int i = Chance(2) ? 3000 : Pick(0, 6); i > 0; --i) {
+            Node action = Maybe(Maybe(Node{Any(kActions)}, L"Path", 60, Any(kTexts)), L"Params", 50, Any(kTexts));
+            if (depth < 2 && action.name != L"#text" && Chance(4))
+                action.children.push_back(Folder(depth + 1));  // a Folder inside an action
+            actions.children.push_back(action);
+        }
+        if (Chance(95))
+            folder.children.insert(Chance(50) ? folder.children.begin() : folder.children.end(), actions);
         return folder;
     }
 
     std::mt19937 rng_;
 };
 
-double ValueOf(const std::wstring* text)
+// One line per folder, the same for what was loaded and what was worked out.
+std::wstring Line(const std::wstring& path, std::uint32_t flags, const SizeLimit (&limits)[2],
+                  const std::wstring& actions)
 {
-    if (!text)
-        return 0.0;
-    for (const auto& [candidate, value] : kValues) {
-        if (candidate == *text)
-            return value;
+    std::wstring line = path.substr(0, 20) + std::to_wstring(path.size()) + L"|" + std::to_wstring(flags);
+    for (const SizeLimit& limit : limits)
+        line += L"|" + std::to_wstring(limit.value) + L" " + std::to_wstring(limit.units) + L" " + limit.msg.value_or(L"-");
+    return line + actions + L"\n";
+}
+
+std::wstring Describe(const FolderList& folders)
+{
+    std::wstring text;
+    for (const auto& entry : folders) {
+        std::wstring actions;
+        for (const ActionSlot& slot : entry->actions) {
+            const auto* run = static_cast<const RunParams*>(slot.params);
+            actions += L"|" + slot.kind->tag + (run ? L" " + run->path.value_or(L"-") + L" " + run->params.value_or(L"-") : L"");
+        }
+        text += Line(entry->path.value_or(L"-"), entry->flags, {entry->min, entry->max}, actions);
     }
-    ADD_FAILURE() << "value text not in the table";
-    return 0.0;
+    return text;
 }
 
-std::uint16_t UnitsOf(const std::wstring* text)
+void Collect(const Node& node, std::vector<const Node*>& found)
 {
-    for (const auto& [candidate, units] : kUnits) {
-        if (text && candidate == *text)
-            return units;
-    }
-    return 0;
-}
-
-SizeLimit ExpectedLimit(const Node& node)
-{
-    const std::wstring* msg = node.Attribute(L"Msg");
-    return SizeLimit{ValueOf(node.Attribute(L"Value")), UnitsOf(node.Attribute(L"Units")), 0,
-                     msg ? *msg : std::wstring()};
-}
-
-void CollectFolders(const Node& node, std::vector<const Node*>& folders)
-{
-    if (node.name == L"Folder")
-        folders.push_back(&node);
+    if (node.name == L"Folder" || node.name == L"ConfigVersion")
+        found.push_back(&node);
     for (const Node& child : node.children)
-        CollectFolders(child, folders);
+        Collect(child, found);
 }
 
-const Node* FirstVersion(const Node& node)
+SizeLimit Limit(const Node* node)
 {
-    if (node.name == L"ConfigVersion")
-        return &node;
-    for (const Node& child : node.children) {
-        if (const Node* found = FirstVersion(child))
-            return found;
+    SizeLimit limit;
+    if (node) {
+        limit.value = node->attributes.count(L"Value") ? kValues.at(node->Get(L"Value")) : 0.0;
+        limit.units = std::uint16_t(std::find(kUnits, kUnits + 5, node->Get(L"Units", L"?")) - kUnits) % 5;
+        limit.msg = node->Get(L"Msg");
     }
-    return nullptr;
+    return limit;
 }
 
-// The load as the format describes it, worked out on the tree.
-bool ExpectedLoad(const Node& root, std::vector<Expected>& result)
+// The load worked out on the tree, after the entry that was there before;
+// false when the file must be refused.
+bool ExpectedLoad(const Node& root, std::wstring& text)
 {
-    const Node* version = FirstVersion(root);
-    if (!version || (version->Attribute(L"Version") && *version->Attribute(L"Version") != L"1.3"))
+    std::vector<const Node*> found;
+    Collect(root, found);
+    const auto version = std::find_if(found.begin(), found.end(), [](const Node* n) { return n->name == L"ConfigVersion"; });
+    if (version == found.end() || (*version)->Get(L"Version", L"1.3") != L"1.3")
         return false;
-    std::vector<const Node*> folders;
-    CollectFolders(root, folders);
-    for (const Node* folder : folders) {
+    text = Line(L"-", 0, {SizeLimit{}, SizeLimit{}}, L"");
+    for (const Node* folder : found) {
         const Node* actions = folder->Child(L"Actions");
-        if (!folder->Attribute(L"Path") || !actions)
+        if (folder->name != L"Folder")
+            continue;
+        if (!folder->attributes.count(L"Path") || !actions)
             break;
-        Expected entry;
-        entry.path = *folder->Attribute(L"Path");
-        if (const Node* min = folder->Child(L"Min")) {
-            entry.flags |= FolderEntry::HasMin;
-            entry.min = ExpectedLimit(*min);
-        }
-        if (const Node* max = folder->Child(L"Max")) {
-            entry.flags |= FolderEntry::HasMax;
-            entry.max = ExpectedLimit(*max);
-        }
+        std::wstring slots;
         for (const Node& action : actions->children) {
-            if (action.name != L"MsgBox" && action.name != L"AddToLog" && action.name != L"Run")
-                continue;
-            RunParams block;
-            if (action.name == L"Run") {
-                block.path = action.Attribute(L"Path") ? *action.Attribute(L"Path") : L"";
-                block.params = action.Attribute(L"Params") ? *action.Attribute(L"Params") : L"";
-            }
-            entry.actions.push_back({action.name, block});
+            if (action.name == L"MsgBox" || action.name == L"AddToLog")
+                slots += L"|" + action.name;
+            if (action.name == L"Run")
+                slots += L"|Run " + action.Get(L"Path") + L" " + action.Get(L"Params");
         }
-        result.push_back(std::move(entry));
+        const std::uint32_t flags = (folder->Child(L"Min") ? 1 : 0) | (folder->Child(L"Max") ? 2 : 0);
+        text += Line(folder->Get(L"Path"), flags, {Limit(folder->Child(L"Min")), Limit(folder->Child(L"Max"))}, slots);
     }
     return true;
 }
 
 class HostileFiles : public ConfigTest {
 protected:
-    // Loads after a sentinel entry, which must stay first and untouched.
     DWORD Load(const std::string& bytes, FolderList& folders)
     {
-        folders.clear();
-        auto sentinel = std::make_unique<FolderEntry>();
-        sentinel->path = L"sentinel";
-        folders.push_back(std::move(sentinel));
-        const auto start = std::chrono::steady_clock::now();
+        folders.push_back(std::make_unique<FolderEntry>());
         const DWORD status = LoadText(bytes, folders);
-        slowest = std::max(slowest, std::chrono::steady_clock::now() - start);
-        EXPECT_TRUE(!folders.empty() && folders[0]->path == L"sentinel" && folders[0]->actions.empty());
-        if (status != 0) {
-            EXPECT_EQ(folders.size(), 1u) << "a refused file adds nothing";
-        }
+        EXPECT_TRUE(status == 0 || folders.size() == 1) << "a refused file adds nothing";
         return status;
     }
-
-    // What any accepted file can give: the shapes the reader builds.
-    void ExpectSane(const FolderList& folders, const std::string& name)
-    {
-        for (std::size_t i = 1; i < folders.size(); ++i) {
-            const FolderEntry& entry = *folders[i];
-            EXPECT_TRUE(entry.path.has_value()) << name;
-            EXPECT_EQ(entry.flags & ~3u, 0u) << name;
-            EXPECT_EQ(entry.min.msg.has_value(), bool(entry.flags & FolderEntry::HasMin)) << name;
-            EXPECT_EQ(entry.max.msg.has_value(), bool(entry.flags & FolderEntry::HasMax)) << name;
-            EXPECT_LT(entry.min.units, kSizeUnitCount) << name;
-            EXPECT_LT(entry.max.units, kSizeUnitCount) << name;
-            for (const ActionSlot& slot : entry.actions) {
-                ASSERT_TRUE(slot.kind == msgBox() || slot.kind == addToLog() || slot.kind == run()) << name;
-                if (slot.kind == run()) {
-                    EXPECT_TRUE(slot.params && Params(slot).path && Params(slot).params) << name;
-                } else {
-                    EXPECT_EQ(slot.params, nullptr) << name;
-                }
-            }
-        }
-    }
-
-    std::chrono::steady_clock::duration slowest{};
 };
-
-void ExpectLoadedAs(const FolderList& folders, const std::vector<Expected>& expected, const ConfigTest& test,
-                    int seed)
-{
-    ASSERT_EQ(folders.size() - 1, expected.size()) << "seed " << seed;
-    for (std::size_t i = 0; i < expected.size(); ++i) {
-        const FolderEntry& got = *folders[i + 1];
-        const Expected& want = expected[i];
-        const std::string where = "seed " + std::to_string(seed) + ", folder " + std::to_string(i);
-        EXPECT_EQ(got.path, want.path) << where;
-        EXPECT_EQ(got.flags, want.flags) << where;
-        for (const auto& [g, w] : {std::pair(&got.min, &want.min), std::pair(&got.max, &want.max)}) {
-            EXPECT_EQ(g->value, w->value) << where;
-            EXPECT_EQ(g->units, w->units) << where;
-            EXPECT_EQ(g->msg, w->msg) << where;
-        }
-        ASSERT_EQ(got.actions.size(), want.actions.size()) << where;
-        for (std::size_t a = 0; a < want.actions.size(); ++a) {
-            const ActionSlot& slot = got.actions[a];
-            ASSERT_TRUE(slot.kind) << where;
-            EXPECT_EQ(slot.kind->tag, want.actions[a].first) << where << ", action " << a;
-            if (slot.kind == test.run()) {
-                EXPECT_EQ(ConfigTest::Params(slot).path, want.actions[a].second.path) << where;
-                EXPECT_EQ(ConfigTest::Params(slot).params, want.actions[a].second.params) << where;
-            }
-        }
-    }
-}
 
 TEST_F(HostileFiles, GeneratedDocumentsLoadExactlyAsTheFormatSays)
 {
     int accepted = 0;
-    for (int seed = 1; seed <= 200; ++seed) {
-        const Node root = Generator(static_cast<unsigned>(seed)).Make();
-        std::vector<Expected> expected;
+    for (unsigned seed = 1; seed <= 200; ++seed) {
+        const Node root = Generator(seed).Document();
+        std::wstring expected;
         const bool accept = ExpectedLoad(root, expected);
         FolderList folders;
-        const DWORD status = Load(Document(root), folders);
-        ASSERT_EQ(status, accept ? 0u : 1006u) << "seed " << seed;
-        ExpectLoadedAs(folders, expected, *this, seed);
+        ASSERT_EQ(Load(Utf8(root), folders), accept ? 0u : 1006u) << "seed " << seed;
+        if (accept) {
+            ASSERT_EQ(Describe(folders), expected) << "seed " << seed;
+        }
         accepted += accept;
     }
-    EXPECT_GT(accepted, 100) << "the generator should mostly make acceptable files";
-    std::printf("slowest load: %lld ms\n",
-                static_cast<long long>(std::chrono::duration_cast<std::chrono::milliseconds>(slowest).count()));
+    EXPECT_GT(accepted, 100) << "most generated files should be acceptable";
 }
 
 TEST_F(HostileFiles, GarbageTruncationsAndMonstersEndInAnAllowedStatus)
 {
     std::mt19937 rng(20240611);
-    const std::string valid = Document(Generator(7).Make());
-    std::vector<std::pair<std::string, std::string>> files = {
-        {"empty", ""},
-        {"blank", "   \r\n"},
-        {"not XML", "this is not XML at all"},
-        {"HTML", "<html><body><p>config<br></body></html>"},
-        {"declaration only", "<?xml version=\"1.0\" encoding=\"utf-8\"?>"},
-        {"UTF-16 BOM on UTF-8 text", "\xFF\xFE" + valid},
-        {"invalid UTF-8", ConfigText("<Folder Path=\"\xC3\x28\xFF\"><Actions/></Folder>")},
-        {"NUL in the middle", ConfigText("<Folder Path=\"a") + std::string(1, '\0') + "\"><Actions/></Folder>"},
-        {"entity bomb",
-         "<?xml version=\"1.0\"?><!DOCTYPE c [<!ENTITY a \"aaaaaaaaaa\"><!ENTITY b \"&a;&a;&a;&a;&a;&a;&a;&a;&a;&a;\">"
-         "<!ENTITY c \"&b;&b;&b;&b;&b;&b;&b;&b;&b;&b;\"><!ENTITY d \"&c;&c;&c;&c;&c;&c;&c;&c;&c;&c;\">"
-         "<!ENTITY e \"&d;&d;&d;&d;&d;&d;&d;&d;&d;&d;\"><!ENTITY f \"&e;&e;&e;&e;&e;&e;&e;&e;&e;&e;\">"
-         "<!ENTITY g \"&f;&f;&f;&f;&f;&f;&f;&f;&f;&f;\"><!ENTITY h \"&g;&g;&g;&g;&g;&g;&g;&g;&g;&g;\">]>"
-         "<Configuration><Settings><ConfigVersion Version=\"1.3\"/></Settings><Folders>"
-         "<Folder Path=\"&h;\"><Actions/></Folder></Folders></Configuration>"},
-        {"external entity", "<?xml version=\"1.0\"?><!DOCTYPE c [<!ENTITY x SYSTEM \"file:///C:/windows/win.ini\">]>" +
-                                ConfigText("<Folder Path=\"&x;\"><Actions/></Folder>").substr(38)},
+    const auto pick = [&](std::size_t high) { return std::uniform_int_distribution<std::size_t>(0, high)(rng); };
+    const std::string valid = Utf8(Generator(7).Document());
+    std::string deep;
+    for (int i = 0; i < 40000; ++i)
+        deep += i < 20000 ? "<d>" : "</d>";
+    std::vector<std::pair<std::string, DWORD>> files = {  // bytes, required status (0: either)
+        {"", 1006}, {"not XML", 1006}, {"\xFF\xFE" + valid, 0}, {ConfigText("<Folder Path=\"\xC3\x28\xFF\"><Actions/></Folder>"), 0},
+        {ConfigText("<Folder Path=\"a") + '\0' + "\"><Actions/></Folder>", 0},
+        {ConfigText(deep.insert(60000, "<Folder Path=\"deep\"><Actions/></Folder>")), 0},
+        {ConfigText("<!--" + std::string(12 << 20, 'x') + "--><Folder Path=\"after\"><Actions/></Folder>"), 0},
     };
-    for (int depth : {100, 1000, 20000}) {
-        std::string deep;
-        for (int i = 0; i < depth; ++i)
-            deep += "<d>";
-        deep += "<Folder Path=\"deep\"><Actions><MsgBox/></Actions></Folder>";
-        for (int i = 0; i < depth; ++i)
-            deep += "</d>";
-        files.push_back({"nesting " + std::to_string(depth), ConfigText(deep)});
-    }
-    for (int megabytes : {4, 12})
-        files.push_back({"comment of " + std::to_string(megabytes) + " MB",
-                         ConfigText("<!--" + std::string(megabytes << 20, 'x') + "--><Folder Path=\"after\"><Actions/></Folder>")});
-    for (int i = 0; i < 40; ++i) {
-        std::string bytes(std::uniform_int_distribution<int>(1, 4000)(rng), '\0');
+    for (int i = 0; i < 50; ++i) {
+        std::string bytes(pick(4000) + 1, '\0'), mutated = valid;
         for (char& c : bytes)
-            c = static_cast<char>(std::uniform_int_distribution<int>(0, 255)(rng));
-        files.push_back({"random bytes " + std::to_string(i), bytes});
+            c = static_cast<char>(pick(255));
+        for (std::size_t flips = pick(7) + 1; flips > 0; --flips)
+            mutated[pick(mutated.size() - 1)] = "<>/\"=&'! ax\0"[pick(11)];
+        files.insert(files.end(), {{bytes, 1006}, {valid.substr(0, pick(valid.size() - 2)), 1006}, {mutated, 0}});
     }
-    for (int i = 0; i < 40; ++i) {
-        const std::size_t cut = std::uniform_int_distribution<std::size_t>(0, valid.size() - 2)(rng);
-        files.push_back({"cut at " + std::to_string(cut), valid.substr(0, cut)});
-    }
-    for (int i = 0; i < 40; ++i) {
-        std::string bytes = valid;
-        for (int flips = std::uniform_int_distribution<int>(1, 8)(rng); flips > 0; --flips)
-            bytes[std::uniform_int_distribution<std::size_t>(0, bytes.size() - 1)(rng)] =
-                "<>/\"=&'! ax\0"[std::uniform_int_distribution<int>(0, 11)(rng)];
-        files.push_back({"mutation " + std::to_string(i), bytes});
-    }
-
-    for (const auto& [name, bytes] : files) {
+    for (const auto& [bytes, required] : files) {
         FolderList folders;
         const DWORD status = Load(bytes, folders);
-        EXPECT_TRUE(status == 0 || status == 1006) << name << ": " << status;
-        ExpectSane(folders, name);
-        if (name.rfind("cut at", 0) == 0 || name.rfind("random bytes", 0) == 0 || name == "empty" ||
-            name == "not XML" || name == "declaration only") {
-            EXPECT_EQ(status, 1006u) << name << " is not a well-formed document";
-        }
-        // What is too large for the DOM is refused as a whole.
-        if (status == 0 && name.rfind("comment of", 0) == 0) {
-            ASSERT_EQ(folders.size(), 2u);
-            EXPECT_EQ(*folders[1]->path, L"after");
-        }
-        if (name == "comment of 4 MB" || name == "nesting 100") {
-            EXPECT_EQ(status, 0u) << name;
-        }
-        if (name == "nesting 100") {
-            ASSERT_EQ(folders.size(), 2u);
-            EXPECT_EQ(folders[1]->actions.size(), 1u);
-        }
+        EXPECT_TRUE(status == (required ? required : status) && (status == 0 || status == 1006))
+            << status << " for " << bytes.substr(0, 60);
     }
-    std::printf("%zu files, slowest load: %lld ms\n", files.size(),
-                static_cast<long long>(std::chrono::duration_cast<std::chrono::milliseconds>(slowest).count()));
 }
 
 } // namespace
