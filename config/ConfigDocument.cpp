@@ -283,17 +283,11 @@ HRESULT ConfigDocument::ReadNextFolder(FolderEntry& entry)
     hr = GetTextAttribute(folder.get(), L"Path", entry.path);
     if (hr != S_OK)
         return hr;
-    bool found = false;
-    hr = ReadLimit(folder.get(), L"Min", entry.min, found);
+    hr = ReadLimit(folder.get(), L"Min", FolderEntry::HasMin, entry.min, entry.flags);
+    if (SUCCEEDED(hr))
+        hr = ReadLimit(folder.get(), L"Max", FolderEntry::HasMax, entry.max, entry.flags);
     if (FAILED(hr))
         return hr;
-    if (found)
-        entry.flags |= FolderEntry::HasMin;
-    hr = ReadLimit(folder.get(), L"Max", entry.max, found);
-    if (FAILED(hr))
-        return hr;
-    if (found)
-        entry.flags |= FolderEntry::HasMax;
     // The writer always gives a folder its Actions: a folder without them ends
     // the load, this one and all after it.
     acl::com_ptr<IXMLDOMNode> actions;
@@ -304,9 +298,10 @@ HRESULT ConfigDocument::ReadNextFolder(FolderEntry& entry)
     return S_OK;
 }
 
-HRESULT ConfigDocument::ReadLimit(IXMLDOMElement* folder, const wchar_t* name, SizeLimit& limit, bool& found)
+// A limit element sets its flag; one that is not there leaves the limit alone.
+HRESULT ConfigDocument::ReadLimit(IXMLDOMElement* folder, const wchar_t* name, std::uint32_t flag, SizeLimit& limit,
+                                  std::uint32_t& flags)
 {
-    found = false;
     acl::com_ptr<IXMLDOMNode> node;
     if (SelectNode(folder, name, node) != S_OK)
         return S_OK;
@@ -320,7 +315,7 @@ HRESULT ConfigDocument::ReadLimit(IXMLDOMElement* folder, const wchar_t* name, S
     limit.units = GetTextAttribute(element.get(), L"Units", text) == S_OK ? UnitsFromName(*text) : std::uint16_t{SizeUnit_B};
     if (GetTextAttribute(element.get(), L"Msg", limit.msg) != S_OK)
         limit.msg.emplace();
-    found = true;
+    flags |= flag;
     return S_OK;
 }
 

@@ -16,7 +16,7 @@ using FolderList = std::vector<std::unique_ptr<FolderEntry>>;
 
 struct Configuration {
     ActionKindRegistry kinds;
-    FolderList folders;
+    FolderList folders;  // after the kinds: entries release their blocks through kinds still alive
 };
 
 // The main window's side of a save and a load.
