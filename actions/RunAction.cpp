@@ -1,0 +1,119 @@
+#include "actions/RunAction.h"
+
+#include <memory>
+#include <new>
+
+#include "config/XmlDom.h"
+
+namespace krn {
+namespace {
+
+const RunParams* AsRunParams(const void* params)
+{
+    return static_cast<const RunParams*>(params);
+}
+
+// The Run dialog comes with its own step; until then every edit is cancelled,
+// as a dialog that could not be created would be.
+DWORD ShowRunDialog(HWND, RunParams&)
+{
+    return ERROR_CANCELLED;
+}
+
+} // namespace
+
+HRESULT RunActionBase::CloneParams(void** copy, const void* source)
+{
+    *copy = nullptr;
+    if (!source)
+        return S_OK;
+    try {
+        std::unique_ptr<RunParams> block(new (std::nothrow) RunParams(*AsRunParams(source)));
+        if (!block)
+            return E_OUTOFMEMORY;
+        *copy = block.release();
+        return S_OK;
+    } catch (const std::bad_alloc&) {
+        return E_OUTOFMEMORY;
+    }
+}
+
+int RunActionBase::CompareParams(const void* left, const void* right)
+{
+    if (!left || !right)
+        return 1;
+    const RunParams& a = *AsRunParams(left);
+    const RunParams& b = *AsRunParams(right);
+    if (a.path != b.path)
+        return 1;
+    return a.params != b.params ? 1 : 0;
+}
+
+HRESULT RunActionBase::LoadParams(IXMLDOMDocument*, IXMLDOMNode* node, void** params)
+{
+    *params = nullptr;
+    acl::com_ptr<IXMLDOMElement> element;
+    HRESULT hr = QueryElement(node, element);
+    if (FAILED(hr))
+        return hr;
+    try {
+        std::unique_ptr<RunParams> block(new (std::nothrow) RunParams);
+        if (!block)
+            return E_OUTOFMEMORY;
+        // An absent attribute is read as an empty text, never as an absent one.
+        if (GetTextAttribute(element.get(), L"Path", block->path) != S_OK)
+            block->path.emplace();
+        if (GetTextAttribute(element.get(), L"Params", block->params) != S_OK)
+            block->params.emplace();
+        *params = block.release();
+        return S_OK;
+    } catch (const std::bad_alloc&) {
+        return E_OUTOFMEMORY;
+    }
+}
+
+void RunActionBase::FreeParams(void* params)
+{
+    delete static_cast<RunParams*>(params);
+}
+
+HRESULT RunAction::SaveParams(const void* params, IXMLDOMDocument*, IXMLDOMElement*, IXMLDOMElement* element)
+{
+    static const RunParams none;
+    const RunParams& block = params ? *AsRunParams(params) : none;
+    const HRESULT hr = SetTextAttribute(element, L"Path", block.path);
+    if (hr != S_OK)
+        return hr;
+    return SetTextAttribute(element, L"Params", block.params);
+}
+
+HRESULT RunAction::EditParams(HWND owner, bool isNew, ActionSlot& slot)
+{
+    if (isNew) {
+        slot.params = new (std::nothrow) RunParams;
+        if (!slot.params)
+            return E_OUTOFMEMORY;
+    }
+    auto* block = static_cast<RunParams*>(slot.params);
+    if (!block)
+        return E_POINTER;
+    if (ShowRunDialog(owner, *block) == ERROR_SUCCESS)
+        return S_OK;
+    if (!isNew)
+        return S_FALSE;
+    FreeParams(std::exchange(slot.params, nullptr));
+    return E_FAIL;
+}
+
+HRESULT RunAction::FillParamsCell(acl::ListView_Cell* cell, const void* params)
+{
+    if (!cell)
+        return E_ABORT;
+    const RunParams* block = AsRunParams(params);
+    if (!block || !block->path)
+        return S_OK;
+    // The icon and the path text go in with the owner-drawn list view.
+    return S_OK;
+}
+
+} // namespace krn

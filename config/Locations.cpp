@@ -1,0 +1,84 @@
+#include "config/Locations.h"
+
+#include <shlobj.h>
+
+#include <charconv>
+#include <cwchar>
+
+namespace krn {
+namespace {
+
+// Appends `tail` when it fits in `capacity` characters, terminator included.
+bool Append(wchar_t* text, std::size_t capacity, const wchar_t* tail)
+{
+    const std::size_t length = wcsnlen(text, capacity);
+    const std::size_t extra = wcslen(tail);
+    if (length + extra >= capacity)
+        return false;
+    wmemcpy(text + length, tail, extra + 1);
+    return true;
+}
+
+bool AppendFolder(wchar_t* path, const wchar_t* name)
+{
+    if (!Append(path, kConfigPathChars, L"\\") || !Append(path, kConfigPathChars, name))
+        return false;
+    CreateDirectoryW(path, nullptr);  // an existing folder is fine
+    return true;
+}
+
+// Inserts a blank before every group of three integer digits, counting from
+// `point` (the start of the last group) to the left.
+void InsertThousandsBlanks(wchar_t* text, std::size_t length, std::ptrdiff_t point)
+{
+    for (; point > 0; point -= 3) {
+        wmemmove(text + point + 1, text + point, length - point + 1);
+        text[point] = L' ';
+        ++length;
+    }
+}
+
+} // namespace
+
+DWORD BuildConfigPath(wchar_t* path)
+{
+    if (!AppendFolder(path, L"Norlath") || !AppendFolder(path, L"Kestrune"))
+        return ERROR_OUTOFMEMORY;
+    if (!Append(path, kConfigPathChars, L"\\") || !Append(path, kConfigPathChars, L"config.xml"))
+        return ERROR_OUTOFMEMORY;
+    return ERROR_SUCCESS;
+}
+
+DWORD GetDefaultLogPath(wchar_t* path)
+{
+    if (FAILED(SHGetFolderPathW(nullptr, CSIDL_PERSONAL, nullptr, 0, path)))
+        return ERROR_NOT_FOUND;
+    Append(path, kLogPathChars, L"\\NorlathKestrune.log");
+    return ERROR_SUCCESS;
+}
+
+wchar_t* FormatSize(std::uint64_t bytes, wchar_t* text)
+{
+    double value = static_cast<double>(bytes);
+    std::size_t unit = 0;
+    int precision = 0;
+    if (value >= 1024.0) {
+        precision = 2;
+        // Terabytes are the last unit: they are never promoted further.
+        do {
+            value *= 0.0009765625;
+            ++unit;
+        } while (unit < 4 && value >= 1024.0);
+    }
+    char digits[kFormatSizeChars];
+    const auto result = std::to_chars(digits, digits + sizeof(digits) - 1, value, std::chars_format::fixed, precision);
+    const std::size_t length = static_cast<std::size_t>(result.ptr - digits);
+    for (std::size_t i = 0; i < length; ++i)
+        text[i] = static_cast<wchar_t>(digits[i]);
+    text[length] = L'\0';
+    InsertThousandsBlanks(text, length, static_cast<std::ptrdiff_t>(length) - (precision ? 6 : 3));
+    Append(text, kFormatSizeChars, SizeUnitSuffixes[unit]);
+    return text;
+}
+
+} // namespace krn

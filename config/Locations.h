@@ -1,0 +1,30 @@
+// Where the configuration and log files live, and how a byte count is shown.
+#pragma once
+
+#include <windows.h>
+
+#include <cstddef>
+#include <cstdint>
+
+namespace krn {
+
+inline constexpr std::size_t kConfigPathChars = 520;
+inline constexpr std::size_t kLogPathChars = MAX_PATH;
+inline constexpr std::size_t kFormatSizeChars = 32;
+
+inline constexpr const wchar_t* SizeUnitSuffixes[] = {L" B", L" KB", L" MB", L" GB", L" TB"};
+
+// `path` (kConfigPathChars) holds the application-data folder; completes it to
+// the path of config.xml, creating the two folders on the way. 0, or 14 when
+// the path does not fit.
+DWORD BuildConfigPath(wchar_t* path);
+
+// Stores the default log file path in `path` (kLogPathChars). 0, or 1168 when
+// the documents folder is unknown.
+DWORD GetDefaultLogPath(wchar_t* path);
+
+// "1 023 B", "1.50 KB", "16 777 216.00 TB": two decimals from a kilobyte up,
+// blanks between thousands. `text` holds kFormatSizeChars; returns it.
+wchar_t* FormatSize(std::uint64_t bytes, wchar_t* text);
+
+} // namespace krn

@@ -1,0 +1,48 @@
+// Shared set-up of the configuration tests: the three action kinds, slots
+// built from them, and files written from literal text.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include "actions/RunAction.h"
+#include "config/ConfigDocument.h"
+#include "support/Scratch.h"
+
+namespace krn::test {
+
+class ConfigTest : public ::testing::Test {
+public:
+    ConfigTest() { AddStandardKinds(kinds, GetModuleHandleW(nullptr)); }
+
+    Action* msgBox() const { return kinds.KindAt(0); }
+    Action* addToLog() const { return kinds.KindAt(1); }
+    Action* run() const { return kinds.KindAt(2); }
+
+    ActionSlot RunSlot(OptionalText path, OptionalText params) const
+    {
+        const RunParams block{std::move(path), std::move(params)};
+        ActionSlot slot{nullptr, run()};
+        run()->CloneParams(&slot.params, &block);
+        return slot;
+    }
+    static RunParams& Params(const ActionSlot& slot) { return *static_cast<RunParams*>(slot.params); }
+
+    // Writes `xml` to a file and loads it into `folders`.
+    DWORD LoadText(const std::string& xml, FolderList& folders) const
+    {
+        WriteFileBytes(temp / L"load.xml", xml);
+        return LoadConfiguration((temp / L"load.xml").c_str(), kinds, folders);
+    }
+
+    ActionKindRegistry kinds;
+    TempFolder temp;
+};
+
+// A file of the program's format around the given Folders content.
+inline std::string ConfigText(const std::string& folders)
+{
+    return "<?xml version=\"1.0\" encoding=\"utf-8\"?><Configuration><Settings><ConfigVersion Version=\"1.3\"/>"
+           "</Settings><Folders>" + folders + "</Folders></Configuration>";
+}
+
+} // namespace krn::test
