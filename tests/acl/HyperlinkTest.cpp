@@ -148,7 +148,11 @@ TEST_F(HyperlinkTest, TheAtomLivesWhileAnyControlIsSubclassed)
 {
     const HWND other = dialog.item(kOtherLink);
     const WNDPROC original = ProcOf(link);
-    EXPECT_EQ(GlobalFindAtomW(kAtomName), 0);
+    // The atom table is the session's: another program's links may hold it too.
+    const bool alone = GlobalFindAtomW(kAtomName) == 0;
+    const auto deleted = [&] {
+        return acl::SubclassControlBase::Atom() == 0 && (!alone || !GlobalFindAtomW(kAtomName));
+    };
     {
         Link first, second;
         first.Init(Link::kCommand, link, dialog.window(), 1u, &settings);
@@ -160,11 +164,11 @@ TEST_F(HyperlinkTest, TheAtomLivesWhileAnyControlIsSubclassed)
         EXPECT_EQ(GlobalFindAtomW(kAtomName), atom);
         EXPECT_EQ(GetPropW(link, MAKEINTATOM(atom)), nullptr);
         second.Detach();
-        EXPECT_EQ(GlobalFindAtomW(kAtomName), 0);
+        EXPECT_TRUE(deleted());
 
         // Made again by the next Attach; attaching elsewhere restores the first window.
         EXPECT_EQ(first.Attach(link, 0), 0u);
-        EXPECT_NE(GlobalFindAtomW(kAtomName), 0);
+        EXPECT_EQ(GlobalFindAtomW(kAtomName), acl::SubclassControlBase::Atom());
         const LONG_PTR style = GetWindowLongPtrW(other, GWL_STYLE);
         EXPECT_EQ(first.Attach(other, WS_BORDER), 0u);
         EXPECT_EQ(ProcOf(link), original);
@@ -172,7 +176,7 @@ TEST_F(HyperlinkTest, TheAtomLivesWhileAnyControlIsSubclassed)
         EXPECT_EQ(GetWindowLongPtrW(other, GWL_STYLE), style | WS_BORDER);
         EXPECT_EQ(acl::SubclassControlBase::UserCount(), 1);
     }
-    EXPECT_EQ(GlobalFindAtomW(kAtomName), 0) << "destruction detaches";
+    EXPECT_TRUE(deleted()) << "destruction detaches";
 }
 
 } // namespace
