@@ -35,91 +35,78 @@ public:
         Create(20, 20);
     }
 
-    // Whether the set answers, its brush, and the colours it left in a fresh DC.
+    // The set's brush (-1: not answered) and the colours it left in a fresh DC.
     struct Answer {
-        bool answered;
-        LRESULT brush;
+        LRESULT brush = -1;
         COLORREF text, background;
     };
     Answer Ask(UINT message, HWND control)
     {
         const acl::unique_hdc dc(CreateCompatibleDC(nullptr));
-        Answer a{false, -1};
-        a.answered = OnCtlColor(message, WPARAM(dc.get()), LPARAM(control), &a.brush);
+        Answer a;
+        const bool answered = OnCtlColor(message, WPARAM(dc.get()), LPARAM(control), &a.brush);
+        EXPECT_EQ(answered, a.brush != -1);
         a.text = GetTextColor(dc.get());
         a.background = GetBkColor(dc.get());
         return a;
     }
-    LRESULT BrushOf(const wchar_t* name) const { return reinterpret_cast<LRESULT>(Find(name)->brush); }
 };
 
 // The folder properties dialog's schemes, with "default" also listing the
-// body label and "title" the header, so that the name order decides.
+// body label and "title" the header, so that the name order decides, and a
+// combo box (4711: no such control) that leaves the background colour alone.
 void FolderDialogSchemes(SchemeDialog& d)
 {
-    const int body[] = {kBody}, header[] = {kHeader}, title[] = {kTitle, kHeader};
+    const int body[] = {kBody}, header[] = {kHeader}, title[] = {kTitle, kHeader}, combo[] = {kCombo, 4711};
     EXPECT_EQ(d.AddScheme(L"default", body, 1, kBlack, acl::kBodyColor, nullptr), 0u);
     EXPECT_EQ(d.AddScheme(L"header", header, 1, RGB(0, 0, 128), kWhite, nullptr), 0u);
     EXPECT_EQ(d.AddScheme(L"title", title, 2, kBlack, kWhite, nullptr), 0u);
     EXPECT_EQ(d.AddScheme(L"body", body, 1, kGrey, acl::kBodyColor, nullptr), 0u);
-    d.messages = 11;
-    d.useDefault = 1;
+    EXPECT_EQ(d.AddScheme(L"combo", combo, 2, RGB(200, 0, 0), acl::kNoColor, nullptr), 0u);
 }
 
 TEST(ColorSchemes, AControlTakesTheFirstSchemeByNameUnlessMaskedOrSuspended)
 {
     SchemeDialog d(FolderDialogSchemes);
     ASSERT_TRUE(d.window());
-    const struct {
-        int id;  // 0: the dialog itself
-        UINT message;
-        uint32_t suspended, useDefault;
-        const wchar_t* scheme;  // null: answered with no brush; L"": not answered
-        COLORREF text;
-    } cases[] = {
-        {kBody, WM_CTLCOLORSTATIC, 0, 1, L"body", kGrey},
-        {kHeader, WM_CTLCOLORSTATIC, 0, 1, L"header", RGB(0, 0, 128)},
-        {kTitle, WM_CTLCOLORSTATIC, 0, 1, L"title", kBlack},
-        {kPlain, WM_CTLCOLORSTATIC, 0, 1, L"default", kBlack},
-        {kButton, WM_CTLCOLORBTN, 0, 1, L"default", kBlack},
-        {0, WM_CTLCOLORDLG, 0, 1, L"default", kBlack},
-        {kEdit, WM_CTLCOLOREDIT, 0, 1, L"", kBlack},  // not in messages = 11
-        {kBody, WM_CTLCOLORSTATIC, 1, 1, nullptr, kBlack},
-        {kPlain, WM_CTLCOLORSTATIC, 0, 0, nullptr, kBlack},
-        {kBody, WM_CTLCOLORSTATIC, 0, 0, L"body", kGrey},
-    };
-    for (const auto& c : cases) {
-        d.suspended = c.suspended;
-        d.useDefault = c.useDefault;
-        const auto a = d.Ask(c.message, c.id ? d.item(c.id) : d.window());
-        const bool answered = !c.scheme || *c.scheme, coloured = c.scheme && *c.scheme;
-        SCOPED_TRACE(testing::Message() << "control " << c.id << ", suspended " << c.suspended << ", useDefault "
-                                        << c.useDefault);
-        EXPECT_EQ(a.answered, answered);
-        EXPECT_EQ(a.brush, !answered ? -1 : coloured ? d.BrushOf(c.scheme) : 0);
-        EXPECT_EQ(a.text, c.text);
-        EXPECT_EQ(a.background, coloured ? d.Find(c.scheme)->backgroundColor : kWhite);
-    }
-}
-
-TEST(ColorSchemes, AComboBoxColoursItsEditAndListWindows)
-{
-    SchemeDialog d([](SchemeDialog& dialog) {
-        const int combo[] = {kCombo, 4711};  // 4711: no such control
-        dialog.AddScheme(L"default", nullptr, 0, kBlack, acl::kBodyColor, nullptr);
-        dialog.AddScheme(L"combo", combo, 2, RGB(200, 0, 0), acl::kNoColor, nullptr);
-    });
-    ASSERT_TRUE(d.window());
     COMBOBOXINFO info{sizeof(info)};
     ASSERT_TRUE(GetComboBoxInfo(d.item(kCombo), &info));
     const std::vector<HWND> expected{d.item(kCombo), info.hwndItem, info.hwndList, nullptr};
     EXPECT_EQ(d.Find(L"combo")->windows, expected);
 
-    EXPECT_EQ(d.Ask(WM_CTLCOLOREDIT, info.hwndItem).brush, d.BrushOf(L"combo"));
-    const auto list = d.Ask(WM_CTLCOLORLISTBOX, info.hwndList);
-    EXPECT_EQ(list.brush, d.BrushOf(L"combo"));
-    EXPECT_EQ(list.text, RGB(200, 0, 0));
-    EXPECT_EQ(list.background, kWhite) << "no background colour leaves the DC's";
+    const HWND dialog = d.window(), edit = info.hwndItem, list = info.hwndList;
+    const struct {
+        HWND window;
+        UINT message;
+        uint32_t messages, suspended, useDefault;
+        const wchar_t* scheme;  // null: answered with no brush; L"": not answered
+        COLORREF text;
+    } cases[] = {
+        {d.item(kBody), WM_CTLCOLORSTATIC, 11, 0, 1, L"body", kGrey},
+        {d.item(kHeader), WM_CTLCOLORSTATIC, 11, 0, 1, L"header", RGB(0, 0, 128)},
+        {d.item(kTitle), WM_CTLCOLORSTATIC, 11, 0, 1, L"title", kBlack},
+        {d.item(kPlain), WM_CTLCOLORSTATIC, 11, 0, 1, L"default", kBlack},
+        {d.item(kButton), WM_CTLCOLORBTN, 11, 0, 1, L"default", kBlack},
+        {dialog, WM_CTLCOLORDLG, 11, 0, 1, L"default", kBlack},
+        {d.item(kEdit), WM_CTLCOLOREDIT, 11, 0, 1, L"", kBlack},
+        {edit, WM_CTLCOLOREDIT, 11, 0, 1, L"", kBlack},
+        {edit, WM_CTLCOLOREDIT, 0xFF, 0, 1, L"combo", RGB(200, 0, 0)},
+        {list, WM_CTLCOLORLISTBOX, 0xFF, 0, 1, L"combo", RGB(200, 0, 0)},
+        {d.item(kBody), WM_CTLCOLORSTATIC, 11, 1, 1, nullptr, kBlack},
+        {d.item(kPlain), WM_CTLCOLORSTATIC, 11, 0, 0, nullptr, kBlack},
+        {d.item(kBody), WM_CTLCOLORSTATIC, 11, 0, 0, L"body", kGrey},
+    };
+    for (const auto& c : cases) {
+        d.messages = c.messages;
+        d.suspended = c.suspended;
+        d.useDefault = c.useDefault;
+        const auto a = d.Ask(c.message, c.window);
+        const acl::ColorScheme* scheme = c.scheme && *c.scheme ? d.Find(c.scheme) : nullptr;
+        SCOPED_TRACE(testing::Message() << "case " << &c - cases);
+        EXPECT_EQ(a.brush, scheme ? LRESULT(scheme->brush) : c.scheme ? -1 : 0);
+        EXPECT_EQ(a.text, c.text);
+        EXPECT_EQ(a.background, scheme && scheme->backgroundColor != acl::kNoColor ? scheme->backgroundColor : kWhite);
+    }
 }
 
 TEST(ColorSchemes, HeaderBandIsWhiteDownToTheSeparatorAndBodyBelow)
