@@ -5,6 +5,7 @@
 #include <commctrl.h>
 #include <shellapi.h>
 
+#include <new>
 #include <vector>
 
 namespace acl {
@@ -92,7 +93,12 @@ LRESULT CALLBACK SubclassControlBase::SharedWindowProc(HWND window, UINT message
     auto* object = static_cast<SubclassControlBase*>(GetPropW(window, g_propertyName));
     if (!object)
         return 0;
-    return object->WindowProc(window, message, wParam, lParam);
+    // Nothing may unwind into the system's dispatch (painting allocates).
+    try {
+        return object->WindowProc(window, message, wParam, lParam);
+    } catch (...) {
+        return 0;
+    }
 }
 
 Hyperlink_Settings::Hyperlink_Settings() : background(GetSysColor(COLOR_BTNFACE)) {}
@@ -148,7 +154,11 @@ DWORD Hyperlink::InitCommon(uint32_t mode, HWND control, HWND parent, const wcha
     // A link whose subclassing failed simply does not react.
     Attach(control, SS_NOTIFY);
     if (mode & (kOpen | kOpenWithParent)) {
-        target_ = std::wstring(targetOrId ? targetOrId : L"");
+        try {
+            target_ = std::wstring(targetOrId ? targetOrId : L"");
+        } catch (const std::bad_alloc&) {
+            return ERROR_OUTOFMEMORY;
+        }
         commandId_ = 0;
     } else if (mode & kCommand) {
         target_.reset();

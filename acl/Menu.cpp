@@ -258,8 +258,7 @@ DWORD ACL_Menu::Attach(HINSTANCE instance, UINT menuId, UINT imagesMenuId, UINT 
     if (!menu_)
         return GetLastError();
     LoadImages(imagesMenuId, imagesBitmapId);
-    Convert(menu_.get());
-    return ERROR_SUCCESS;
+    return ConvertAttached();
 }
 
 DWORD ACL_Menu::AttachMenu(HINSTANCE instance, HMENU menu, UINT imagesMenuId, UINT imagesBitmapId, HWND owner,
@@ -275,13 +274,23 @@ DWORD ACL_Menu::AttachMenu(HINSTANCE instance, HMENU menu, UINT imagesMenuId, UI
     menu_.reset(menu);
     if (imagesMenuId != 0)
         LoadImages(imagesMenuId, imagesBitmapId);
-    if (convertTopLevel_) {
-        Convert(menu);
-    } else {
-        const int count = GetMenuItemCount(menu);
-        for (int position = 0; position < count; ++position)
-            if (HMENU dropDown = GetSubMenu(menu, position))
-                Convert(dropDown);
+    return ConvertAttached();
+}
+
+DWORD ACL_Menu::ConvertAttached()
+{
+    const HMENU menu = menu_.get();
+    try {
+        if (convertTopLevel_) {
+            Convert(menu);
+        } else {
+            const int count = GetMenuItemCount(menu);
+            for (int position = 0; position < count; ++position)
+                if (HMENU dropDown = GetSubMenu(menu, position))
+                    Convert(dropDown);
+        }
+    } catch (const std::bad_alloc&) {
+        return ERROR_OUTOFMEMORY;
     }
     return ERROR_SUCCESS;
 }
@@ -393,9 +402,9 @@ void ACL_Menu::Convert(HMENU menu)
 {
     const int count = GetMenuItemCount(menu);
     for (int position = 0; position < count; ++position) {
-        auto record = NewRecord(menu, static_cast<UINT>(position));
-        MakeOwnerDrawn(menu, static_cast<UINT>(position), record.get());
-        items_.push_back(std::move(record));
+        // Kept before the item points at it, so that a failed push leaves nothing dangling.
+        items_.push_back(NewRecord(menu, static_cast<UINT>(position)));
+        MakeOwnerDrawn(menu, static_cast<UINT>(position), items_.back().get());
         if (HMENU dropDown = GetSubMenu(menu, position))
             Convert(dropDown);
     }
@@ -403,13 +412,20 @@ void ACL_Menu::Convert(HMENU menu)
 
 void ACL_Menu::Refresh(HMENU menu)
 {
-    if (!menu)
-        menu = menu_.get();
+    // Items left unconverted when memory runs out are drawn by the system.
+    try {
+        RefreshMenu(menu ? menu : menu_.get());
+    } catch (const std::bad_alloc&) {
+    }
+}
+
+void ACL_Menu::RefreshMenu(HMENU menu)
+{
     const int count = GetMenuItemCount(menu);
     for (int i = 0; i < count; ++i) {
         const UINT position = static_cast<UINT>(i);
         if (HMENU dropDown = GetSubMenu(menu, i)) {
-            Refresh(dropDown);
+            RefreshMenu(dropDown);
             continue;
         }
         if (menu == menu_.get() && !convertTopLevel_)
@@ -422,9 +438,8 @@ void ACL_Menu::Refresh(HMENU menu)
         if (record && record->image && (info.fType & MFT_OWNERDRAW))
             continue;
         if (!record) {
-            auto created = NewRecord(menu, position);
-            record = created.get();
-            items_.push_back(std::move(created));
+            items_.push_back(NewRecord(menu, position));
+            record = items_.back().get();
         }
         record->image = FindImage(GetMenuItemID(menu, i));
         MakeOwnerDrawn(menu, position, record);
@@ -453,6 +468,16 @@ DWORD ACL_Menu::SetItemImage(uint32_t commandId, UINT bitmapId)
     COLORREF transparent = 0;
     if (!bitmap || !TopLeftPixel(bitmap.get(), &transparent))
         return GetLastError();
+    try {
+        AssignImage(commandId, std::move(bitmap), transparent);
+    } catch (const std::bad_alloc&) {
+        return ERROR_OUTOFMEMORY;
+    }
+    return ERROR_SUCCESS;
+}
+
+void ACL_Menu::AssignImage(uint32_t commandId, unique_hbitmap bitmap, COLORREF transparent)
+{
     ACL_MenuImage* image = FindImage(commandId);
     if (!image) {
         images_.push_back(std::make_unique<ACL_MenuImage>());
@@ -467,14 +492,12 @@ DWORD ACL_Menu::SetItemImage(uint32_t commandId, UINT bitmapId)
     if (menu_ && LocateCommand(menu_.get(), commandId, &owner, &position)) {
         ACL_MenuItem* record = RecordOf(owner, position, MF_BYPOSITION);
         if (!record) {
-            auto created = NewRecord(owner, position);
-            record = created.get();
+            items_.push_back(NewRecord(owner, position));
+            record = items_.back().get();
             MakeOwnerDrawn(owner, position, record);
-            items_.push_back(std::move(created));
         }
         record->image = image;
     }
-    return ERROR_SUCCESS;
 }
 
 DWORD ACL_Menu::CopyItemImage(uint32_t toCommandId, uint32_t fromCommandId)
@@ -495,7 +518,15 @@ int ACL_Menu::AppendItem(UINT flags, UINT_PTR commandId, const wchar_t* text, HM
 int ACL_Menu::InsertItem(UINT position, UINT flags, UINT_PTR commandId, const wchar_t* text, bool append,
                          HMENU menu)
 {
-    const HMENU target = menu ? menu : menu_.get();
+    try {
+        return AddItem(position, flags, commandId, text, append, menu ? menu : menu_.get());
+    } catch (const std::bad_alloc&) {
+        return 0;
+    }
+}
+
+int ACL_Menu::AddItem(UINT position, UINT flags, UINT_PTR commandId, const wchar_t* text, bool append, HMENU target)
+{
     auto record = std::make_unique<ACL_MenuItem>();
     record->text = text ? text : L"";
     record->length = static_cast<uint32_t>(record->text.size());
@@ -504,11 +535,13 @@ int ACL_Menu::InsertItem(UINT position, UINT flags, UINT_PTR commandId, const wc
     // Only a by-position add to the bar itself makes a bar item.
     record->topLevel = (target == menu_.get() && (flags & MF_BYPOSITION)) ? 1 : 0;
     const auto data = reinterpret_cast<const wchar_t*>(record.get());
+    items_.push_back(std::move(record));
     const BOOL added = append ? AppendMenuW(target, flags | MF_OWNERDRAW, commandId, data)
                               : InsertMenuW(target, position, flags | MF_OWNERDRAW, commandId, data);
-    if (!added)
+    if (!added) {
+        items_.pop_back();
         return 0;
-    items_.push_back(std::move(record));
+    }
     return 1;
 }
 

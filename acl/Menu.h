@@ -109,6 +109,10 @@ private:
     std::unique_ptr<ACL_MenuItem> NewRecord(HMENU menu, UINT position) const;
     void MakeOwnerDrawn(HMENU menu, UINT position, ACL_MenuItem* record) const;
     void Convert(HMENU menu);
+    DWORD ConvertAttached();
+    void RefreshMenu(HMENU menu);
+    void AssignImage(uint32_t commandId, acl::unique_hbitmap bitmap, COLORREF transparent);
+    int AddItem(UINT position, UINT flags, UINT_PTR commandId, const wchar_t* text, bool append, HMENU target);
     bool LocateCommand(HMENU menu, uint32_t commandId, HMENU* owner, UINT* position) const;
 
     void FillGradient(HDC dc, const RECT& cell);

@@ -1,4 +1,5 @@
 #include "acl/ColorSchemes.h"
+#include "acl/Handles.h"
 
 #include "TestDialog.h"
 #include "support/Gui.h"
@@ -9,148 +10,103 @@
 
 namespace {
 
-using acl::test::DialogTemplate;
+using namespace acl::test;
 
-enum : WORD { kHeader = 1018, kBody = 1020, kTitle = 1025, kPlain = 1040, kEdit = 1050, kCombo = 1051, kButton = 1052 };
-constexpr COLORREF kWhite = RGB(255, 255, 255);
-constexpr COLORREF kBlack = RGB(0, 0, 0);
+constexpr COLORREF kWhite = RGB(255, 255, 255), kBlack = RGB(0, 0, 0), kGrey = RGB(50, 50, 50);
 
-// A dialog that owns a scheme set and paints the header band, the way the
-// program's dialogs do.
-class SchemeDialog : public acl::test::TestDialog, public acl::ColorSchemes<SchemeDialog> {
+// A dialog with a scheme set that paints the header band, as the program's dialogs do.
+class SchemeDialog : public acl::ColorSchemes<SchemeDialog>, public TestDialog {
 public:
-    explicit SchemeDialog(std::function<void(SchemeDialog&)> setUp) : setUp_(std::move(setUp))
+    explicit SchemeDialog(std::function<void(SchemeDialog&)> setUp)
+        : TestDialog([this, setUp](UINT message, WPARAM wParam, LPARAM lParam, INT_PTR* result) {
+              if (message == WM_INITDIALOG)
+                  setUp(*this);
+              if (message == WM_ERASEBKGND) {
+                  acl::PaintHeaderBand(window(), reinterpret_cast<HDC>(wParam));
+                  SetWindowLongPtrW(window(), DWLP_MSGRESULT, 0);
+                  return true;
+              }
+              LRESULT brush = 0;
+              const bool answered = OnCtlColor(message, wParam, lParam, &brush);
+              *result = static_cast<INT_PTR>(brush);
+              return answered;
+          })
     {
-        DialogTemplate t(200, 120);
-        t.Add(acl::test::kStatic, L"Header", kHeader, SS_LEFT, 40, 4, 150, 10)
-            .Add(acl::test::kStatic, L"Description", kTitle, SS_LEFT, 40, 15, 150, 8)
-            .Add(acl::test::kStatic, L"", acl::kHeaderSeparatorId, SS_ETCHEDHORZ, 1, 28, 120, 1)
-            .Add(acl::test::kStatic, L"Body", kBody, SS_LEFT, 7, 34, 80, 10)
-            .Add(acl::test::kStatic, L"Plain", kPlain, SS_LEFT, 7, 48, 80, 10)
-            .Add(acl::test::kEdit, L"edit", kEdit, WS_BORDER, 7, 62, 80, 12)
-            .Add(acl::test::kComboBox, L"", kCombo, CBS_DROPDOWN | WS_VSCROLL, 100, 62, 80, 60)
-            .Add(acl::test::kButton, L"Button", kButton, BS_PUSHBUTTON, 7, 80, 50, 14);
-        Create(t, 20, 20);
+        Create(20, 20);
     }
-    using TestDialog::window;
 
-    // The brush the dialog answers with, and the colours it left in the DC.
+    // The set's brush (-1: not answered) and the colours it left in a fresh DC.
     struct Answer {
-        HBRUSH brush;
+        LRESULT brush = -1;
         COLORREF text, background;
     };
-    Answer Send(UINT message, HWND control) const
+    Answer Ask(UINT message, HWND control)
     {
-        HDC dc = CreateCompatibleDC(nullptr);
-        const auto brush = reinterpret_cast<HBRUSH>(
-            SendMessageW(window(), message, reinterpret_cast<WPARAM>(dc), reinterpret_cast<LPARAM>(control)));
-        Answer answer{brush, GetTextColor(dc), GetBkColor(dc)};
-        DeleteDC(dc);
-        return answer;
+        const acl::unique_hdc dc(CreateCompatibleDC(nullptr));
+        Answer a;
+        const bool answered = OnCtlColor(message, WPARAM(dc.get()), LPARAM(control), &a.brush);
+        EXPECT_EQ(answered, a.brush != -1);
+        a.text = GetTextColor(dc.get());
+        a.background = GetBkColor(dc.get());
+        return a;
     }
-    HBRUSH BrushOf(const wchar_t* name) const { return Find(name)->brush; }
-
-private:
-    bool OnMessage(UINT message, WPARAM wParam, LPARAM lParam, INT_PTR* result) override
-    {
-        if (message == WM_INITDIALOG)
-            setUp_(*this);
-        if (message == WM_ERASEBKGND) {
-            acl::PaintHeaderBand(window(), reinterpret_cast<HDC>(wParam));
-            SetWindowLongPtrW(window(), DWLP_MSGRESULT, 0);
-            return true;
-        }
-        LRESULT brush = 0;
-        if (!OnCtlColor(message, wParam, lParam, &brush))
-            return false;
-        *result = static_cast<INT_PTR>(brush);
-        return true;
-    }
-
-    std::function<void(SchemeDialog&)> setUp_;
 };
 
 // The folder properties dialog's schemes, with "default" also listing the
-// body label and "title" the header, so that the name order decides.
+// body label and "title" the header, so that the name order decides, and a
+// combo box (4711: no such control) that leaves the background colour alone.
 void FolderDialogSchemes(SchemeDialog& d)
 {
-    const int body[] = {kBody}, header[] = {kHeader}, title[] = {kTitle, kHeader};
+    const int body[] = {kBody}, header[] = {kHeader}, title[] = {kTitle, kHeader}, combo[] = {kCombo, 4711};
     EXPECT_EQ(d.AddScheme(L"default", body, 1, kBlack, acl::kBodyColor, nullptr), 0u);
     EXPECT_EQ(d.AddScheme(L"header", header, 1, RGB(0, 0, 128), kWhite, nullptr), 0u);
     EXPECT_EQ(d.AddScheme(L"title", title, 2, kBlack, kWhite, nullptr), 0u);
-    EXPECT_EQ(d.AddScheme(L"body", body, 1, RGB(50, 50, 50), acl::kBodyColor, nullptr), 0u);
-    d.messages = 11;
-    d.useDefault = 1;
+    EXPECT_EQ(d.AddScheme(L"body", body, 1, kGrey, acl::kBodyColor, nullptr), 0u);
+    EXPECT_EQ(d.AddScheme(L"combo", combo, 2, RGB(200, 0, 0), acl::kNoColor, nullptr), 0u);
 }
 
-TEST(ColorSchemes, AControlTakesTheFirstSchemeByNameThatListsIt)
+TEST(ColorSchemes, AControlTakesTheFirstSchemeByNameUnlessMaskedOrSuspended)
 {
     SchemeDialog d(FolderDialogSchemes);
     ASSERT_TRUE(d.window());
-    const struct {
-        int id;
-        UINT message;
-        const wchar_t* scheme;
-        COLORREF text;
-    } cases[] = {
-        {kBody, WM_CTLCOLORSTATIC, L"body", RGB(50, 50, 50)},
-        {kHeader, WM_CTLCOLORSTATIC, L"header", RGB(0, 0, 128)},
-        {kTitle, WM_CTLCOLORSTATIC, L"title", kBlack},
-        {kPlain, WM_CTLCOLORSTATIC, L"default", kBlack},  // in no scheme
-        {kButton, WM_CTLCOLORBTN, L"default", kBlack},
-    };
-    for (const auto& c : cases) {
-        const auto answer = d.Send(c.message, d.item(c.id));
-        EXPECT_EQ(answer.brush, d.BrushOf(c.scheme)) << "control " << c.id;
-        EXPECT_EQ(answer.text, c.text) << "control " << c.id;
-        EXPECT_EQ(answer.background, d.Find(c.scheme)->backgroundColor) << "control " << c.id;
-    }
-    // The dialog itself is in no scheme: its background is "default".
-    EXPECT_EQ(d.Send(WM_CTLCOLORDLG, d.window()).brush, d.BrushOf(L"default"));
-}
-
-TEST(ColorSchemes, MessagesOutsideTheMaskAndSuspensionLeaveTheSystemColours)
-{
-    SchemeDialog d(FolderDialogSchemes);
-    ASSERT_TRUE(d.window());
-    LRESULT result = 12345;
-    EXPECT_FALSE(d.OnCtlColor(WM_CTLCOLOREDIT, 0, reinterpret_cast<LPARAM>(d.item(kEdit)), &result));
-    EXPECT_EQ(result, 12345) << "an unanswered message leaves the result alone";
-    EXPECT_NE(d.Send(WM_CTLCOLOREDIT, d.item(kEdit)).brush, d.BrushOf(L"default"));
-
-    d.suspended = 1;
-    EXPECT_TRUE(d.OnCtlColor(WM_CTLCOLORSTATIC, 0, reinterpret_cast<LPARAM>(d.item(kBody)), &result));
-    EXPECT_EQ(result, 0);
-    EXPECT_NE(d.Send(WM_CTLCOLORSTATIC, d.item(kBody)).brush, d.BrushOf(L"body"));
-    d.suspended = 0;
-    EXPECT_EQ(d.Send(WM_CTLCOLORSTATIC, d.item(kBody)).brush, d.BrushOf(L"body"));
-
-    d.useDefault = 0;
-    EXPECT_TRUE(d.OnCtlColor(WM_CTLCOLORSTATIC, 0, reinterpret_cast<LPARAM>(d.item(kPlain)), &result));
-    EXPECT_EQ(result, 0) << "a control in no scheme is left to the system";
-}
-
-TEST(ColorSchemes, AComboBoxColoursItsEditAndListWindows)
-{
-    SchemeDialog d([](SchemeDialog& dialog) {
-        const int combo[] = {kCombo, 4711};  // 4711: no such control
-        dialog.AddScheme(L"default", nullptr, 0, kBlack, acl::kBodyColor, nullptr);
-        dialog.AddScheme(L"combo", combo, 2, RGB(200, 0, 0), acl::kNoColor, nullptr);
-    });
-    ASSERT_TRUE(d.window());
-    COMBOBOXINFO info{};
-    info.cbSize = sizeof(info);
+    COMBOBOXINFO info{sizeof(info)};
     ASSERT_TRUE(GetComboBoxInfo(d.item(kCombo), &info));
     const std::vector<HWND> expected{d.item(kCombo), info.hwndItem, info.hwndList, nullptr};
     EXPECT_EQ(d.Find(L"combo")->windows, expected);
 
-    // The constructor's mask answers the edit and list box messages.
-    EXPECT_EQ(d.Send(WM_CTLCOLOREDIT, info.hwndItem).brush, d.BrushOf(L"combo"));
-    const auto list = d.Send(WM_CTLCOLORLISTBOX, info.hwndList);
-    EXPECT_EQ(list.text, RGB(200, 0, 0));
-    EXPECT_EQ(list.background, kWhite) << "no background colour leaves the DC's";
-    d.messages = 11;
-    EXPECT_NE(d.Send(WM_CTLCOLOREDIT, info.hwndItem).brush, d.BrushOf(L"combo"));
+    const HWND dialog = d.window(), edit = info.hwndItem, list = info.hwndList;
+    const struct {
+        HWND window;
+        UINT message;
+        uint32_t messages, suspended, useDefault;
+        const wchar_t* scheme;  // null: answered with no brush; L"": not answered
+        COLORREF text;
+    } cases[] = {
+        {d.item(kBody), WM_CTLCOLORSTATIC, 11, 0, 1, L"body", kGrey},
+        {d.item(kHeader), WM_CTLCOLORSTATIC, 11, 0, 1, L"header", RGB(0, 0, 128)},
+        {d.item(kTitle), WM_CTLCOLORSTATIC, 11, 0, 1, L"title", kBlack},
+        {d.item(kPlain), WM_CTLCOLORSTATIC, 11, 0, 1, L"default", kBlack},
+        {d.item(kButton), WM_CTLCOLORBTN, 11, 0, 1, L"default", kBlack},
+        {dialog, WM_CTLCOLORDLG, 11, 0, 1, L"default", kBlack},
+        {d.item(kEdit), WM_CTLCOLOREDIT, 11, 0, 1, L"", kBlack},
+        {edit, WM_CTLCOLOREDIT, 11, 0, 1, L"", kBlack},
+        {edit, WM_CTLCOLOREDIT, 0xFF, 0, 1, L"combo", RGB(200, 0, 0)},
+        {list, WM_CTLCOLORLISTBOX, 0xFF, 0, 1, L"combo", RGB(200, 0, 0)},
+        {d.item(kBody), WM_CTLCOLORSTATIC, 11, 1, 1, nullptr, kBlack},
+        {d.item(kPlain), WM_CTLCOLORSTATIC, 11, 0, 0, nullptr, kBlack},
+        {d.item(kBody), WM_CTLCOLORSTATIC, 11, 0, 0, L"body", kGrey},
+    };
+    for (const auto& c : cases) {
+        d.messages = c.messages;
+        d.suspended = c.suspended;
+        d.useDefault = c.useDefault;
+        const auto a = d.Ask(c.message, c.window);
+        const acl::ColorScheme* scheme = c.scheme && *c.scheme ? d.Find(c.scheme) : nullptr;
+        SCOPED_TRACE(testing::Message() << "case " << &c - cases);
+        EXPECT_EQ(a.brush, scheme ? LRESULT(scheme->brush) : c.scheme ? -1 : 0);
+        EXPECT_EQ(a.text, c.text);
+        EXPECT_EQ(a.background, scheme && scheme->backgroundColor != acl::kNoColor ? scheme->backgroundColor : kWhite);
+    }
 }
 
 TEST(ColorSchemes, HeaderBandIsWhiteDownToTheSeparatorAndBodyBelow)
@@ -158,16 +114,14 @@ TEST(ColorSchemes, HeaderBandIsWhiteDownToTheSeparatorAndBodyBelow)
     SchemeDialog d(FolderDialogSchemes);
     ASSERT_TRUE(d.window());
     RECT line{};
-    GetWindowRect(d.item(acl::kHeaderSeparatorId), &line);
+    GetWindowRect(d.item(kSeparator), &line);
     MapWindowPoints(nullptr, d.window(), reinterpret_cast<POINT*>(&line), 2);
-
     const krn::test::Pixels p = krn::test::CaptureClient(d.window());
     ASSERT_FALSE(p.empty());
     const int x = p.width() - 2;  // right of every control
-    EXPECT_EQ(p.at(x, 0), kWhite);
-    EXPECT_EQ(p.at(x, line.bottom - 1), kWhite);
-    EXPECT_EQ(p.at(x, line.bottom), acl::kBodyColor);
-    EXPECT_EQ(p.at(x, p.height() - 1), acl::kBodyColor);
+    for (const auto& [y, color] : {std::pair{0L, kWhite}, {line.bottom - 1, kWhite}, {line.bottom, acl::kBodyColor},
+                                  {LONG(p.height()) - 1, acl::kBodyColor}})
+        EXPECT_EQ(p.at(x, y), color) << "y " << y;
 }
 
 } // namespace

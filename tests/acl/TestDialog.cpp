@@ -6,6 +6,29 @@ namespace acl::test {
 
 namespace {
 
+enum ControlClass : WORD { kButtonClass = 0x0080, kEditClass = 0x0081, kStaticClass = 0x0082, kComboClass = 0x0085 };
+
+struct Control {
+    ControlClass cls;
+    const wchar_t* text;
+    ControlId id;
+    DWORD style;
+    short x, y, cx, cy;
+};
+
+const Control kControls[] = {
+    {kStaticClass, L"Header", kHeader, SS_LEFT, 40, 4, 150, 10},
+    {kStaticClass, L"Description", kTitle, SS_LEFT, 40, 15, 150, 8},
+    {kStaticClass, L"", kSeparator, SS_ETCHEDHORZ, 1, 28, 120, 1},
+    {kStaticClass, L"Body", kBody, SS_LEFT, 7, 34, 80, 10},
+    {kStaticClass, L"Plain", kPlain, SS_LEFT, 7, 48, 80, 10},
+    {kEditClass, L"edit", kEdit, WS_BORDER, 7, 62, 80, 12},
+    {kComboClass, L"", kCombo, CBS_DROPDOWN | WS_VSCROLL, 100, 62, 80, 60},
+    {kButtonClass, L"Button", kButton, BS_PUSHBUTTON, 7, 80, 50, 14},
+    {kStaticClass, L"link link", kLink, SS_LEFT, 100, 32, 90, 12},
+    {kStaticClass, L"other", kOtherLink, SS_LEFT, 100, 46, 90, 12},
+};
+
 template <typename T>
 void Append(std::vector<WORD>& words, const T& value)
 {
@@ -14,38 +37,32 @@ void Append(std::vector<WORD>& words, const T& value)
     std::memcpy(words.data() + at, &value, sizeof(T));
 }
 
+void AppendString(std::vector<WORD>& words, const wchar_t* text)
+{
+    words.insert(words.end(), text, text + wcslen(text) + 1);
+}
+
+std::vector<WORD> BuildTemplate()
+{
+    std::vector<WORD> words;
+    Append(words, DLGTEMPLATE{DS_SETFONT | DS_MODALFRAME | WS_POPUP | WS_CAPTION, 0, std::size(kControls), 0, 0,
+                              200, 100});
+    words.insert(words.end(), {0, 0});  // no menu, the dialog class
+    AppendString(words, L"acl test");
+    words.push_back(8);
+    AppendString(words, L"MS Shell Dlg");
+    for (const Control& c : kControls) {
+        if (words.size() % 2)
+            words.push_back(0);  // items start on a DWORD boundary
+        Append(words, DLGITEMTEMPLATE{c.style | WS_CHILD | WS_VISIBLE, 0, c.x, c.y, c.cx, c.cy, WORD(c.id)});
+        words.insert(words.end(), {0xFFFF, c.cls});
+        AppendString(words, c.text);
+        words.push_back(0);  // no creation data
+    }
+    return words;
+}
+
 } // namespace
-
-DialogTemplate::DialogTemplate(short cx, short cy)
-{
-    DLGTEMPLATE header{};
-    header.style = DS_SETFONT | DS_MODALFRAME | WS_POPUP | WS_CAPTION;
-    header.cx = cx;
-    header.cy = cy;
-    Append(words_, header);
-    words_.insert(words_.end(), {0, 0});  // no menu, the dialog class
-    AddString(L"acl test");
-    words_.push_back(8);
-    AddString(L"MS Shell Dlg");
-}
-
-void DialogTemplate::AddString(const wchar_t* text)
-{
-    words_.insert(words_.end(), text, text + wcslen(text) + 1);
-}
-
-DialogTemplate& DialogTemplate::Add(ControlClass cls, const wchar_t* text, WORD id, DWORD style, short x, short y,
-                                    short cx, short cy)
-{
-    if (words_.size() % 2)
-        words_.push_back(0);  // items start on a DWORD boundary
-    Append(words_, DLGITEMTEMPLATE{style | WS_CHILD | WS_VISIBLE, 0, x, y, cx, cy, id});
-    words_.insert(words_.end(), {0xFFFF, cls});
-    AddString(text);
-    words_.push_back(0);  // no creation data
-    reinterpret_cast<DLGTEMPLATE*>(words_.data())->cdit++;
-    return *this;
-}
 
 TestDialog::~TestDialog()
 {
@@ -53,12 +70,14 @@ TestDialog::~TestDialog()
         DestroyWindow(window_);
 }
 
-void TestDialog::Create(const DialogTemplate& t, int x, int y)
+void TestDialog::Create(int x, int y)
 {
-    CreateDialogIndirectParamW(GetModuleHandleW(nullptr), t.get(), nullptr, &Proc, reinterpret_cast<LPARAM>(this));
+    const std::vector<WORD> words = BuildTemplate();
+    CreateDialogIndirectParamW(GetModuleHandleW(nullptr), reinterpret_cast<const DLGTEMPLATE*>(words.data()), nullptr,
+                               &Proc, reinterpret_cast<LPARAM>(this));
     if (!window_)
         return;
-    // Out of the pointer's way, so that no real mouse message reaches the controls.
+    // No real mouse message may reach the controls.
     RECT r{};
     GetWindowRect(window_, &r);
     OffsetRect(&r, x - r.left, y - r.top);
@@ -75,10 +94,14 @@ INT_PTR CALLBACK TestDialog::Proc(HWND window, UINT message, WPARAM wParam, LPAR
         reinterpret_cast<TestDialog*>(lParam)->window_ = window;
     }
     auto* self = reinterpret_cast<TestDialog*>(GetWindowLongPtrW(window, DWLP_USER));
+    if (!self)
+        return FALSE;
+    if (message == WM_COMMAND)
+        self->commands.emplace_back(wParam, lParam);
     INT_PTR result = TRUE;
-    if (self && self->OnMessage(message, wParam, lParam, &result))
+    if (self->handler_ && self->handler_(message, wParam, lParam, &result))
         return result;
-    return message == WM_INITDIALOG;
+    return message == WM_INITDIALOG || message == WM_COMMAND;
 }
 
 } // namespace acl::test

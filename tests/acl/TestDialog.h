@@ -1,51 +1,40 @@
-// Dialogs for the toolkit's tests, built in memory: a template of real
-// controls, created modeless, topmost and out of the way of other windows.
+// The toolkit tests' dialog, from an in-memory template in "MS Shell Dlg" 8:
+// a header band, labels, an edit, a combo box, a button and two link labels.
 #pragma once
 
 #include <windows.h>
 
+#include <functional>
+#include <utility>
 #include <vector>
 
 namespace acl::test {
 
-// Predefined control classes of a dialog template.
-enum ControlClass : WORD { kButton = 0x0080, kEdit = 0x0081, kStatic = 0x0082, kComboBox = 0x0085 };
-
-class DialogTemplate {
-public:
-    // A dialog of cx by cy dialog units in "MS Shell Dlg" 8.
-    DialogTemplate(short cx, short cy);
-    DialogTemplate& Add(ControlClass cls, const wchar_t* text, WORD id, DWORD style, short x, short y, short cx,
-                        short cy);
-    const DLGTEMPLATE* get() const { return reinterpret_cast<const DLGTEMPLATE*>(words_.data()); }
-
-private:
-    void AddString(const wchar_t* text);
-
-    std::vector<WORD> words_;
+enum ControlId : int {
+    kHeader = 1018, kBody = 1020, kSeparator = 1024, kTitle = 1025, kPlain = 1040,
+    kLink = 1043, kOtherLink = 1044, kEdit = 1050, kCombo = 1051, kButton = 1052,
 };
 
-// A modeless dialog whose messages go to the object first.
+// Modeless and topmost; messages go to the handler first, which answers true
+// when it handled one (`result`, TRUE unless set, is then the procedure's).
 class TestDialog {
 public:
-    TestDialog() = default;
+    using Handler = std::function<bool(UINT message, WPARAM wParam, LPARAM lParam, INT_PTR* result)>;
+    explicit TestDialog(Handler handler) : handler_(std::move(handler)) {}
     TestDialog(const TestDialog&) = delete;
     TestDialog& operator=(const TestDialog&) = delete;
-    virtual ~TestDialog();
+    ~TestDialog();
+    // Shows the dialog at (x, y) on the screen, out of the pointer's way.
+    void Create(int x, int y);
     HWND window() const { return window_; }
     HWND item(int id) const { return GetDlgItem(window_, id); }
 
-protected:
-    // Shows the dialog at (x, y) on the screen, topmost; call from the
-    // derived class's constructor.
-    void Create(const DialogTemplate& t, int x, int y);
-    // True when the message is handled; `result` (TRUE unless set) is then
-    // what the dialog procedure returns.
-    virtual bool OnMessage(UINT message, WPARAM wParam, LPARAM lParam, INT_PTR* result) = 0;
+    std::vector<std::pair<WPARAM, LPARAM>> commands;  // every WM_COMMAND received
 
 private:
     static INT_PTR CALLBACK Proc(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 
+    Handler handler_;
     HWND window_ = nullptr;
 };
 
