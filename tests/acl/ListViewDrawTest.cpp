@@ -62,11 +62,11 @@ protected:
             list.AddRow(0, 0, 0);
     }
     // Draws one row the way the control asks for it, into a bitmap of the row's size.
-    Pixels DrawRow(UINT row, bool selected = false, int height = 18)
+    Pixels DrawRow(UINT row, bool selected = false)
     {
-        return krn::test::Render(right, height, RGB(1, 2, 3), [&](HDC dc) {
+        return krn::test::Render(right, 18, RGB(1, 2, 3), [&](HDC dc) {
             DRAWITEMSTRUCT item{ODT_LISTVIEW, ListViewDemo::kListId, row, ODA_DRAWENTIRE,
-                                selected ? UINT(ODS_SELECTED) : 0u, demo.list(), dc, {0, 0, right, height}, 0};
+                                selected ? UINT(ODS_SELECTED) : 0u, demo.list(), dc, {0, 0, right, 18}, 0};
             list.OnDrawItem(ListViewDemo::kListId, item);
         });
     }

@@ -111,19 +111,19 @@ TEST(ListViewSettings, ApplyChangesTheDcAndRestorePutsItBack)
     s.SetStyle(1, 15, RGB(10, 20, 30), TRANSPARENT, RGB(40, 50, 60), 0, RGB(1, 1, 1), 0, font.get(), false);
     const auto dcState = [&] {
         return std::vector<uintptr_t>{GetTextColor(dc.get()), GetBkColor(dc.get()), uintptr_t(GetBkMode(dc.get())),
-                                      reinterpret_cast<uintptr_t>(GetCurrentObject(dc.get(), OBJ_FONT))};
+                                      reinterpret_cast<uintptr_t>(GetCurrentObject(dc.get(), OBJ_FONT)),
+                                      reinterpret_cast<uintptr_t>(s.dc)};
     };
     const auto before = dcState();
     acl::ListView_DrawState state;
     s.Apply(dc.get(), 1, state);
     EXPECT_EQ(dcState(), (std::vector<uintptr_t>{RGB(10, 20, 30), RGB(40, 50, 60), TRANSPARENT,
-                                                 reinterpret_cast<uintptr_t>(font.get())}));
+                                                 reinterpret_cast<uintptr_t>(font.get()),
+                                                 reinterpret_cast<uintptr_t>(dc.get())}));
     EXPECT_EQ(state.frameBrush, s.styles[1].frameBrush.get());
-    EXPECT_EQ(s.dc, dc.get());
     s.Restore(state);
     EXPECT_EQ(dcState(), before);
     EXPECT_EQ(reinterpret_cast<uintptr_t>(state.font), before[3]);
-    EXPECT_EQ(s.dc, nullptr);
     // Apply never saves brushes, so restoring leaves the state without any.
     EXPECT_FALSE(state.backgroundBrush || state.frameBrush);
 }
