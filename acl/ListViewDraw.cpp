@@ -182,11 +182,10 @@ void ListView_Icon::ReadIcon()
     // GetIconInfo hands over two bitmaps: they go as soon as their size is read.
     const unique_hbitmap color(info.hbmColor);
     const unique_hbitmap mask(info.hbmMask);
-    if (color) {
+    // Only the colour bitmap gives the drawn size: a monochrome icon has none
+    // and draws with no width of its own, as it always has.
+    if (color)
         GetObjectW(color.get(), sizeof bitmapInfo_, &bitmapInfo_);
-    } else if (mask && GetObjectW(mask.get(), sizeof bitmapInfo_, &bitmapInfo_)) {
-        bitmapInfo_.bmHeight /= 2;  // a monochrome icon stacks its AND and XOR masks
-    }
 }
 
 void ListView_Icon::GetSize(uint32_t& width, uint32_t& height)

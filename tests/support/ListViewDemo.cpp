@@ -4,87 +4,39 @@
 
 #include <commctrl.h>
 
+#include <cwchar>
+#include <string>
+
 namespace krn::test {
 
 namespace {
 
 thread_local ListViewDemo* creating = nullptr;
 
-// Appends the words of an in-memory dialog template.
-class TemplateWriter {
-public:
-    void Word(WORD w) { words_.push_back(w); }
-    void Dword(DWORD d)
-    {
-        Word(LOWORD(d));
-        Word(HIWORD(d));
-    }
-    void String(const wchar_t* s)
-    {
-        do
-            Word(static_cast<WORD>(*s));
-        while (*s++);
-    }
-    void AlignDword()
-    {
-        if (words_.size() % 2)
-            Word(0);
-    }
-    const DLGTEMPLATE* get() const { return reinterpret_cast<const DLGTEMPLATE*>(words_.data()); }
-
-private:
-    std::vector<WORD> words_;
-};
-
-void WriteDemoTemplate(TemplateWriter& t, DWORD listStyle)
+// A captioned popup in "MS Shell Dlg" 8 holding the one list view.
+std::vector<WORD> DemoTemplate()
 {
-    t.Dword(DS_SETFONT | DS_MODALFRAME | WS_POPUP | WS_CAPTION | WS_SYSMENU);
-    t.Dword(0);  // extended style
-    t.Word(1);   // one control
-    t.Word(10);
-    t.Word(10);
-    t.Word(200);
-    t.Word(120);
-    t.Word(0);  // no menu
-    t.Word(0);  // the dialog class
-    t.String(L"List view demo");
-    t.Word(8);
-    t.String(L"MS Shell Dlg");
-    t.AlignDword();
-    t.Dword(WS_CHILD | WS_VISIBLE | WS_BORDER | WS_TABSTOP | LVS_REPORT | LVS_OWNERDRAWFIXED | LVS_OWNERDATA |
-            listStyle);
-    t.Dword(0);
-    t.Word(0);
-    t.Word(0);
-    t.Word(200);
-    t.Word(120);
-    t.Word(ListViewDemo::kListId);
-    t.String(WC_LISTVIEWW);
-    t.Word(0);  // no title
-    t.Word(0);  // no creation data
+    std::vector<WORD> t;
+    const auto dword = [&t](DWORD d) { t.insert(t.end(), {LOWORD(d), HIWORD(d)}); };
+    const auto text = [&t](const wchar_t* s) { t.insert(t.end(), s, s + wcslen(s) + 1); };
+    dword(DS_SETFONT | DS_MODALFRAME | WS_POPUP | WS_CAPTION | WS_SYSMENU);
+    dword(0);
+    t.insert(t.end(), {1, 10, 10, 200, 120, 0, 0});  // one control, position, size, no menu, dialog class
+    text(L"List view demo");
+    t.push_back(8);
+    text(L"MS Shell Dlg");
+    if (t.size() % 2)
+        t.push_back(0);  // controls start on a DWORD
+    dword(WS_CHILD | WS_VISIBLE | WS_BORDER | WS_TABSTOP | LVS_REPORT | LVS_OWNERDRAWFIXED | LVS_OWNERDATA |
+          LVS_SINGLESEL);
+    dword(0);
+    t.insert(t.end(), {0, 0, 200, 120, ListViewDemo::kListId});
+    text(WC_LISTVIEWW);
+    t.insert(t.end(), {0, 0});  // no title, no creation data
+    return t;
 }
 
 } // namespace
-
-const std::wstring* FirstText(const acl::ListView_Row& row, size_t column)
-{
-    const acl::ListView_Cell* cell = row.CellAt(column);
-    const auto* text = cell ? dynamic_cast<const acl::ListView_Text*>(cell->ItemAt(0)) : nullptr;
-    return text ? &text->Text() : nullptr;
-}
-
-int32_t ListViewDemo::TextComparer::Compare(const acl::ListView_Row& a, const acl::ListView_Row& b, uint64_t column)
-{
-    const std::wstring* ta = FirstText(a, static_cast<size_t>(column));
-    const std::wstring* tb = FirstText(b, static_cast<size_t>(column));
-    if (ta && tb)
-        return ta->compare(*tb);
-    const acl::ListView_Cell* ca = a.CellAt(static_cast<size_t>(column));
-    const acl::ListView_Cell* cb = b.CellAt(static_cast<size_t>(column));
-    const size_t na = ca ? ca->ItemCount() : 0;
-    const size_t nb = cb ? cb->ItemCount() : 0;
-    return na < nb ? -1 : na > nb ? 1 : 0;
-}
 
 ListViewDemo::ListViewDemo() : ListViewDemo(Options{}) {}
 
@@ -93,10 +45,10 @@ ListViewDemo::ListViewDemo(const Options& options) : options_(options)
     for (int id : {IDB_ACTION_MESSAGE, IDB_ACTION_LOG, IDB_ACTION_RUN})
         actionBitmaps_.emplace_back(static_cast<HBITMAP>(
             LoadImageW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(id), IMAGE_BITMAP, 0, 0, LR_DEFAULTCOLOR)));
-    TemplateWriter t;
-    WriteDemoTemplate(t, options.listStyle);
+    const std::vector<WORD> t = DemoTemplate();
     creating = this;
-    CreateDialogIndirectParamW(GetModuleHandleW(nullptr), t.get(), nullptr, &DialogProc,
+    CreateDialogIndirectParamW(GetModuleHandleW(nullptr), reinterpret_cast<const DLGTEMPLATE*>(t.data()), nullptr,
+                               &DialogProc,
                                reinterpret_cast<LPARAM>(this));
     creating = nullptr;
     if (dialog_)
@@ -133,8 +85,6 @@ INT_PTR ListViewDemo::OnMessage(UINT message, LPARAM lParam)
         if (item.CtlID != kListId)
             return FALSE;
         ++measureRequests_;
-        if (!initialised_)
-            ++measuresBeforeInit_;
         const BOOL result = view_.OnMeasureItem(item.CtlID, item);
         lastMeasuredHeight_ = item.itemHeight;
         return result;
@@ -161,7 +111,6 @@ INT_PTR ListViewDemo::OnMessage(UINT message, LPARAM lParam)
 
 void ListViewDemo::OnInitDialog()
 {
-    initialised_ = true;
     list_ = GetDlgItem(dialog_, kListId);
     // Sizes in pixels, so that tests can reason about them.
     RECT frame{0, 0, options_.width, options_.height};
@@ -172,16 +121,13 @@ void ListViewDemo::OnInitDialog()
     MoveWindow(list_, 0, 0, options_.width, options_.height, FALSE);
 
     view_.Attach(dialog_, kListId);
-    view_.rowHeight = options_.rowHeight;
-    view_.comparer = &comparer_;
     view_.Remeasure();
-    if (options_.programLook) {
-        const auto font = reinterpret_cast<HFONT>(SendMessageW(dialog_, WM_GETFONT, 0, 0));
-        acl::ListView_Settings& settings = view_.GetSettings();
-        settings.SetStyle(0, acl::ListView_Settings::kMaskFont, 0, 0, 0, 0, 0, 0, font, false);
-        settings.SetStyle(1, acl::ListView_Settings::kMaskBackground | acl::ListView_Settings::kMaskFont, 0, 0,
-                          RGB(0x8A, 0xA6, 0xD6), 0, 0, 0, font, false);
-    }
+    // The program's look: the dialog's font, selected rows in #8AA6D6.
+    const auto font = reinterpret_cast<HFONT>(SendMessageW(dialog_, WM_GETFONT, 0, 0));
+    acl::ListView_Settings& settings = view_.GetSettings();
+    settings.SetStyle(0, acl::ListView_Settings::kMaskFont, 0, 0, 0, 0, 0, 0, font, false);
+    settings.SetStyle(1, acl::ListView_Settings::kMaskBackground | acl::ListView_Settings::kMaskFont, 0, 0,
+                      RGB(0x8A, 0xA6, 0xD6), 0, 0, 0, font, false);
 }
 
 HWND ListViewDemo::header() const
@@ -195,16 +141,6 @@ int ListViewDemo::ControlRowHeight() const
     if (!SendMessageW(list_, LVM_GETITEMRECT, 0, reinterpret_cast<LPARAM>(&rc)))
         return -1;
     return rc.bottom - rc.top;
-}
-
-int ListViewDemo::ControlItemCount() const
-{
-    return static_cast<int>(SendMessageW(list_, LVM_GETITEMCOUNT, 0, 0));
-}
-
-int ListViewDemo::ControlColumnCount() const
-{
-    return static_cast<int>(SendMessageW(header(), HDM_GETITEMCOUNT, 0, 0));
 }
 
 void ListViewDemo::AddSampleColumns()
@@ -252,11 +188,6 @@ void ListViewDemo::ClickHeader(int column)
     const LPARAM at = MAKELPARAM((item.left + item.right) / 2, (item.top + item.bottom) / 2);
     SendMessageW(header(), WM_LBUTTONDOWN, MK_LBUTTON, at);
     SendMessageW(header(), WM_LBUTTONUP, 0, at);
-}
-
-Pixels ListViewDemo::Capture()
-{
-    return CaptureClient(list_);
 }
 
 } // namespace krn::test
