@@ -64,7 +64,7 @@ void CrashReporter::SetOwnerWindow(HWND owner)
     State().owner = owner;
 }
 
-LONG WINAPI CrashReporter::ExceptionFilter(EXCEPTION_POINTERS* exception)
+LONG WINAPI CrashReporter::ExceptionFilter(EXCEPTION_POINTERS* exception) noexcept
 {
     // Loaded only now and never unloaded; without it the system handles the crash.
     HMODULE dbghelp = LoadLibraryW(L"dbghelp.dll");

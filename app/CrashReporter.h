@@ -19,7 +19,7 @@ public:
     // The owner window of the crash message box.
     static void SetOwnerWindow(HWND owner);
 
-    static LONG WINAPI ExceptionFilter(EXCEPTION_POINTERS* exception);
+    static LONG WINAPI ExceptionFilter(EXCEPTION_POINTERS* exception) noexcept;
 };
 
 } // namespace krn

@@ -59,7 +59,7 @@ INT_PTR DialogBase::RunModal(UINT resourceId, HWND owner)
 
 // The first message of a new dialog: the object waiting on this thread owns
 // the window from now on, and later messages go straight to it.
-INT_PTR CALLBACK DialogBase::StartDialogProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
+INT_PTR CALLBACK DialogBase::StartDialogProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) noexcept
 {
     auto* dialog = static_cast<DialogBase*>(Module().TakeBinding());
     if (!dialog)
@@ -70,7 +70,7 @@ INT_PTR CALLBACK DialogBase::StartDialogProc(HWND window, UINT message, WPARAM w
     return dialog->Dispatch(message, wParam, lParam);
 }
 
-INT_PTR CALLBACK DialogBase::RouteDialogProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
+INT_PTR CALLBACK DialogBase::RouteDialogProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) noexcept
 {
     auto* dialog = reinterpret_cast<DialogBase*>(GetWindowLongPtrW(window, DWLP_USER));
     return dialog ? dialog->Dispatch(message, wParam, lParam) : FALSE;

@@ -32,8 +32,10 @@ protected:
     virtual std::optional<LRESULT> OnMessage(UINT message, WPARAM wParam, LPARAM lParam) = 0;
 
 private:
-    static INT_PTR CALLBACK StartDialogProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
-    static INT_PTR CALLBACK RouteDialogProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+    // noexcept: an exception must not unwind through the dialog manager; it
+    // ends in terminate, which the crash reporter turns into its crash report.
+    static INT_PTR CALLBACK StartDialogProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) noexcept;
+    static INT_PTR CALLBACK RouteDialogProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) noexcept;
     INT_PTR Dispatch(UINT message, WPARAM wParam, LPARAM lParam);
 
     HWND window_ = nullptr;

@@ -23,7 +23,6 @@ public:
     // The entry's address, or null.
     FARPROC Resolve();
     bool failed() const { return failed_; }
-    HMODULE module() const { return module_; }
 
 private:
     HMODULE LoadControl() const;

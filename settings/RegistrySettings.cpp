@@ -42,11 +42,6 @@ DWORD RegistrySettings::Open(HKEY, const wchar_t* subkey, REGSAM access)
                                               nullptr, primary_.put(), nullptr));
 }
 
-DWORD RegistrySettings::OpenFallback(const wchar_t* subkey, REGSAM access)
-{
-    return static_cast<DWORD>(RegOpenKeyExW(HKEY_CURRENT_USER, subkey, 0, access, fallback_.put()));
-}
-
 DWORD RegistrySettings::QueryValue(const wchar_t* name, DWORD, void* data, DWORD* size) const
 {
     // Each key gets the caller's buffer size: a failed read may have changed it.

@@ -20,9 +20,6 @@ public:
     // Creates or opens `subkey` as the primary key. The key always goes under
     // HKEY_CURRENT_USER whatever `root` says; every caller passes that anyway.
     DWORD Open(HKEY root, const wchar_t* subkey, REGSAM access);
-    // Opens an existing key that reads fall back to; the program itself never
-    // sets one.
-    DWORD OpenFallback(const wchar_t* subkey, REGSAM access);
 
     DWORD QueryValue(const wchar_t* name, DWORD ignored, void* data, DWORD* size) const;
     DWORD SetValue(const wchar_t* name, DWORD type, const void* data, DWORD size);
@@ -37,7 +34,12 @@ public:
     DWORD SaveComboText(HWND control, const wchar_t* name);
     DWORD LoadComboText(HWND comboBox, const wchar_t* name, bool addIfMissing, const wchar_t* defaultText) const;
 
-    bool isOpen() const { return static_cast<bool>(primary_); }
+protected:
+    // Writes go to the primary key; reads try it first, then the fallback key,
+    // which Open never fills but the readers honour whenever it is set.
+    unique_hkey primary_;
+    unique_hkey fallback_;
+    DWORD options_ = 0;
 
 private:
     DWORD WriteWindowText(HWND control, const wchar_t* name, DWORD type);
@@ -47,10 +49,6 @@ private:
     // The value as a terminated string, or the default (empty when null) with
     // the read error when no key has it.
     DWORD ReadText(const wchar_t* name, const wchar_t* defaultText, std::unique_ptr<wchar_t[]>& text) const;
-
-    unique_hkey primary_;
-    unique_hkey fallback_;
-    DWORD options_ = 0;
 };
 
 } // namespace acl

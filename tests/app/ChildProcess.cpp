@@ -45,7 +45,7 @@ DWORD ChildProcess::Wait(DWORD timeoutMs)
     return code;
 }
 
-HWND ChildProcess::FindWindow(const wchar_t* cls, const wchar_t* caption, DWORD timeoutMs, bool visibleOnly) const
+HWND ChildProcess::FindWindow(const wchar_t* cls, const wchar_t* caption, DWORD timeoutMs) const
 {
     HWND found = nullptr;
     PumpUntil(
@@ -53,7 +53,7 @@ HWND ChildProcess::FindWindow(const wchar_t* cls, const wchar_t* caption, DWORD 
             for (HWND w = GetTopWindow(nullptr); w && !found; w = GetWindow(w, GW_HWNDNEXT)) {
                 DWORD process = 0;
                 GetWindowThreadProcessId(w, &process);
-                if (process == id_ && (!visibleOnly || IsWindowVisible(w)) && (!cls || ClassName(w) == cls) &&
+                if (process == id_ && IsWindowVisible(w) && (!cls || ClassName(w) == cls) &&
                     (!caption || WindowText(w) == caption))
                     found = w;
             }

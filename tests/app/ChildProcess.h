@@ -1,5 +1,5 @@
-// Starting a built program of this tree from a test and watching it from the
-// outside: its exit code in full and its top-level windows.
+// A built program of this tree started from a test and watched from outside:
+// its exit code in full and its top-level windows.
 #pragma once
 
 #include <windows.h>
@@ -20,13 +20,11 @@ public:
     ChildProcess& operator=(const ChildProcess&) = delete;
 
     bool started() const { return process_ != nullptr; }
-    DWORD id() const { return id_; }
     // The exit code, or STILL_ACTIVE when the program did not end in time.
     DWORD Wait(DWORD timeoutMs);
-    // The program's top-level window of this class and caption (either may be
-    // null: any), visible unless `visibleOnly` is false; null when none shows
-    // up in time.
-    HWND FindWindow(const wchar_t* cls, const wchar_t* caption, DWORD timeoutMs, bool visibleOnly = true) const;
+    // The program's visible top-level window of this class and caption (null:
+    // any); null when none shows up in time.
+    HWND FindWindow(const wchar_t* cls, const wchar_t* caption, DWORD timeoutMs) const;
 
 private:
     HANDLE process_ = nullptr;

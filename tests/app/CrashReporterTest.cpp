@@ -1,7 +1,6 @@
 // A crash in a real process: the dump in the documents folder, the message,
 // and the exit code, seen from outside the process that crashed.
 #include "ChildProcess.h"
-#include "app/CrashReporter.h"
 #include "app/Startup.h"
 #include "support/Gui.h"
 #include "support/Scratch.h"
@@ -14,72 +13,41 @@ namespace {
 
 using namespace krn::test;
 
-const std::wstring kChild = WindowsPath(KRN_CRASH_CHILD);
+using CrashReporterTest = ScratchTest;
 
-class CrashReporterTest : public ScratchTest {
-protected:
-    std::wstring DumpPath() const { return scratch.documents() + L"\\KRN Properties.dmp"; }
-
-    struct Seen {
-        MessageBoxInfo box;
-        HWND owner = nullptr;
-        std::wstring ownerTitle;
-        DWORD exitCode = 0;
+TEST_F(CrashReporterTest, CrashWritesTheDumpShowsTheMessageAndExits65535)
+{
+    const struct {
+        const wchar_t* mode;
+        const wchar_t* ownerTitle;  // null: no owner
+    } cases[] = {
+        {L"fault", nullptr},  // before the main window exists
+        {L"bad-alloc", nullptr},
+        {L"owned-fault", L"Crash owner"},
     };
-
-    // Starts the child in `mode`, answers its crash message and waits for it.
-    Seen Crash(const wchar_t* mode)
-    {
-        Seen seen;
-        ChildProcess child(kChild, L"\"" + scratch.keyName() + L"\" " + mode);
-        EXPECT_TRUE(child.started());
+    const std::wstring dumpPath = scratch.documents() + L"\\KRN Properties.dmp";
+    for (const auto& c : cases) {
+        // Each crash replaces the dump of the one before; this one is larger.
+        const std::string stale(4 * 1024 * 1024, 'x');
+        WriteFileBytes(dumpPath, stale);
+        ChildProcess child(WindowsPath(KRN_CRASH_CHILD), L"\"" + scratch.keyName() + L"\" " + c.mode);
+        ASSERT_TRUE(child.started());
         // Writing the dump takes seconds under Wine.
         HWND box = child.FindWindow(L"#32770", krn::kCrashTitle, 40000);
-        EXPECT_TRUE(box) << "no crash message appeared";
-        if (box) {
-            seen.box = ReadMessageBox(box);
-            seen.owner = GetWindow(box, GW_OWNER);
-            if (seen.owner)
-                seen.ownerTitle = WindowText(seen.owner);
-            DialogDriver::Click(box, IDOK);
-        }
-        seen.exitCode = child.Wait(20000);
-        return seen;
-    }
-};
-
-TEST_F(CrashReporterTest, FaultWritesTheDumpShowsTheMessageAndExits65535)
-{
-    const Seen seen = Crash(L"fault");
-    EXPECT_EQ(seen.exitCode, 65535u);
-    EXPECT_EQ(seen.box.caption, L"Brimwell™ Pro x64 edition");
-    EXPECT_EQ(seen.box.text, std::wstring(L"The program has crashed.\nPlease send us the crash report file (.dmp), "
+        ASSERT_TRUE(box) << "no crash message appeared";
+        const MessageBoxInfo seen = ReadMessageBox(box);
+        EXPECT_EQ(seen.text, std::wstring(L"The program has crashed.\nPlease send us the crash report file (.dmp), "
                                           L"which you can find in the 'My Documents' folder.\nThis will help us to "
                                           L"fix this problem sooner."));
-    EXPECT_EQ(seen.box.buttons, std::vector<int>({IDOK}));
-    EXPECT_EQ(seen.owner, nullptr) << "before the main window exists the message has no owner";
-    const std::string dump = ReadFileBytes(DumpPath());
-    EXPECT_EQ(dump.substr(0, 4), "MDMP");
-}
-
-TEST_F(CrashReporterTest, UncaughtBadAllocEndsTheSameWay)
-{
-    const Seen seen = Crash(L"bad-alloc");
-    EXPECT_EQ(seen.exitCode, 65535u);
-    EXPECT_EQ(seen.box.caption, L"Brimwell™ Pro x64 edition");
-    EXPECT_EQ(ReadFileBytes(DumpPath()).substr(0, 4), "MDMP");
-}
-
-TEST_F(CrashReporterTest, LaterCrashOverwritesTheDumpAndUsesTheOwnerWindow)
-{
-    const std::string stale(4 * 1024 * 1024, 'x');
-    WriteFileBytes(DumpPath(), stale);
-    const Seen seen = Crash(L"owned-fault");
-    EXPECT_EQ(seen.exitCode, 65535u);
-    EXPECT_EQ(seen.ownerTitle, L"Crash owner") << "the message belongs to the window named as owner";
-    const std::string dump = ReadFileBytes(DumpPath());
-    EXPECT_EQ(dump.substr(0, 4), "MDMP");
-    EXPECT_LT(dump.size(), stale.size()) << "the old file was not replaced";
+        EXPECT_EQ(seen.buttons, std::vector<int>({IDOK}));
+        HWND owner = GetWindow(box, GW_OWNER);
+        EXPECT_EQ(owner ? WindowText(owner) : L"<none>", c.ownerTitle ? c.ownerTitle : L"<none>");
+        DialogDriver::Click(box, IDOK);
+        EXPECT_EQ(child.Wait(20000), 65535u) << c.mode;
+        const std::string dump = ReadFileBytes(dumpPath);
+        EXPECT_EQ(dump.substr(0, 4), "MDMP") << c.mode;
+        EXPECT_LT(dump.size(), stale.size()) << "the old file was not replaced";
+    }
 }
 
 } // namespace

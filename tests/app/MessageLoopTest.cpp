@@ -8,8 +8,7 @@
 
 namespace {
 
-class RecordingFilter : public krn::MessageFilter {
-public:
+struct RecordingFilter : krn::MessageFilter {
     bool PreTranslateMessage(MSG* msg) override
     {
         seen.push_back(msg->message);
@@ -19,18 +18,15 @@ public:
     UINT consume = 0;
 };
 
-class ScriptedIdle : public krn::IdleHandler {
-public:
-    explicit ScriptedIdle(std::function<bool(int)> onIdle) : onIdle_(std::move(onIdle)) {}
+struct ScriptedIdle : krn::IdleHandler {
+    explicit ScriptedIdle(std::function<bool(int)> script) : onIdle(std::move(script)) {}
     bool OnIdle(int idleCount) override
     {
         counts.push_back(idleCount);
-        return onIdle_(idleCount);
+        return onIdle(idleCount);
     }
+    std::function<bool(int)> onIdle;
     std::vector<int> counts;
-
-private:
-    std::function<bool(int)> onIdle_;
 };
 
 void Post(UINT message, WPARAM wParam = 0)

@@ -1,7 +1,5 @@
 // The built program started as a user starts it: single instance, closing
-// commands and their exit codes, command-line mode, the stored placement.
-// The program sees the prefix's own HKEY_CURRENT_USER, so each scenario puts
-// back the placement value it found.
+// commands and their exit codes, the stored placement, command-line mode.
 #include "ChildProcess.h"
 #include "support/Gui.h"
 #include "support/Scratch.h"
@@ -16,39 +14,26 @@ using namespace krn::test;
 
 const std::wstring kProgram = WindowsPath(KRN_PROPERTIES_EXE);
 constexpr wchar_t kTitle[] = L"Kestrune™ Properties x64";
-constexpr wchar_t kMutexName[] = L"BrimwellPro.PropertiesStartupMutex";
 constexpr wchar_t kSettingsKey[] = L"SOFTWARE\\Norlath\\Kestrune\\Settings";
-constexpr DWORD kWindowTimeout = 20000;
-constexpr DWORD kExitTimeout = 20000;
+constexpr DWORD kTimeout = 20000;
 
+// The prefix's own settings key: no other test uses it unredirected.
 class ShellEndToEnd : public ::testing::Test {
 protected:
-    void SetUp() override
-    {
-        hadPlacement_ = ReadRegValue(kSettingsKey, L"WDP", &placementType_, &placement_);
-        DeletePlacement();
-    }
-    void TearDown() override
-    {
-        DeletePlacement();
-        if (hadPlacement_)
-            WriteRegBinary(kSettingsKey, L"WDP", placementType_, placement_.data(), static_cast<DWORD>(placement_.size()));
-    }
-    static void DeletePlacement() { RegDeleteKeyValueW(HKEY_CURRENT_USER, kSettingsKey, L"WDP"); }
-    static HWND MainWindow(const ChildProcess& program) { return program.FindWindow(L"#32770", kTitle, kWindowTimeout); }
-
-private:
-    bool hadPlacement_ = false;
-    DWORD placementType_ = 0;
-    std::string placement_;
+    void SetUp() override { RegDeleteKeyValueW(HKEY_CURRENT_USER, kSettingsKey, L"WDP"); }
+    void TearDown() override { SetUp(); }
+    static HWND MainWindow(const ChildProcess& program) { return program.FindWindow(L"#32770", kTitle, kTimeout); }
 };
 
-// The test holds the start-up mutex throughout: without the window it is no
-// reason not to start.
-TEST_F(ShellEndToEnd, ClosingCommandsBecomeTheExitCode)
+// Each run starts from a placement partly off the left edge, which comes back
+// on screen with its size, and stores the placement again when it closes. The
+// test holds the start-up mutex throughout: without the window it is no reason
+// not to start.
+TEST_F(ShellEndToEnd, ClosingCommandsBecomeTheExitCodeAndThePlacementIsKept)
 {
-    HANDLE mutex = CreateMutexW(nullptr, FALSE, kMutexName);
-    struct Case {
+    HANDLE mutex = CreateMutexW(nullptr, FALSE, L"BrimwellPro.PropertiesStartupMutex");
+    const LONG screenLeft = GetSystemMetrics(SM_XVIRTUALSCREEN);
+    const struct {
         const char* what;
         UINT message;
         WPARAM wParam;
@@ -60,18 +45,23 @@ TEST_F(ShellEndToEnd, ClosingCommandsBecomeTheExitCode)
         {"close box", WM_CLOSE, 0, 2},
         {"Esc, through the dialog manager", WM_KEYDOWN, VK_ESCAPE, 2},
     };
-    for (const Case& c : cases) {
-        DeletePlacement();
+    for (const auto& c : cases) {
+        WINDOWPLACEMENT stored{sizeof stored, 0, SW_SHOWNORMAL, {-1, -1}, {-1, -1}, {-2000, 70, -2000 + 560, 70 + 420}};
+        WriteRegBinary(kSettingsKey, L"WDP", REG_BINARY, &stored, sizeof stored);
         ChildProcess program(kProgram, L"");
-        ASSERT_TRUE(program.started());
         HWND main = MainWindow(program);
         ASSERT_TRUE(main) << c.what << ": the main window did not appear";
+        RECT rc{};
+        GetWindowRect(main, &rc);
+        EXPECT_EQ(rc.left, screenLeft) << c.what;
+        EXPECT_EQ(rc.right - rc.left, 560) << c.what;
         PostMessageW(main, c.message, c.wParam, 0);
-        EXPECT_EQ(program.Wait(kExitTimeout), c.exitCode) << c.what;
-        DWORD type = 0;
-        std::string stored;
-        EXPECT_TRUE(ReadRegValue(kSettingsKey, L"WDP", &type, &stored)) << c.what << ": placement not stored";
-        EXPECT_EQ(stored.size(), 44u) << c.what;
+        EXPECT_EQ(program.Wait(kTimeout), c.exitCode) << c.what;
+        std::string saved;
+        ASSERT_TRUE(ReadRegValue(kSettingsKey, L"WDP", nullptr, &saved));
+        ASSERT_EQ(saved.size(), sizeof stored) << c.what;
+        EXPECT_EQ(reinterpret_cast<const WINDOWPLACEMENT*>(saved.data())->rcNormalPosition.left, screenLeft)
+            << c.what << ": the placement was not stored on close";
     }
     CloseHandle(mutex);
 }
@@ -88,56 +78,30 @@ TEST_F(ShellEndToEnd, SecondCopyBringsTheFirstToTheFrontAndExitsWith1)
     ASSERT_NE(GetForegroundWindow(), main);
 
     ChildProcess second(kProgram, L"");
-    EXPECT_EQ(second.Wait(kExitTimeout), 1u);
+    EXPECT_EQ(second.Wait(kTimeout), 1u);
     EXPECT_TRUE(PumpUntil([&] { return GetForegroundWindow() == main; }, 3000)) << "the first copy was not brought up";
     EXPECT_EQ(first.Wait(0), static_cast<DWORD>(STILL_ACTIVE));
     DestroyWindow(other);
-
     PostMessageW(main, WM_COMMAND, IDCANCEL, 0);
-    EXPECT_EQ(first.Wait(kExitTimeout), 2u);
-}
-
-TEST_F(ShellEndToEnd, StoredPlacementIsRestoredAtStart)
-{
-    WINDOWPLACEMENT stored{};
-    stored.length = sizeof stored;
-    stored.showCmd = SW_SHOWNORMAL;
-    stored.ptMinPosition = stored.ptMaxPosition = {-1, -1};
-    // Partly off the left edge: it comes back with its width.
-    stored.rcNormalPosition = {-2000, 70, -2000 + 560, 70 + 420};
-    WriteRegBinary(kSettingsKey, L"WDP", REG_BINARY, &stored, sizeof stored);
-
-    ChildProcess program(kProgram, L"");
-    HWND main = MainWindow(program);
-    ASSERT_TRUE(main);
-    RECT rc{};
-    GetWindowRect(main, &rc);
-    const LONG left = GetSystemMetrics(SM_XVIRTUALSCREEN);
-    EXPECT_EQ(rc.left, left);
-    EXPECT_EQ(rc.right - rc.left, 560);
-    EXPECT_EQ(rc.bottom - rc.top, 420);
-    PostMessageW(main, WM_COMMAND, IDCANCEL, 0);
-    EXPECT_EQ(program.Wait(kExitTimeout), 2u);
+    EXPECT_EQ(first.Wait(kTimeout), 2u);
 }
 
 TEST_F(ShellEndToEnd, CommandLineModeNeverShowsTheMainWindow)
 {
-    for (const wchar_t* tail : {L"\"C:\\Folder With Spaces\"", L"anything at all"}) {
-        ChildProcess program(kProgram, tail);
-        ASSERT_TRUE(program.started());
-        DWORD code = STILL_ACTIVE;
-        bool shown = false;
-        PumpUntil(
-            [&] {
-                shown = shown || program.FindWindow(nullptr, kTitle, 0) != nullptr;
-                code = program.Wait(0);
-                return code != STILL_ACTIVE;
-            },
-            kExitTimeout);
-        EXPECT_EQ(code, 0u);
-        EXPECT_FALSE(shown);
-        EXPECT_FALSE(ReadRegValue(kSettingsKey, L"WDP", nullptr, nullptr)) << "command-line mode stores no placement";
-    }
+    ChildProcess program(kProgram, L"\"C:\\Folder With Spaces\"");
+    ASSERT_TRUE(program.started());
+    DWORD code = STILL_ACTIVE;
+    bool shown = false;
+    PumpUntil(
+        [&] {
+            shown = shown || program.FindWindow(nullptr, kTitle, 0) != nullptr;
+            code = program.Wait(0);
+            return code != STILL_ACTIVE;
+        },
+        kTimeout);
+    EXPECT_EQ(code, 0u);
+    EXPECT_FALSE(shown);
+    EXPECT_FALSE(ReadRegValue(kSettingsKey, L"WDP", nullptr, nullptr)) << "command-line mode stores no placement";
 }
 
 } // namespace

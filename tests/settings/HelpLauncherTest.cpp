@@ -14,25 +14,18 @@ using krn::HelpEntry;
 using krn::HelpLauncher;
 using krn::HelpPage;
 
-constexpr char kNoClass[] = "CLSID\\{00000000-0000-0000-0000-4B524E000001}\\InprocServer32";
-
-std::wstring ProgramFolder()
-{
-    wchar_t path[MAX_PATH] = {};
-    GetModuleFileNameW(nullptr, path, MAX_PATH);
-    const std::wstring file = path;
-    return file.substr(0, file.rfind(L'\\'));
-}
-
 TEST(HelpLauncher, OpensEachPageOfTheRealHelpFileBesideTheProgram)
 {
+    wchar_t program[MAX_PATH] = {};
+    GetModuleFileNameW(nullptr, program, MAX_PATH);
+    const std::wstring folder = std::wstring(program).substr(0, std::wstring(program).rfind(L'\\'));
     const struct {
         HelpPage page;
         std::wstring path;
     } pages[] = {
-        {HelpPage::ManageFolders, ProgramFolder() + L"\\BrimwellPro.chm::/krn-managefolders.html"},
-        {HelpPage::RunApplication, ProgramFolder() + L"\\BrimwellPro.chm::/krn-run.html"},
-        {HelpPage::Contents, ProgramFolder() + L"\\BrimwellPro.chm"},
+        {HelpPage::ManageFolders, folder + L"\\BrimwellPro.chm::/krn-managefolders.html"},
+        {HelpPage::RunApplication, folder + L"\\BrimwellPro.chm::/krn-run.html"},
+        {HelpPage::Contents, folder + L"\\BrimwellPro.chm"},
     };
     for (const auto& p : pages) {
         wchar_t path[MAX_PATH];
@@ -42,37 +35,39 @@ TEST(HelpLauncher, OpensEachPageOfTheRealHelpFileBesideTheProgram)
         ASSERT_TRUE(viewer) << "page " << static_cast<int>(p.page);
         EXPECT_EQ(ClassName(viewer), L"HH Parent");
     }
-    const std::wstring missing = ProgramFolder() + L"\\NoSuchHelp.chm";
+    const std::wstring missing = folder + L"\\NoSuchHelp.chm";
     EXPECT_EQ(HelpLauncher::HtmlHelpW(nullptr, missing.c_str(), 0, 0), nullptr);
     EXPECT_FALSE(HelpLauncher::EntryW().failed()) << "a missing file is not a missing control";
     HelpLauncher::HtmlHelpW(nullptr, nullptr, 0x12, 0);  // HH_CLOSE_ALL
     PumpUntil([] { return !FindWindowW(L"HH Parent", nullptr); }, 3000);
 }
 
-TEST(HelpEntry, FindsTheControlOnTheSearchPathWithoutItsClassKey)
+// The class key's path first, else the control on the search path; once
+// loading or resolving failed, every request fails without trying again.
+TEST(HelpEntry, LoadsFromTheClassKeyElseTheSearchPathAndFailsForGood)
 {
-    HelpEntry entry(kNoClass, HelpLauncher::kControlName, HelpLauncher::kOrdinalW);
-    EXPECT_NE(entry.Resolve(), nullptr);
-    EXPECT_EQ(entry.Resolve(), GetProcAddress(entry.module(), MAKEINTRESOURCEA(15)));
-}
-
-TEST(HelpEntry, PrefersThePathInTheClassKey)
-{
-    HelpEntry entry(HelpLauncher::kClassKeyPath, "krn-no-such-control.ocx", HelpLauncher::kOrdinalA);
-    ASSERT_NE(entry.Resolve(), nullptr);
-    EXPECT_EQ(entry.Resolve(), GetProcAddress(GetModuleHandleW(L"hhctrl.ocx"), MAKEINTRESOURCEA(14)));
-}
-
-TEST(HelpEntry, MissingControlOrEntryFailsEveryRequest)
-{
-    HelpEntry noControl(kNoClass, "krn-no-such-control.ocx", HelpLauncher::kOrdinalW);
-    HelpEntry noEntry(HelpLauncher::kClassKeyPath, HelpLauncher::kControlName, 9999);
-    for (HelpEntry* entry : {&noControl, &noEntry})
-        for (int request = 0; request < 3; ++request) {
-            EXPECT_EQ(entry->Resolve(), nullptr) << "request " << request;
-            EXPECT_TRUE(entry->failed());
+    constexpr char kNoClass[] = "CLSID\\{00000000-0000-0000-0000-4B524E000001}\\InprocServer32";
+    const struct {
+        const char* classKey;
+        const char* library;
+        WORD ordinal;
+        bool resolves;
+    } cases[] = {
+        {kNoClass, HelpLauncher::kControlName, HelpLauncher::kOrdinalW, true},
+        {HelpLauncher::kClassKeyPath, "krn-no-such-control.ocx", HelpLauncher::kOrdinalA, true},
+        {kNoClass, "krn-no-such-control.ocx", HelpLauncher::kOrdinalW, false},
+        {HelpLauncher::kClassKeyPath, HelpLauncher::kControlName, 9999, false},
+    };
+    for (const auto& c : cases) {
+        HelpEntry entry(c.classKey, c.library, c.ordinal);
+        const FARPROC first = entry.Resolve();
+        const FARPROC expected =
+            c.resolves ? GetProcAddress(GetModuleHandleW(L"hhctrl.ocx"), MAKEINTRESOURCEA(c.ordinal)) : nullptr;
+        for (FARPROC got : {first, entry.Resolve()}) {
+            EXPECT_EQ(got, expected) << c.classKey << " " << c.library << " " << c.ordinal;
+            EXPECT_EQ(entry.failed(), !c.resolves) << c.library << " " << c.ordinal;
         }
-    EXPECT_EQ(noControl.module(), nullptr);
+    }
 }
 
 } // namespace

@@ -9,12 +9,9 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-
 namespace {
 
 using namespace krn::test;
-using krn::MainDialog;
 
 using MainDialogTest = ScratchTest;
 
@@ -22,9 +19,10 @@ TEST_F(MainDialogTest, UnsavedChangesAskBeforeClosing)
 {
     krn::MessageLoop loop;
     krn::Module().AddMessageLoop(&loop);
-    MainDialog dialog;
+    krn::MainDialog dialog;
     HWND window = dialog.Create(nullptr);
     ASSERT_TRUE(window);
+    EXPECT_EQ(WindowText(window), krn::kMainWindowTitle);
     dialog.SetModified(true);
 
     MessageBoxInfo refused;
@@ -36,7 +34,7 @@ TEST_F(MainDialogTest, UnsavedChangesAskBeforeClosing)
     EXPECT_TRUE(IsWindow(window)) << "No keeps the window open";
     EXPECT_FALSE(ReadRegValue(L"SOFTWARE\\Norlath\\Kestrune\\Settings", L"WDP", nullptr, nullptr));
 
-    PostMessageW(window, WM_COMMAND, MainDialog::kCommandExit, 0);
+    PostMessageW(window, WM_COMMAND, krn::MainDialog::kCommandExit, 0);
     EXPECT_EQ(loop.Run(), 32776);
     EXPECT_EQ(driver.Report(), "");
     EXPECT_EQ(refused.text,
@@ -44,7 +42,6 @@ TEST_F(MainDialogTest, UnsavedChangesAskBeforeClosing)
     EXPECT_EQ(refused.buttons, std::vector<int>({IDYES, IDNO}));
     EXPECT_EQ(refused.icon, IDI_QUESTION);
     EXPECT_FALSE(IsWindow(window));
-    EXPECT_TRUE(ReadRegValue(L"SOFTWARE\\Norlath\\Kestrune\\Settings", L"WDP", nullptr, nullptr));
     krn::Module().RemoveMessageLoop();
 }
 
