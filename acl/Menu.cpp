@@ -175,14 +175,7 @@ void ACL_Menu::Clear()
     menu_.reset();
     items_.clear();
     images_.clear();
-    ReleaseCheckBitmap();
-}
-
-void ACL_Menu::ReleaseCheckBitmap()
-{
-    if (checkBitmap_ && !checkBitmapShared_)
-        DeleteObject(checkBitmap_);
-    checkBitmap_ = nullptr;
+    checkBitmap_.reset();
 }
 
 void ACL_Menu::RecomputeCells()
@@ -235,15 +228,11 @@ void ACL_Menu::SetImageMetrics(uint32_t imageWidth, uint32_t imageHeight, uint32
 
 DWORD ACL_Menu::SetCheckBitmap(HBITMAP bitmap, uint32_t shared)
 {
-    if (bitmap != kKeepCheckBitmap) {
-        ReleaseCheckBitmap();
-        checkBitmap_ = bitmap;
-        if (bitmap && !TopLeftPixel(bitmap, &checkTransparentColor_)) {
-            checkBitmapShared_ = shared;
-            return GetLastError();
-        }
-    }
+    // The flag decides for the bitmap held from now on, a kept one included.
     checkBitmapShared_ = shared;
+    checkBitmap_.reset(bitmap != kKeepCheckBitmap ? bitmap : checkBitmap_.get(), shared == 0);
+    if (bitmap != kKeepCheckBitmap && bitmap && !TopLeftPixel(bitmap, &checkTransparentColor_))
+        return GetLastError();
     return ERROR_SUCCESS;
 }
 
@@ -626,9 +615,9 @@ void ACL_Menu::DrawCheck(HDC dc, const RECT& r, const RECT& cell, int shift) con
     const int y = r.top + static_cast<int>(marginY_);
     if (checkBitmap_) {
         if (shift)
-            DrawPixels(dc, checkBitmap_, checkTransparentColor_, x + 1, y + 1, w, h, PixelStyle::Silhouette,
+            DrawPixels(dc, checkBitmap_.get(), checkTransparentColor_, x + 1, y + 1, w, h, PixelStyle::Silhouette,
                        colors_.shadowColor);
-        DrawTransparent(dc, checkBitmap_, checkTransparentColor_, x - shift, y - shift, w, h);
+        DrawTransparent(dc, checkBitmap_.get(), checkTransparentColor_, x - shift, y - shift, w, h);
         return;
     }
     Frame(dc, cell, colors_.frameColor);

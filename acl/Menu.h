@@ -88,7 +88,7 @@ public:
     const ACL_MenuColors& colors() const { return colors_; }
     const std::vector<std::unique_ptr<ACL_MenuItem>>& items() const { return items_; }
     const std::vector<std::unique_ptr<ACL_MenuImage>>& images() const { return images_; }
-    HBITMAP checkBitmap() const { return checkBitmap_; }
+    HBITMAP checkBitmap() const { return checkBitmap_.get(); }
     COLORREF checkTransparentColor() const { return checkTransparentColor_; }
     uint32_t cellWidth() const { return cellWidth_; }
     uint32_t cellHeight() const { return cellHeight_; }
@@ -101,7 +101,6 @@ public:
 
 private:
     void Clear();
-    void ReleaseCheckBitmap();
     void RecomputeCells();
     ACL_MenuImage* FindImage(uint32_t commandId) const;
     ACL_MenuItem* FindRecord(const void* data) const;
@@ -128,7 +127,8 @@ private:
     std::vector<std::unique_ptr<ACL_MenuImage>> images_;
     uint32_t checkBitmapShared_ = 0;
     COLORREF checkTransparentColor_ = 0;
-    HBITMAP checkBitmap_ = nullptr;  // the menu's unless checkBitmapShared_
+    // The menu's unless checkBitmapShared_ says it is lent.
+    acl::flagged_handle<acl::handle_traits::GdiObject<HBITMAP>> checkBitmap_;
     uint32_t cellWidth_ = 22;
     uint32_t cellHeight_ = 20;
     uint32_t imageWidth_ = 16;
