@@ -93,30 +93,22 @@ TEST_F(HyperlinkTest, HoverChangesColourAndUnderlinesUntilTheMouseLeaves)
     }
 }
 
-TEST_F(HyperlinkTest, AButtonUpAloneSendsTheCommandToTheParent)
-{
-    Link h;
-    EXPECT_EQ(h.Init(8, link, dialog.window(), 5u, &settings), static_cast<DWORD>(ERROR_INVALID_PARAMETER));
-    EXPECT_EQ(ProcOf(link), &acl::SubclassControlBase::SharedWindowProc) << "the control stays subclassed";
-    EXPECT_EQ(h.Init(Link::kOpenWithParent, link, dialog.window(), L"https://example.invalid/", &settings), 0u);
-    EXPECT_EQ(h.target().value_or(L""), L"https://example.invalid/");
-
-    ASSERT_EQ(h.Init(Link::kCommand, link, dialog.window(), kLink, &settings), 0u);
-    EXPECT_EQ(acl::SubclassControlBase::UserCount(), 1) << "Init detaches before it attaches again";
-    EXPECT_NE(GetWindowLongPtrW(link, GWL_STYLE) & SS_NOTIFY, 0);
-    EXPECT_EQ(SendMessageW(link, WM_LBUTTONUP, 0, MAKELPARAM(2, 2)), 0);
-    const std::vector<std::pair<WPARAM, LPARAM>> expected{{kLink, reinterpret_cast<LPARAM>(link)}};
-    EXPECT_EQ(dialog.commands, expected);
-}
-
-TEST_F(HyperlinkTest, MessagesItHandlesDoNotReachThePreviousProcedure)
+// What the link handles stops there; a button-up alone sends the command.
+TEST_F(HyperlinkTest, HandledMessagesDoNotReachThePreviousProcedureAndAClickSendsTheCommand)
 {
     g_original = ProcOf(link);
     SetWindowLongPtrW(link, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(&Recorder));
     {
         Link h;
-        h.Init(Link::kCommand, link, dialog.window(), kLink, &settings);
+        EXPECT_EQ(h.Init(8, link, dialog.window(), 5u, &settings), static_cast<DWORD>(ERROR_INVALID_PARAMETER));
+        EXPECT_EQ(ProcOf(link), &acl::SubclassControlBase::SharedWindowProc) << "the control stays subclassed";
+        EXPECT_EQ(h.Init(Link::kOpenWithParent, link, dialog.window(), L"https://example.invalid/", &settings), 0u);
+        EXPECT_EQ(h.target().value_or(L""), L"https://example.invalid/");
+        ASSERT_EQ(h.Init(Link::kCommand, link, dialog.window(), kLink, &settings), 0u);
+        EXPECT_EQ(acl::SubclassControlBase::UserCount(), 1) << "Init detaches before it attaches again";
+        EXPECT_NE(GetWindowLongPtrW(link, GWL_STYLE) & SS_NOTIFY, 0);
         g_seen.clear();
+
         const HCURSOR hand = LoadCursorW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDC_LINK_HAND));
         ASSERT_TRUE(hand) << "cursor resource " << IDC_LINK_HAND;
         for (const HCURSOR cursor : {HCURSOR(nullptr), hand}) {
@@ -124,14 +116,14 @@ TEST_F(HyperlinkTest, MessagesItHandlesDoNotReachThePreviousProcedure)
             EXPECT_EQ(SendMessageW(link, WM_SETCURSOR, WPARAM(link), HTCLIENT), cursor ? 1 : 0);
         }
         EXPECT_EQ(GetCursor(), hand);
-
-        // Only the first move inside the link repaints it.
-        for (const bool repaints : {true, false}) {
+        for (const bool repaints : {true, false}) {  // only the first move inside repaints
             ValidateRect(link, nullptr);
             SendMessageW(link, WM_MOUSEMOVE, 0, MAKELPARAM(3, 3));
             EXPECT_EQ(GetUpdateRect(link, nullptr, FALSE) != FALSE, repaints);
         }
         EXPECT_EQ(SendMessageW(link, WM_ERASEBKGND, 0, 0), 1);
+        EXPECT_EQ(SendMessageW(link, WM_LBUTTONUP, 0, MAKELPARAM(2, 2)), 0);
+        EXPECT_EQ(dialog.commands, (std::vector<std::pair<WPARAM, LPARAM>>{{kLink, LPARAM(link)}}));
         EXPECT_TRUE(g_seen.empty());
 
         // The text goes to the control, which is then repainted; the result is 0.

@@ -11,11 +11,8 @@ namespace {
 using krn::test::ListViewDemo;
 using krn::test::Pixels;
 
-constexpr COLORREF kGreen = RGB(0, 200, 0);
-constexpr COLORREF kRed = RGB(220, 0, 0);
-constexpr COLORREF kMagenta = RGB(255, 0, 255);
-const COLORREF kFrame = GetSysColor(COLOR_WINDOWFRAME);
-const COLORREF kWindow = GetSysColor(COLOR_WINDOW);
+constexpr COLORREF kGreen = RGB(0, 200, 0), kRed = RGB(220, 0, 0), kSelected = RGB(0x8A, 0xA6, 0xD6);
+const COLORREF kFrame = GetSysColor(COLOR_WINDOWFRAME), kWindow = GetSysColor(COLOR_WINDOW);
 
 // A solid bitmap item whose top-left pixel is magenta, the colour drawn transparent.
 std::unique_ptr<acl::ListView_Bitmap> Solid(int width, int height, COLORREF color)
@@ -24,11 +21,11 @@ std::unique_ptr<acl::ListView_Bitmap> Solid(int width, int height, COLORREF colo
     acl::unique_hbitmap bitmap(CreateCompatibleBitmap(screen.get(), width, height));
     {
         const acl::unique_hdc dc(CreateCompatibleDC(screen.get()));
-        const acl::SelectGuard select(dc.get(), bitmap.get());
+        const acl::SelectGuard select(dc.get(), bitmap.get());  // not while the item reads it
         const acl::unique_hbrush brush(CreateSolidBrush(color));
         RECT all{0, 0, width, height};
         FillRect(dc.get(), &all, brush.get());
-        SetPixel(dc.get(), 0, 0, kMagenta);
+        SetPixel(dc.get(), 0, 0, RGB(255, 0, 255));
     }
     return std::make_unique<acl::ListView_Bitmap>(std::move(bitmap));
 }
@@ -88,49 +85,28 @@ TEST(ListViewCentring, TruncatesTowardZeroInSinglePrecision)
             << "rect " << c.top << ".." << c.bottom << ", height " << c.height;
 }
 
-TEST_F(Drawn, CellsFormAOnePixelGridAndTheLastRowAndColumnKeepTheirEdges)
+// The fill covers each cell's right and bottom frame edges, leaving a
+// one-pixel grid; the last row and column keep theirs. Content starts after
+// the frame and the padding, centred, with the top-left colour transparent.
+TEST_F(Drawn, CellsFormAOnePixelGridAndContentStartsAfterTheFrameAndThePadding)
 {
-    Columns({60, 40, 50}, 3);
-    for (UINT row : {0u, 2u}) {
-        SCOPED_TRACE(row == 2 ? "last row" : "first row");
+    Columns({40, 60, 50}, 3);
+    list.AddItem(0, 1, Solid(10, 10, kGreen));
+    for (UINT row : {1u, 2u}) {
+        SCOPED_TRACE(row == 2 ? "last row" : "a row");
         const Pixels p = DrawRow(row);
         EXPECT_EQ(Count(p, kFrame, 0, right, 0, 1, true), 0) << "top line";
-        for (int x : {0, 60, 100, right - 1})
+        for (int x : {0, 40, 100, right - 1})
             EXPECT_EQ(Count(p, kFrame, x, x + 1, 0, 18, true), 0) << "line at x " << x;
-        EXPECT_EQ(Count(p, row == 2 ? kFrame : kWindow, 1, 60, 17, 18, true), 0) << "bottom line";
-        EXPECT_EQ(Count(p, kWindow, 1, 60, 1, 17, true), 0) << "the fill covers the right edge";
+        EXPECT_EQ(Count(p, row == 2 ? kFrame : kWindow, 1, 40, 17, 18, true), 0) << "bottom line";
+        EXPECT_EQ(Count(p, kWindow, 1, 40, 1, 17, true), 0) << "the fill covers the right edge";
     }
-    EXPECT_EQ(list.RowAt(0)->CellCount(), 3u) << "drawing made the missing cells";
-}
+    EXPECT_EQ(list.RowAt(1)->CellCount(), 3u) << "drawing made the missing cells";
 
-TEST_F(Drawn, SelectedRowsUseTheSecondStyle)
-{
-    demo.AddSampleColumns();
-    demo.AddSampleRows(3);
-    demo.Select(1);
-    RECT rows[2] = {{LVIR_BOUNDS}, {LVIR_BOUNDS}};
-    for (WPARAM i : {0, 1})
-        SendMessageW(demo.list(), LVM_GETITEMRECT, i, reinterpret_cast<LPARAM>(&rows[i]));
-    const Pixels p = krn::test::CaptureClient(demo.list());
-    const int x = 110 + 60;  // right half of the "Size" cell, where no text is
-    EXPECT_EQ(p.at(x, (rows[0].top + rows[0].bottom) / 2), kWindow);
-    EXPECT_EQ(p.at(x, (rows[1].top + rows[1].bottom) / 2), RGB(0x8A, 0xA6, 0xD6));
-    EXPECT_EQ(p.at(x, rows[1].top), kFrame) << "grid line above the selected row";
-
-    right = 350;
-    list.GetSettings().SetStyle(1, acl::ListView_Settings::kMaskFrame, 0, 0, 0, 0, kRed, 0, nullptr, false);
-    EXPECT_EQ(DrawRow(0, true).at(x, 0), kRed) << "the frame of the second style";
-    EXPECT_EQ(DrawRow(0, false).at(x, 0), kFrame);
-}
-
-TEST_F(Drawn, ContentStartsAfterTheFrameAndThePaddingAndIsCentred)
-{
     const struct {
         uint8_t paddingX, paddingY;
         bool frame;
     } kCases[] = {{1, 1, true}, {6, 2, true}, {3, 1, false}, {0, 0, false}};
-    Columns({40, 60}, 1);
-    list.AddItem(0, 1, Solid(10, 10, kGreen));
     for (const auto& c : kCases) {
         SCOPED_TRACE("paddingX " + std::to_string(c.paddingX) + (c.frame ? ", framed" : ", no frame"));
         acl::ListView_Settings& s = list.GetSettings();
@@ -139,9 +115,8 @@ TEST_F(Drawn, ContentStartsAfterTheFrameAndThePaddingAndIsCentred)
         for (uint8_t style : {0, 1})
             s.SetStyle(style, 4, 0, 0, 0, 0, c.frame ? kFrame : acl::ListView_Settings::kNone, 0, nullptr, false);
         const Pixels p = DrawRow(0);
-        const int edge = c.frame ? 1 : 0;
-        const int left = 40 + edge + c.paddingX;
-        const int top = acl::ListView_CentredTop({left, edge + c.paddingY, right, 18 - edge - c.paddingY}, 10);
+        const int edge = c.frame ? 1 : 0, left = 40 + edge + c.paddingX;
+        const int top = acl::ListView_CentredTop({left, edge + c.paddingY, 100, 18 - edge - c.paddingY}, 10);
         EXPECT_EQ(Count(p, kGreen, left, left + 10, top, top + 10), 99) << "all but the transparent corner";
         EXPECT_EQ(Count(p, kGreen, 0, right, 0, 18), 99) << "nothing outside";
         EXPECT_EQ(p.at(left, top), kWindow) << "the top-left colour is transparent";
@@ -168,22 +143,33 @@ TEST_F(Drawn, ContentIsClippedAtTheCellsInnerEdgeAndLaterItemsAreNotDrawn)
     EXPECT_EQ(Count(p, kWindow, innerRight, right - 1, 1, 17, true), 0) << "and stops there";
 }
 
-TEST(ListViewScroll, AHorizontallyScrolledListIsShiftedLeft)
+// The real control paints: a selected row in style [1] with its frame, and a
+// horizontally scrolled list shifted left by the scroll position.
+TEST_F(Drawn, TheControlPaintsSelectedRowsInTheSecondStyleAndScrolledRowsShiftedLeft)
 {
-    ListViewDemo narrow(ListViewDemo::Options{.width = 200, .height = 120});
-    narrow.AddSampleColumns();  // 110, 70, 70, 100
-    narrow.AddSampleRows(2);
-    RECT row{LVIR_BOUNDS};
-    SendMessageW(narrow.list(), LVM_GETITEMRECT, 0, reinterpret_cast<LPARAM>(&row));
-    const int y = row.top + 1;  // inside the first row, below its top line
-    const Pixels before = krn::test::CaptureClient(narrow.list());
-    SendMessageW(narrow.list(), LVM_SCROLL, 40, 0);
-    const Pixels after = krn::test::CaptureClient(narrow.list());
-    for (int line : {110, 180}) {
+    demo.AddSampleRows(3);  // columns 110, 70, 70, 250
+    demo.Select(1);
+    RECT rows[2] = {{LVIR_BOUNDS}, {LVIR_BOUNDS}};
+    for (WPARAM i : {0, 1})
+        SendMessageW(demo.list(), LVM_GETITEMRECT, i, reinterpret_cast<LPARAM>(&rows[i]));
+    const Pixels before = krn::test::CaptureClient(demo.list());
+    const int x = 110 + 60, y = rows[0].top + 1;  // right half of the "Size" cell, where no text is
+    EXPECT_EQ(before.at(x, (rows[0].top + rows[0].bottom) / 2), kWindow);
+    EXPECT_EQ(before.at(x, (rows[1].top + rows[1].bottom) / 2), kSelected);
+    EXPECT_EQ(before.at(x, rows[1].top), kFrame) << "grid line above the selected row";
+
+    SendMessageW(demo.list(), LVM_SCROLL, 40, 0);
+    const Pixels after = krn::test::CaptureClient(demo.list());
+    for (int line : {110, 180, 250}) {
         EXPECT_EQ(before.at(line, y), kFrame) << "unscrolled line at " << line;
         EXPECT_EQ(after.at(line - 40, y), kFrame) << "scrolled line at " << line - 40;
         EXPECT_NE(after.at(line, y), kFrame) << "nothing left at " << line;
     }
+
+    right = 350;
+    list.GetSettings().SetStyle(1, acl::ListView_Settings::kMaskFrame, 0, 0, 0, 0, kRed, 0, nullptr, false);
+    EXPECT_EQ(DrawRow(0, true).at(x, 0), kRed) << "the frame of the second style";
+    EXPECT_EQ(DrawRow(0, false).at(x, 0), kFrame);
 }
 
 // Every GDI object and memory DC the list takes into an owner is recorded;

@@ -1,5 +1,6 @@
-// The list's settings and tree with their ownership rules, and its bookkeeping
-// against a real owner-data report list view under the dialog manager.
+// The list's settings and tree with their ownership rules, its bookkeeping
+// against a real owner-data report list view under the dialog manager, and
+// sorting.
 #include "support/ListViewDemo.h"
 
 #include "resource.h"
@@ -16,10 +17,7 @@ using krn::test::ListViewDemo;
 constexpr COLORREF kNone = ListView_Settings::kNone;
 constexpr DWORD kNotFound = ERROR_NOT_FOUND;
 
-bool Alive(HGDIOBJ object)
-{
-    return GetObjectType(object) != 0;
-}
+bool Alive(HGDIOBJ object) { return GetObjectType(object) != 0; }
 
 COLORREF BrushColor(const acl::unique_hbrush& brush)
 {
@@ -27,20 +25,15 @@ COLORREF BrushColor(const acl::unique_hbrush& brush)
     return GetObjectW(brush.get(), sizeof lb, &lb) ? lb.lbColor : CLR_INVALID;
 }
 
-HFONT NewFont(int height)
-{
-    return CreateFontW(height, 0, 0, 0, FW_NORMAL, 0, 0, 0, DEFAULT_CHARSET, 0, 0, 0, 0, L"Tahoma");
-}
+HFONT NewFont(int height) { return CreateFontW(height, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, L"Tahoma"); }
 
 // Settings and items that say when they are destroyed.
 std::vector<std::string> destroyed;
-
 struct TracedSettings : ListView_Settings {
     explicit TracedSettings(std::string n) : name(std::move(n)) {}
     ~TracedSettings() override { destroyed.push_back(name); }
     std::string name;
 };
-
 struct TracedItem : acl::ListView_Item {
     TracedItem(std::string n, uint64_t t) : ListView_Item(99), name(std::move(n)) { tag = t; }
     ~TracedItem() override { destroyed.push_back(name); }
@@ -49,7 +42,7 @@ struct TracedItem : acl::ListView_Item {
     std::string name;
 };
 
-TEST(ListViewSettings, SystemColoursThenSetStyleTouchesOnlyTheMaskedGroups)
+TEST(ListViewSettings, SystemColoursThenSetStyleTouchesOnlyTheMaskedGroupsAndApplyIsUndoneByRestore)
 {
     acl::ListView list;
     for (int i : {0, 1}) {
@@ -75,14 +68,12 @@ TEST(ListViewSettings, SystemColoursThenSetStyleTouchesOnlyTheMaskedGroups)
         ListView_Settings s;
         EXPECT_EQ(s.styles[0].set | s.styles[1].set | s.paddingX << 8 | s.paddingY << 12, 0x1100u) << "defaults";
         s.SetStyle(0, 15, RGB(5, 5, 5), TRANSPARENT, RGB(6, 6, 6), 0, RGB(7, 7, 7), 0, font.get(), false);
-        const HBRUSH oldBackground = s.styles[0].backgroundBrush.get();
-        const HBRUSH oldFrame = s.styles[0].frameBrush.get();
+        const HBRUSH oldBackground = s.styles[0].backgroundBrush.get(), oldFrame = s.styles[0].frameBrush.get();
         s.SetStyle(0, c.mask, c.text, OPAQUE, c.background, 0, c.frame, 0, nullptr, false);
         const acl::ListView_Style& style = s.styles[0];
         EXPECT_EQ(style.set * 10 + style.Owned(), c.set * 10 + c.owned) << "set, owned";
         EXPECT_EQ(style.backgroundMode, c.mask & 1 ? OPAQUE : TRANSPARENT) << "the mode travels with the text";
-        EXPECT_EQ(Alive(oldBackground), !(c.mask & 2)) << "a replaced brush is released";
-        EXPECT_EQ(Alive(oldFrame), !(c.mask & 4));
+        EXPECT_EQ(Alive(oldBackground) * 10 + Alive(oldFrame), !(c.mask & 2) * 10 + !(c.mask & 4)) << "replaced brushes";
         if (c.background != kNone) {
             EXPECT_EQ((std::vector<COLORREF>{BrushColor(style.backgroundBrush), BrushColor(style.frameBrush)}),
                       (std::vector<COLORREF>{c.background, c.frame}));
@@ -92,8 +83,7 @@ TEST(ListViewSettings, SystemColoursThenSetStyleTouchesOnlyTheMaskedGroups)
 
     // The font group only ever sets its bits: once owning, a style owns
     // whatever font it is given, and a null font clears nothing.
-    const HFONT owned = NewFont(10);
-    const HFONT lent = NewFont(11);
+    const HFONT owned = NewFont(10), lent = NewFont(11);
     ListView_Settings s;
     s.SetStyle(1, 8, 0, 0, 0, 0, 0, 0, owned, true);
     s.SetStyle(1, 8, 0, 0, 0, 0, 0, 0, lent, false);
@@ -101,31 +91,23 @@ TEST(ListViewSettings, SystemColoursThenSetStyleTouchesOnlyTheMaskedGroups)
     s.SetStyle(1, 8, 0, 0, 0, 0, 0, 0, nullptr, false);
     EXPECT_FALSE(Alive(lent));
     EXPECT_EQ(s.styles[1].set * 10 + s.styles[1].Owned(), 84u) << "set, owned";
-}
 
-TEST(ListViewSettings, ApplyChangesTheDcAndRestorePutsItBack)
-{
     const acl::unique_hdc dc(CreateCompatibleDC(nullptr));
-    const acl::unique_hfont font(NewFont(14));
-    ListView_Settings s;
     s.SetStyle(1, 15, RGB(10, 20, 30), TRANSPARENT, RGB(40, 50, 60), 0, RGB(1, 1, 1), 0, font.get(), false);
     const auto dcState = [&] {
         return std::vector<uintptr_t>{GetTextColor(dc.get()), GetBkColor(dc.get()), uintptr_t(GetBkMode(dc.get())),
-                                      reinterpret_cast<uintptr_t>(GetCurrentObject(dc.get(), OBJ_FONT)),
-                                      reinterpret_cast<uintptr_t>(s.dc)};
+                                      uintptr_t(GetCurrentObject(dc.get(), OBJ_FONT)), uintptr_t(s.dc)};
     };
     const auto before = dcState();
     acl::ListView_DrawState state;
     s.Apply(dc.get(), 1, state);
     EXPECT_EQ(dcState(), (std::vector<uintptr_t>{RGB(10, 20, 30), RGB(40, 50, 60), TRANSPARENT,
-                                                 reinterpret_cast<uintptr_t>(font.get()),
-                                                 reinterpret_cast<uintptr_t>(dc.get())}));
+                                                 uintptr_t(font.get()), uintptr_t(dc.get())}));
     EXPECT_EQ(state.frameBrush, s.styles[1].frameBrush.get());
     s.Restore(state);
     EXPECT_EQ(dcState(), before);
-    EXPECT_EQ(reinterpret_cast<uintptr_t>(state.font), before[3]);
-    // Apply never saves brushes, so restoring leaves the state without any.
-    EXPECT_FALSE(state.backgroundBrush || state.frameBrush);
+    EXPECT_EQ(uintptr_t(state.font), before[3]);
+    EXPECT_FALSE(state.backgroundBrush || state.frameBrush) << "Apply never saves brushes";
 }
 
 TEST(ListViewTree, NodesDestroyOnlyWhatTheyOwn)
@@ -161,16 +143,11 @@ TEST(ListViewTree, NodesDestroyOnlyWhatTheyOwn)
         EXPECT_EQ(third->RemoveItems(1, 10), 0u);  // d, stopping at the end
     }
     EXPECT_EQ(destroyed, (std::vector<std::string>{"own", "b", "c", "e", "d", "a", "lent"}));
-}
 
-TEST(ListViewItems, BitmapsAndIconsOwnTheirHandleOnlyWhenGiven)
-{
-    ListViewDemo demo;
-    { acl::ListView_Bitmap lent(demo.ActionBitmap(0)); }
-    const HBITMAP given = static_cast<HBITMAP>(CopyImage(demo.ActionBitmap(0), IMAGE_BITMAP, 0, 0, 0));
-    { acl::ListView_Bitmap owning{acl::unique_hbitmap(given)}; }
-    EXPECT_EQ(Alive(demo.ActionBitmap(0)) * 10 + Alive(given), 10) << "lent, given";
-
+    const HBITMAP lentBitmap = CreateBitmap(4, 4, 1, 32, nullptr), given = CreateBitmap(4, 4, 1, 32, nullptr);
+    { acl::ListView_Bitmap lentItem(lentBitmap), givenItem{acl::unique_hbitmap(given)}; }
+    EXPECT_EQ(Alive(lentBitmap) * 10 + Alive(given), 10) << "lent, given";
+    DeleteObject(lentBitmap);
     static std::vector<HGDIOBJ> seen;
     acl::gdiOwnedHook = [](HGDIOBJ h) { seen.push_back(h); };
     const HICON big = static_cast<HICON>(
@@ -190,52 +167,48 @@ TEST(ListViewItems, BitmapsAndIconsOwnTheirHandleOnlyWhenGiven)
     EXPECT_FALSE(Alive(seen[0]) || Alive(seen[1])) << "the bitmaps of GetIconInfo are deleted at once";
 }
 
-TEST(ListViewControl, AttachAddsTheExtendedStylesAndRowsMeasureTheirTallestItemPlusTheFrame)
+TEST(ListViewControl, RowsMeasureTheirTallestItemPlusTheFrameAndCountsStayEqualToTheControls)
 {
     ListViewDemo demo;
     acl::ListView& list = demo.view();
     EXPECT_EQ(SendMessageW(demo.list(), LVM_GETEXTENDEDLISTVIEWSTYLE, 0, 0) & 0x1400, 0x1400);
-    EXPECT_EQ(demo.lastMeasuredHeight(), 0u) << "an empty list measures 0";
-    list.AddColumn(L"A", 50);
-    list.AddColumn(L"B", 50);
-    list.AddRow(0, 0, 0);
-    list.AddRow(0, 0, 0);
-    list.AddItem(1, 1, std::make_unique<acl::ListView_Bitmap>(demo.ActionBitmap(0)));  // 16 high
-    list.AddItem(0, 0, std::make_unique<acl::ListView_Text>(L"Short"));
-    list.GetSettings().paddingY = 5;
-    const int asked = demo.measureRequests();
-    list.Remeasure();
-    EXPECT_GT(demo.measureRequests(), asked) << "Remeasure makes the control ask again";
-    EXPECT_EQ(demo.lastMeasuredHeight(), 18u) << "the frame counts, the padding does not";
-    EXPECT_EQ(demo.ControlRowHeight(), 18);
-    for (uint8_t style : {0, 1})
-        list.GetSettings().SetStyle(style, 4, 0, 0, 0, 0, kNone, 0, nullptr, false);
-    list.Remeasure();
-    EXPECT_EQ(demo.lastMeasuredHeight(), 16u) << "no frame";
-    list.rowHeight = 25;
-    list.Remeasure();
-    EXPECT_EQ(demo.ControlRowHeight(), 25) << "a fixed height";
-}
-
-TEST(ListViewControl, ColumnAndRowOperationsKeepTheControlsCountsEqualToTheWrappers)
-{
-    ListViewDemo demo;
-    acl::ListView& list = demo.view();
+    MEASUREITEMSTRUCT empty{ODT_LISTVIEW, ListViewDemo::kListId, 0, 1, 1};
+    list.OnMeasureItem(ListViewDemo::kListId, empty);
+    EXPECT_EQ(empty.itemWidth * 100 + empty.itemHeight, 0u) << "an empty list measures 0";
+    const auto rowHeight = [&] {
+        RECT rc{LVIR_BOUNDS};
+        SendMessageW(demo.list(), LVM_GETITEMRECT, 0, reinterpret_cast<LPARAM>(&rc));
+        return rc.bottom - rc.top;
+    };
     const auto counts = [&] {
         return std::to_string(list.ColumnCount()) + "x" + std::to_string(list.RowCount()) + " / " +
                std::to_string(SendMessageW(demo.header(), HDM_GETITEMCOUNT, 0, 0)) + "x" +
                std::to_string(SendMessageW(demo.list(), LVM_GETITEMCOUNT, 0, 0));
     };
     EXPECT_EQ(list.InsertColumn(0, L"X", 10), kNotFound) << "no columns yet";
-    EXPECT_EQ(list.AddColumn(L"A", 50), 0);
-    EXPECT_EQ(list.AddColumn(L"C", 50), 1);
+    EXPECT_EQ(list.AddColumn(L"A", 50) * 10 + list.AddColumn(L"C", 50), 1);
     for (uint64_t tag : {10, 11, 12, 13})
         EXPECT_EQ(list.AddRow(0, 0, tag), static_cast<int64_t>(tag - 10));
     EXPECT_EQ(counts(), "2x4 / 2x4");
     EXPECT_EQ(list.RowAt(2)->GetSettings(), &list.GetSettings());
+
+    list.AddItem(1, 1, std::make_unique<acl::ListView_Bitmap>(demo.ActionBitmap(0)));  // 16 high
+    list.AddItem(0, 0, std::make_unique<acl::ListView_Text>(L"Short"));
+    list.GetSettings().paddingY = 5;
+    const int asked = demo.measureRequests();
+    list.Remeasure();
+    EXPECT_GT(demo.measureRequests(), asked) << "Remeasure makes the control ask again";
+    EXPECT_EQ(rowHeight(), 18) << "the frame counts, the padding does not";
+    for (uint8_t style : {0, 1})
+        list.GetSettings().SetStyle(style, 4, 0, 0, 0, 0, kNone, 0, nullptr, false);
+    list.Remeasure();
+    EXPECT_EQ(rowHeight(), 16) << "no frame";
+    list.rowHeight = 25;
+    list.Remeasure();
+    EXPECT_EQ(rowHeight(), 25) << "a fixed height";
+
     const acl::ListView_Row* third = list.RowAt(2);
     const acl::ListView_Cell* cell = list.GetCell(2, 1, false);
-
     EXPECT_EQ(list.InsertColumn(2, L"D", 10), kNotFound) << "AddColumn is the way to append";
     EXPECT_EQ(list.InsertColumn(1, L"B", 40, std::make_unique<ListView_Settings>()), 0u);
     EXPECT_EQ(third->CellAt(2), cell) << "the row made room for the new column";
@@ -254,12 +227,12 @@ TEST(ListViewControl, ColumnAndRowOperationsKeepTheControlsCountsEqualToTheWrapp
     EXPECT_EQ(list.GetSelectedRow(), 2);
 
     EXPECT_EQ(list.GetCell(3, 0, false), nullptr) << "row equal to the count";
-    EXPECT_EQ(list.AddItem(0, 3, std::make_unique<acl::ListView_Text>(L"x")), 0u);
-    EXPECT_EQ(list.RowAt(0)->CellCount(), 4u) << "missing cells are made first";
-    EXPECT_EQ(list.RemoveItem(3, 0, 0) + list.RemoveItem(0, 4, 0) + list.ClearCell(0, 4), 3 * kNotFound)
+    EXPECT_EQ(list.AddItem(2, 3, std::make_unique<acl::ListView_Text>(L"x")), 0u);
+    EXPECT_EQ(list.RowAt(2)->CellCount(), 4u) << "missing cells are made first";
+    EXPECT_EQ(list.RemoveItem(3, 0, 0) + list.RemoveItem(2, 4, 0) + list.ClearCell(2, 4), 3 * kNotFound)
         << "no such row, no such cell";
-    EXPECT_EQ(list.RemoveItemsByTag(3, 0, 0) + list.ClearCell(0, 3), 0u);
-    EXPECT_EQ(list.RemoveItems(0, 3, 0, 1), kNotFound) << "the cleared cell is empty";
+    EXPECT_EQ(list.RemoveItemsByTag(3, 0, 0) + list.ClearCell(2, 3), 0u);
+    EXPECT_EQ(list.RemoveItems(2, 3, 0, 1), kNotFound) << "the cleared cell is empty";
 
     std::vector<std::unique_ptr<acl::ListView_Row>> all;
     EXPECT_EQ(list.DeleteAllRows(all), 0u);
@@ -267,6 +240,66 @@ TEST(ListViewControl, ColumnAndRowOperationsKeepTheControlsCountsEqualToTheWrapp
     ASSERT_EQ(all.size(), 3u);
     EXPECT_EQ(all[1].get(), third);
     EXPECT_EQ(list.GetSelectedRow(), -1);
+}
+
+// Column 0 compares the tag's tens (so 31 and 35 are equal), column 1 its units.
+struct TagComparer : acl::ListView_Comparer {
+    int32_t Compare(const acl::ListView_Row& a, const acl::ListView_Row& b, uint64_t column) override
+    {
+        ++calls;
+        const auto key = [column](const acl::ListView_Row& r) { return column == 0 ? r.tag / 10 : r.tag % 10; };
+        return key(a) < key(b) ? -1 : key(a) > key(b) ? 1 : 0;
+    }
+    int calls = 0;
+};
+
+// A click on the same column reverses the direction, equal rows never move,
+// and the selection stays on its position.
+TEST(ListViewSort, HeaderClicksSortStablyAndOneRowOrNoneOnlyRecordTheColumn)
+{
+    ListViewDemo demo;
+    acl::ListView& list = demo.view();
+    TagComparer comparer;
+    list.AddColumn(L"Tens", 60);
+    list.AddColumn(L"Units", 60);
+    const auto tags = [&] {
+        std::vector<uint64_t> order;
+        for (size_t i = 0; i < list.RowCount(); ++i)
+            order.push_back(list.RowAt(i)->tag);
+        return order;
+    };
+    list.Sort(1);
+    EXPECT_EQ(list.sortColumn, -1) << "no comparer";
+    list.comparer = &comparer;
+    list.Sort(2);
+    EXPECT_EQ(list.sortColumn, -1) << "past the columns";
+    const struct {
+        std::vector<uint64_t> rows;  // added before the click
+        int column;
+        std::vector<uint64_t> order;
+        int16_t direction;
+    } kClicks[] = {
+        {{}, 1, {}, 1},
+        {{7}, 1, {7}, -1},  // one row: the direction still toggles
+        {{31, 12, 35, 20, 11}, 0, {7, 12, 11, 20, 31, 35}, 1},
+        {{}, 0, {31, 35, 20, 12, 11, 7}, -1},
+        {{}, 1, {20, 31, 11, 12, 35, 7}, 1},
+        {{}, 1, {7, 35, 12, 31, 11, 20}, -1},
+    };
+    for (const auto& click : kClicks) {
+        for (uint64_t tag : click.rows)
+            list.AddRow(0, 0, tag);
+        demo.Select(0);
+        comparer.calls = 0;
+        demo.ClickHeader(click.column);
+        EXPECT_EQ(tags(), click.order) << "column " << click.column;
+        int32_t column = 0;
+        int16_t direction = 0;
+        list.GetSortState(column, direction);
+        EXPECT_EQ(column * 10 + direction, click.column * 10 + click.direction);
+        EXPECT_EQ(comparer.calls, list.RowCount() < 2 ? 0 : 15) << "a bubble sort compares every pair of every pass";
+    }
+    EXPECT_EQ(list.GetSelectedRow(), 0) << "the highlight stays on the position";
 }
 
 } // namespace

@@ -27,12 +27,11 @@ protected:
         menu.SetColors(kBack, kSelection, kWhite, kSelection, RGB(0, 0, 0), kWhite, GetSysColor(COLOR_GRAYTEXT), kFrame,
                        kSeparator, kCheck);
     }
-
-    ACL_MenuItem* Record(UINT command) const
+    ACL_MenuItem* Record(UINT command, HMENU in = nullptr, BOOL byPosition = FALSE) const
     {
-        MENUITEMINFOW info{sizeof(info), MIIM_DATA};
-        GetMenuItemInfoW(menu.menu(), command, FALSE, &info);
-        return reinterpret_cast<ACL_MenuItem*>(info.dwItemData);
+        MENUITEMINFOW info{sizeof(info), MIIM_FTYPE | MIIM_DATA};
+        GetMenuItemInfoW(in ? in : menu.menu(), command, byPosition, &info);
+        return info.fType & MFT_OWNERDRAW ? reinterpret_cast<ACL_MenuItem*>(info.dwItemData) : nullptr;
     }
     const ACL_MenuImage* Image(UINT command) const
     {
@@ -41,28 +40,11 @@ protected:
                 return image.get();
         return nullptr;
     }
-    Pixels Draw(UINT command, UINT state)
-    {
-        return krn::test::Render(200, 20, RGB(1, 1, 1), [&](HDC dc) {
-            DRAWITEMSTRUCT dis{ODT_MENU, 0, 0, ODA_DRAWENTIRE, state, nullptr, dc, {0, 0, 200, 20}};
-            dis.itemData = reinterpret_cast<ULONG_PTR>(Record(command));
-            EXPECT_EQ(menu.DrawItem(dis), 0u);
-        });
-    }
-    // The command's image as cut from the strip.
-    Pixels Picture(UINT command) const
-    {
-        return krn::test::Render(16, 16, 0, [&](HDC dc) {
-            const acl::unique_hdc bitmapDc(CreateCompatibleDC(dc));
-            acl::SelectGuard select(bitmapDc.get(), Image(command)->bitmap.get());
-            BitBlt(dc, 0, 0, 16, 16, bitmapDc.get(), 0, 0, SRCCOPY);
-        });
-    }
 
     ACL_Menu menu;
 };
 
-TEST_F(MenuTest, AttachCutsOneImagePerCommandAndConvertsEveryItem)
+TEST_F(MenuTest, AttachCutsOneImagePerCommandAndConvertsEveryItemAndRefreshTheLaterOnes)
 {
     EXPECT_EQ(menu.Attach(nullptr, IDR_MAIN_MENU, 0, 0, nullptr), static_cast<DWORD>(ERROR_ALREADY_EXISTS));
     const std::vector<uint32_t> expected{ID_FILE_IMPORT, ID_FILE_EXPORT,  ID_FILE_PROPERTIES, ID_FILE_EXIT,
@@ -73,20 +55,28 @@ TEST_F(MenuTest, AttachCutsOneImagePerCommandAndConvertsEveryItem)
         EXPECT_EQ(image->transparentColor, RGB(255, 0, 255)) << "the top-left pixel of image " << image->commandId;
     }
     EXPECT_EQ(commands, expected);
-
     // In menu order: 2 bar items, each followed by the 6 items of its drop-down.
     ASSERT_EQ(menu.items().size(), 14u);
     EXPECT_EQ(menu.items()[6]->text, L"E&xit");
-    EXPECT_EQ(menu.items()[0]->topLevel, 1u);
-    EXPECT_EQ(menu.items()[6]->topLevel, 0u);
+    EXPECT_EQ(menu.items()[0]->topLevel * 10 + menu.items()[6]->topLevel, 10u) << "bar item, drop-down item";
     EXPECT_TRUE(menu.items()[3]->state & MF_SEPARATOR);
     EXPECT_EQ(Record(ID_FILE_EXIT)->image, Image(ID_FILE_EXIT));
     for (HMENU m : {menu.menu(), GetSubMenu(menu.menu(), 1)})
-        for (int i = 0; i < GetMenuItemCount(m); ++i) {
-            MENUITEMINFOW info{sizeof(info), MIIM_FTYPE | MIIM_DATA};
-            GetMenuItemInfoW(m, i, TRUE, &info);
-            EXPECT_TRUE((info.fType & MFT_OWNERDRAW) && info.dwItemData) << "position " << i;
-        }
+        for (int i = 0; i < GetMenuItemCount(m); ++i)
+            EXPECT_TRUE(Record(i, m, TRUE)) << "not owner-drawn: position " << i;
+
+    const HMENU file = GetSubMenu(menu.menu(), 0);
+    AppendMenuW(file, MF_STRING, ID_HELP_ABOUT, L"About again");
+    AppendMenuW(file, MF_STRING, 900, L"No picture");
+    menu.Refresh();
+    EXPECT_EQ(menu.items().size(), 16u);
+    ASSERT_TRUE(Record(6, file, TRUE));
+    EXPECT_EQ(Record(6, file, TRUE)->image, Image(ID_HELP_ABOUT));
+    EXPECT_EQ(menu.SetItemImage(900, IDB_ACTION_LOG), 0u);
+    EXPECT_EQ(Record(900)->image, Image(900));
+    EXPECT_EQ(menu.CopyItemImage(ID_FILE_EXIT, 900), 0u);
+    EXPECT_EQ(Record(ID_FILE_EXIT)->image, Image(900));
+    EXPECT_EQ(menu.CopyItemImage(ID_FILE_EXIT, 4711), static_cast<DWORD>(ERROR_NOT_FOUND));
 }
 
 TEST_F(MenuTest, MeasuresSeparatorsItemsAndBarItems)
@@ -113,8 +103,9 @@ TEST_F(MenuTest, MeasuresSeparatorsItemsAndBarItems)
         MEASUREITEMSTRUCT mis{ODT_MENU};
         mis.itemData = reinterpret_cast<ULONG_PTR>(c.record);
         EXPECT_EQ(menu.MeasureItem(mis), 0u);
-        EXPECT_EQ(mis.itemWidth, UINT(c.width)) << c.record->text << ", images of " << c.imageSize;
-        EXPECT_EQ(mis.itemHeight, UINT(c.height)) << c.record->text << ", images of " << c.imageSize;
+        EXPECT_EQ(std::to_string(mis.itemWidth) + "x" + std::to_string(mis.itemHeight),
+                  std::to_string(c.width) + "x" + std::to_string(c.height))
+            << c.record->text << ", images of " << c.imageSize;
     }
 }
 
@@ -134,11 +125,19 @@ TEST_F(MenuTest, DrawsRaisedGreyAndCheckedItems)
         {ODS_CHECKED, kChecked, {{0, 0, kFrame}, {21, 0, kFrame}, {0, 19, kFrame}, {21, 19, kFrame}, {21, 10, kFrame},
                                  {9, 10, kCheck}, {10, 12, kCheck}, {15, 8, kCheck}}},
     };
-    const COLORREF transparent = Image(ID_HELP_SUPPORT)->transparentColor, shadow = menu.colors().shadowColor;
-    const Pixels image = Picture(ID_HELP_SUPPORT);  // many pixels with red != green
+    const ACL_MenuImage& source = *Image(ID_HELP_SUPPORT);  // many pixels with red != green
+    const Pixels image = krn::test::Render(16, 16, 0, [&](HDC dc) {
+        const acl::unique_hdc bitmapDc(CreateCompatibleDC(dc));
+        acl::SelectGuard select(bitmapDc.get(), source.bitmap.get());
+        BitBlt(dc, 0, 0, 16, 16, bitmapDc.get(), 0, 0, SRCCOPY);
+    });
     for (const auto& c : cases) {
         SCOPED_TRACE(testing::Message() << "state " << c.state);
-        const Pixels p = Draw(ID_HELP_SUPPORT, c.state);
+        const Pixels p = krn::test::Render(200, 20, RGB(1, 1, 1), [&](HDC dc) {
+            DRAWITEMSTRUCT dis{ODT_MENU, 0, 0, ODA_DRAWENTIRE, c.state, nullptr, dc, {0, 0, 200, 20}};
+            dis.itemData = reinterpret_cast<ULONG_PTR>(Record(ID_HELP_SUPPORT));
+            EXPECT_EQ(menu.DrawItem(dis), 0u);
+        });
         for (const auto& at : c.at)
             EXPECT_TRUE(!at.color || p.at(at.x, at.y) == at.color) << "at " << at.x << "," << at.y;
         // What the image cell must show: shadow down-right of the image's place
@@ -148,9 +147,9 @@ TEST_F(MenuTest, DrawsRaisedGreyAndCheckedItems)
             for (int i = 0; i < 16 * 16; ++i) {
                 const COLORREF pixel = image.at(i % 16, i / 16);
                 const unsigned l = (77 * GetRValue(pixel) + 150 * GetGValue(pixel) + 29 * GetBValue(pixel)) / 256;
-                if (pixel != transparent && (shift == 0) == (c.look == kGrey) && c.look != kChecked)
+                if (pixel != source.transparentColor && (shift == 0) == (c.look == kGrey) && c.look != kChecked)
                     want[(2 + shift + i / 16) * 22 + 3 + shift + i % 16] =
-                        shift > 0 ? shadow : shift < 0 ? pixel : RGB(l, l, l);
+                        shift > 0 ? menu.colors().shadowColor : shift < 0 ? pixel : RGB(l, l, l);
             }
         int drawn = 0, marks = 0;
         for (int i = 0; i < 22 * 20; ++i) {
@@ -184,45 +183,34 @@ TEST(MenuThemes, NineToFourteenChangeNothingAndLightComesFromTheHighlight)
     EXPECT_EQ(menu.colors().background, GetSysColor(COLOR_MENU));
 }
 
-TEST_F(MenuTest, ItemsAddedLaterAreConvertedAndGetImages)
+TEST(MenuOwnership, ADropDownDeletedByPositionLosesEverySecondItemAndALentCheckBitmapStays)
 {
-    const HMENU file = GetSubMenu(menu.menu(), 0);
-    AppendMenuW(file, MF_STRING, ID_HELP_ABOUT, L"About again");
-    AppendMenuW(file, MF_STRING, 900, L"No picture");
-    const size_t before = menu.items().size();
-    menu.Refresh();
-    EXPECT_EQ(menu.items().size(), before + 2);
-    MENUITEMINFOW info{sizeof(info), MIIM_FTYPE | MIIM_DATA};
-    GetMenuItemInfoW(file, 6, TRUE, &info);
-    EXPECT_TRUE(info.fType & MFT_OWNERDRAW);
-    EXPECT_EQ(reinterpret_cast<ACL_MenuItem*>(info.dwItemData)->image, Image(ID_HELP_ABOUT));
+    const HBITMAP given = CreateBitmap(16, 16, 1, 32, nullptr), lent = CreateBitmap(16, 16, 1, 32, nullptr);
+    {
+        ACL_Menu menu;
+        HMENU bar = CreateMenu(), drop = CreatePopupMenu();
+        for (const wchar_t* text : {L"a", L"b", L"c", L"d", L"e"})
+            AppendMenuW(drop, MF_STRING, text[0], text);
+        AppendMenuW(bar, MF_POPUP, reinterpret_cast<UINT_PTR>(drop), L"&Edit");
+        ASSERT_EQ(menu.AttachMenu(nullptr, bar, 0, 0, nullptr, 1), 0u);
+        EXPECT_EQ(menu.AppendItem(MF_STRING, 10, L"&Go"), 1);
+        ASSERT_EQ(menu.items().size(), 7u);
 
-    EXPECT_EQ(menu.SetItemImage(900, IDB_ACTION_LOG), 0u);
-    EXPECT_EQ(Record(900)->image, Image(900));
-    EXPECT_EQ(menu.CopyItemImage(ID_FILE_EXIT, 900), 0u);
-    EXPECT_EQ(Record(ID_FILE_EXIT)->image, Image(900));
-    EXPECT_EQ(menu.CopyItemImage(ID_FILE_EXIT, 4711), static_cast<DWORD>(ERROR_NOT_FOUND));
-}
+        EXPECT_EQ(menu.DeleteItem(0, MF_BYPOSITION), 1);
+        std::vector<std::wstring> left;
+        for (const auto& item : menu.items())
+            left.push_back(item->text);
+        EXPECT_EQ(left, (std::vector<std::wstring>{L"b", L"d", L"&Go"}));
+        EXPECT_EQ(menu.DeleteItem(10, MF_BYCOMMAND), 1);
+        EXPECT_EQ(menu.DeleteItem(10, MF_BYCOMMAND), 0) << "gone already";
+        EXPECT_EQ(GetMenuItemCount(bar), 0);
 
-TEST(MenuDelete, ByPositionADropDownLosesEverySecondItem)
-{
-    ACL_Menu menu;
-    HMENU bar = CreateMenu(), drop = CreatePopupMenu();
-    for (const wchar_t* text : {L"a", L"b", L"c", L"d", L"e"})
-        AppendMenuW(drop, MF_STRING, text[0], text);
-    AppendMenuW(bar, MF_POPUP, reinterpret_cast<UINT_PTR>(drop), L"&Edit");
-    ASSERT_EQ(menu.AttachMenu(nullptr, bar, 0, 0, nullptr, 1), 0u);
-    EXPECT_EQ(menu.AppendItem(MF_STRING, 10, L"&Go"), 1);
-    ASSERT_EQ(menu.items().size(), 7u);
-
-    EXPECT_EQ(menu.DeleteItem(0, MF_BYPOSITION), 1);
-    std::vector<std::wstring> left;
-    for (const auto& item : menu.items())
-        left.push_back(item->text);
-    EXPECT_EQ(left, (std::vector<std::wstring>{L"b", L"d", L"&Go"}));
-    EXPECT_EQ(menu.DeleteItem(10, MF_BYCOMMAND), 1);
-    EXPECT_EQ(menu.DeleteItem(10, MF_BYCOMMAND), 0) << "gone already";
-    EXPECT_EQ(GetMenuItemCount(bar), 0);
+        menu.SetCheckBitmap(lent, 0);
+        menu.SetCheckBitmap(ACL_Menu::kKeepCheckBitmap, 1);  // the flag decides for a kept bitmap too
+        menu.SetCheckBitmap(given, 0);
+    }
+    EXPECT_EQ(GetObjectType(given) * 10 + (GetObjectType(lent) != 0), 1u) << "given, lent";
+    DeleteObject(lent);
 }
 
 } // namespace

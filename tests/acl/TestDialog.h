@@ -23,7 +23,7 @@ public:
     explicit TestDialog(Handler handler) : handler_(std::move(handler)) {}
     TestDialog(const TestDialog&) = delete;
     TestDialog& operator=(const TestDialog&) = delete;
-    ~TestDialog();
+    ~TestDialog() { DestroyWindow(window_); }
     // Shows the dialog at (x, y) on the screen, out of the pointer's way.
     void Create(int x, int y);
     HWND window() const { return window_; }

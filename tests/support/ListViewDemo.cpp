@@ -25,10 +25,8 @@ std::vector<WORD> DemoTemplate()
     text(L"List view demo");
     t.push_back(8);
     text(L"MS Shell Dlg");
-    if (t.size() % 2)
-        t.push_back(0);  // controls start on a DWORD
-    dword(WS_CHILD | WS_VISIBLE | WS_BORDER | WS_TABSTOP | LVS_REPORT | LVS_OWNERDRAWFIXED | LVS_OWNERDATA |
-          LVS_SINGLESEL);
+    t.resize((t.size() + 1) & ~size_t{1});  // controls start on a DWORD
+    dword(WS_CHILD | WS_VISIBLE | WS_BORDER | LVS_REPORT | LVS_OWNERDRAWFIXED | LVS_OWNERDATA | LVS_SINGLESEL);
     dword(0);
     t.insert(t.end(), {0, 0, 200, 120, ListViewDemo::kListId});
     text(WC_LISTVIEWW);
@@ -38,9 +36,7 @@ std::vector<WORD> DemoTemplate()
 
 } // namespace
 
-ListViewDemo::ListViewDemo() : ListViewDemo(Options{}) {}
-
-ListViewDemo::ListViewDemo(const Options& options) : options_(options)
+ListViewDemo::ListViewDemo()
 {
     for (int id : {IDB_ACTION_MESSAGE, IDB_ACTION_LOG, IDB_ACTION_RUN})
         actionBitmaps_.emplace_back(static_cast<HBITMAP>(
@@ -48,17 +44,14 @@ ListViewDemo::ListViewDemo(const Options& options) : options_(options)
     const std::vector<WORD> t = DemoTemplate();
     creating = this;
     CreateDialogIndirectParamW(GetModuleHandleW(nullptr), reinterpret_cast<const DLGTEMPLATE*>(t.data()), nullptr,
-                               &DialogProc,
-                               reinterpret_cast<LPARAM>(this));
+                               &DialogProc, 0);
     creating = nullptr;
-    if (dialog_)
-        ShowWindow(dialog_, SW_SHOWNOACTIVATE);
+    ShowWindow(dialog_, SW_SHOWNOACTIVATE);
 }
 
 ListViewDemo::~ListViewDemo()
 {
-    if (dialog_)
-        DestroyWindow(dialog_);
+    DestroyWindow(dialog_);
 }
 
 INT_PTR CALLBACK ListViewDemo::DialogProc(HWND dialog, UINT message, WPARAM, LPARAM lParam)
@@ -80,30 +73,17 @@ INT_PTR ListViewDemo::OnMessage(UINT message, LPARAM lParam)
     case WM_INITDIALOG:
         OnInitDialog();
         return TRUE;
-    case WM_MEASUREITEM: {
-        auto& item = *reinterpret_cast<MEASUREITEMSTRUCT*>(lParam);
-        if (item.CtlID != kListId)
-            return FALSE;
+    case WM_MEASUREITEM:
         ++measureRequests_;
-        const BOOL result = view_.OnMeasureItem(item.CtlID, item);
-        lastMeasuredHeight_ = item.itemHeight;
-        return result;
-    }
-    case WM_DRAWITEM: {
-        const auto& item = *reinterpret_cast<const DRAWITEMSTRUCT*>(lParam);
-        return item.CtlID == kListId ? view_.OnDrawItem(item.CtlID, item) : FALSE;
-    }
-    case WM_NOTIFY: {
-        const auto& header = *reinterpret_cast<const NMHDR*>(lParam);
-        if (header.idFrom == kListId && header.code == LVN_COLUMNCLICK) {
-            ++columnClicks_;
-            SetWindowLongPtrW(dialog_, DWLP_MSGRESULT,
-                              view_.OnColumnClick(*reinterpret_cast<const NMLISTVIEW*>(lParam)));
-            InvalidateRect(list_, nullptr, FALSE);
-            return TRUE;
-        }
-        return FALSE;
-    }
+        return view_.OnMeasureItem(kListId, *reinterpret_cast<MEASUREITEMSTRUCT*>(lParam));
+    case WM_DRAWITEM:
+        return view_.OnDrawItem(kListId, *reinterpret_cast<const DRAWITEMSTRUCT*>(lParam));
+    case WM_NOTIFY:
+        if (reinterpret_cast<const NMHDR*>(lParam)->code != LVN_COLUMNCLICK)
+            return FALSE;
+        SetWindowLongPtrW(dialog_, DWLP_MSGRESULT, view_.OnColumnClick(*reinterpret_cast<const NMLISTVIEW*>(lParam)));
+        InvalidateRect(list_, nullptr, FALSE);  // the sort does not redraw
+        return TRUE;
     default:
         return FALSE;
     }
@@ -113,16 +93,14 @@ void ListViewDemo::OnInitDialog()
 {
     list_ = GetDlgItem(dialog_, kListId);
     // Sizes in pixels, so that tests can reason about them.
-    RECT frame{0, 0, options_.width, options_.height};
-    AdjustWindowRectEx(&frame, static_cast<DWORD>(GetWindowLongW(dialog_, GWL_STYLE)), FALSE,
-                       static_cast<DWORD>(GetWindowLongW(dialog_, GWL_EXSTYLE)));
+    RECT frame{0, 0, 420, 240};
+    AdjustWindowRectEx(&frame, static_cast<DWORD>(GetWindowLongW(dialog_, GWL_STYLE)), FALSE, 0);
     SetWindowPos(dialog_, nullptr, 0, 0, frame.right - frame.left, frame.bottom - frame.top,
                  SWP_NOZORDER | SWP_NOACTIVATE);
-    MoveWindow(list_, 0, 0, options_.width, options_.height, FALSE);
+    MoveWindow(list_, 0, 0, 420, 240, FALSE);
 
     view_.Attach(dialog_, kListId);
     view_.Remeasure();
-    // The program's look: the dialog's font, selected rows in #8AA6D6.
     const auto font = reinterpret_cast<HFONT>(SendMessageW(dialog_, WM_GETFONT, 0, 0));
     acl::ListView_Settings& settings = view_.GetSettings();
     settings.SetStyle(0, acl::ListView_Settings::kMaskFont, 0, 0, 0, 0, 0, 0, font, false);
@@ -130,54 +108,29 @@ void ListViewDemo::OnInitDialog()
                       RGB(0x8A, 0xA6, 0xD6), 0, 0, 0, font, false);
 }
 
-HWND ListViewDemo::header() const
-{
-    return reinterpret_cast<HWND>(SendMessageW(list_, LVM_GETHEADER, 0, 0));
-}
-
-int ListViewDemo::ControlRowHeight() const
-{
-    RECT rc{LVIR_BOUNDS};
-    if (!SendMessageW(list_, LVM_GETITEMRECT, 0, reinterpret_cast<LPARAM>(&rc)))
-        return -1;
-    return rc.bottom - rc.top;
-}
-
-void ListViewDemo::AddSampleColumns()
-{
-    static const struct {
-        const wchar_t* title;
-        int width;
-    } kColumns[] = {{L"Name", 110}, {L"Size", 70}, {L"Actions", 70}, {L"Kind", 100}};
-    for (const auto& column : kColumns)
-        view_.AddColumn(column.title, column.width);
-}
-
 void ListViewDemo::AddSampleRows(int count)
 {
+    if (view_.ColumnCount() == 0)
+        for (const auto& [title, width] : {std::pair{L"Name", 110}, {L"Size", 70}, {L"Actions", 70}, {L"Kind", 250}})
+            view_.AddColumn(title, width);
     for (int i = 0; i < count; ++i) {
         const int row = static_cast<int>(view_.AddRow(0, 0, static_cast<uint64_t>(i)));
-        const std::wstring name = L"Folder " + std::to_wstring(i + 1);
-        const std::wstring size = std::to_wstring((i * 37) % 1000) + L" KB";
-        view_.AddItem(row, 0, std::make_unique<acl::ListView_Text>(name.c_str()));
-        view_.AddItem(row, 1, std::make_unique<acl::ListView_Text>(size.c_str()));
+        view_.AddItem(row, 0, std::make_unique<acl::ListView_Text>((L"Folder " + std::to_wstring(i + 1)).c_str()));
+        view_.AddItem(row, 1, std::make_unique<acl::ListView_Text>((std::to_wstring(i * 37 % 1000) + L" KB").c_str()));
         for (int a = 0; a <= i % 3; ++a)
             view_.AddItem(row, 2, std::make_unique<acl::ListView_Bitmap>(ActionBitmap(a)));
-        acl::unique_hicon icon(static_cast<HICON>(
-            LoadImageW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDI_APP), IMAGE_ICON, 16, 16, LR_DEFAULTCOLOR)));
-        view_.AddItem(row, 3, std::make_unique<acl::ListView_Icon>(std::move(icon)));
+        view_.AddItem(row, 3, std::make_unique<acl::ListView_Icon>(acl::unique_hicon(static_cast<HICON>(
+            LoadImageW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDI_APP), IMAGE_ICON, 16, 16, LR_DEFAULTCOLOR)))));
         view_.AddItem(row, 3, std::make_unique<acl::ListView_Text>(i % 2 ? L"Network" : L"Local"));
     }
-    // The content decides a measured row height.
-    view_.Remeasure();
+    view_.Remeasure();  // the content decides a measured row height
     InvalidateRect(list_, nullptr, TRUE);
 }
 
 void ListViewDemo::Select(int row)
 {
     LVITEMW item{};
-    item.stateMask = LVIS_SELECTED | LVIS_FOCUSED;
-    item.state = LVIS_SELECTED | LVIS_FOCUSED;
+    item.stateMask = item.state = LVIS_SELECTED | LVIS_FOCUSED;
     SendMessageW(list_, LVM_SETITEMSTATE, static_cast<WPARAM>(row), reinterpret_cast<LPARAM>(&item));
 }
 

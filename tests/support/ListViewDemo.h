@@ -1,8 +1,9 @@
 // A real dialog with one real report list view (owner-drawn fixed rows, owner
 // data) wired to an acl::ListView the way the program's dialogs wire theirs:
-// WM_MEASUREITEM, WM_DRAWITEM and LVN_COLUMNCLICK go to the list. Built from an
-// in-memory template, so it needs no resources of its own; modeless, so a test
-// sends it messages and reads back counts, states and pixels.
+// WM_MEASUREITEM, WM_DRAWITEM and LVN_COLUMNCLICK go to the list, in the
+// program's look (the dialog's font, selected rows in #8AA6D6). Built from an
+// in-memory template; modeless, so a test sends it messages and reads back
+// counts, states and pixels.
 #pragma once
 
 #include "acl/ListView.h"
@@ -17,32 +18,22 @@ class ListViewDemo {
 public:
     static constexpr int kListId = 1001;
 
-    struct Options {
-        int width = 420;  // list size in pixels
-        int height = 240;
-    };
-
+    // A list of 420 x 240 pixels.
     ListViewDemo();
-    explicit ListViewDemo(const Options& options);
     ~ListViewDemo();
     ListViewDemo(const ListViewDemo&) = delete;
     ListViewDemo& operator=(const ListViewDemo&) = delete;
 
     HWND list() const { return list_; }
-    HWND header() const;
+    HWND header() const { return reinterpret_cast<HWND>(SendMessageW(list_, LVM_GETHEADER, 0, 0)); }
     acl::ListView& view() { return view_; }
-
     // WM_MEASUREITEM requests seen, also those before WM_INITDIALOG.
     int measureRequests() const { return measureRequests_; }
-    UINT lastMeasuredHeight() const { return lastMeasuredHeight_; }
-    int columnClicks() const { return columnClicks_; }
-    // The row height the control uses now (LVM_GETITEMRECT of row 0).
-    int ControlRowHeight() const;
 
-    // Columns "Name", "Size", "Actions", "Kind" and rows of sample content:
-    // a name text, a size text, one to three action bitmaps, an icon and a text;
-    // then the control is asked for the row height again.
-    void AddSampleColumns();
+    // Columns "Name" 110, "Size" 70, "Actions" 70 and "Kind" 250 (wider than
+    // the list together), then rows of a name, a size, one to three action
+    // bitmaps, and an icon with a text; then the control is asked for the row
+    // height again.
     void AddSampleRows(int count);
     // The action bitmaps 208, 211, 212, loaded once and lent to the items.
     HBITMAP ActionBitmap(int index) const { return actionBitmaps_[static_cast<size_t>(index) % 3].get(); }
@@ -56,15 +47,12 @@ private:
     INT_PTR OnMessage(UINT message, LPARAM lParam);
     void OnInitDialog();
 
-    Options options_;
     // Declared before the list, so the bitmaps its items borrow outlive them.
     std::vector<acl::unique_hbitmap> actionBitmaps_;
     acl::ListView view_;
     HWND dialog_ = nullptr;
     HWND list_ = nullptr;
     int measureRequests_ = 0;
-    UINT lastMeasuredHeight_ = 0;
-    int columnClicks_ = 0;
 };
 
 } // namespace krn::test
