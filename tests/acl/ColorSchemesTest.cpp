@@ -23,7 +23,7 @@ public:
     SchemeDialog()
         : TestDialog([this](UINT message, WPARAM wParam, LPARAM lParam, INT_PTR* result) {
               if (message == WM_INITDIALOG) {
-                  const int body[] = {kBody}, header[] = {kHeader}, title[] = {kTitle, kHeader}, combo[] = {kCombo, 4711};
+                  const int body[] = {TD_BODY}, header[] = {TD_HEADER}, title[] = {TD_TITLE, TD_HEADER}, combo[] = {TD_COMBO, 4711};
                   EXPECT_EQ(AddScheme(L"default", body, 1, kBlack, acl::kBodyColor, nullptr) +
                                 AddScheme(L"header", header, 1, kNavy, kWhite, nullptr) +
                                 AddScheme(L"title", title, 2, kBlack, kWhite, nullptr) +
@@ -51,9 +51,9 @@ TEST(ColorSchemes, AControlTakesTheFirstSchemeByNameUnlessMaskedOrSuspendedAndTh
     SchemeDialog d;
     ASSERT_TRUE(d.window());
     COMBOBOXINFO info{sizeof(info)};
-    ASSERT_TRUE(GetComboBoxInfo(d.item(kCombo), &info));
+    ASSERT_TRUE(GetComboBoxInfo(d.item(TD_COMBO), &info));
     const HWND edit = info.hwndItem, list = info.hwndList;
-    EXPECT_EQ(d.Find(L"combo")->windows, (std::vector<HWND>{d.item(kCombo), edit, list, nullptr}));
+    EXPECT_EQ(d.Find(L"combo")->windows, (std::vector<HWND>{d.item(TD_COMBO), edit, list, nullptr}));
 
     const struct {
         HWND window;
@@ -62,19 +62,19 @@ TEST(ColorSchemes, AControlTakesTheFirstSchemeByNameUnlessMaskedOrSuspendedAndTh
         const wchar_t* scheme;  // null: answered with no brush; L"": not answered
         COLORREF text;
     } cases[] = {
-        {d.item(kBody), WM_CTLCOLORSTATIC, 11, 0, 1, L"body", kGrey},
-        {d.item(kHeader), WM_CTLCOLORSTATIC, 11, 0, 1, L"header", kNavy},
-        {d.item(kTitle), WM_CTLCOLORSTATIC, 11, 0, 1, L"title", kBlack},
-        {d.item(kPlain), WM_CTLCOLORSTATIC, 11, 0, 1, L"default", kBlack},
-        {d.item(kButton), WM_CTLCOLORBTN, 11, 0, 1, L"default", kBlack},
+        {d.item(TD_BODY), WM_CTLCOLORSTATIC, 11, 0, 1, L"body", kGrey},
+        {d.item(TD_HEADER), WM_CTLCOLORSTATIC, 11, 0, 1, L"header", kNavy},
+        {d.item(TD_TITLE), WM_CTLCOLORSTATIC, 11, 0, 1, L"title", kBlack},
+        {d.item(TD_PLAIN), WM_CTLCOLORSTATIC, 11, 0, 1, L"default", kBlack},
+        {d.item(TD_BUTTON), WM_CTLCOLORBTN, 11, 0, 1, L"default", kBlack},
         {d.window(), WM_CTLCOLORDLG, 11, 0, 1, L"default", kBlack},
-        {d.item(kEdit), WM_CTLCOLOREDIT, 11, 0, 1, L"", kBlack},
+        {d.item(TD_EDIT), WM_CTLCOLOREDIT, 11, 0, 1, L"", kBlack},
         {edit, WM_CTLCOLOREDIT, 11, 0, 1, L"", kBlack},
         {edit, WM_CTLCOLOREDIT, 0xFF, 0, 1, L"combo", kRed},
         {list, WM_CTLCOLORLISTBOX, 0xFF, 0, 1, L"combo", kRed},
-        {d.item(kBody), WM_CTLCOLORSTATIC, 11, 1, 1, nullptr, kBlack},
-        {d.item(kPlain), WM_CTLCOLORSTATIC, 11, 0, 0, nullptr, kBlack},
-        {d.item(kBody), WM_CTLCOLORSTATIC, 11, 0, 0, L"body", kGrey},
+        {d.item(TD_BODY), WM_CTLCOLORSTATIC, 11, 1, 1, nullptr, kBlack},
+        {d.item(TD_PLAIN), WM_CTLCOLORSTATIC, 11, 0, 0, nullptr, kBlack},
+        {d.item(TD_BODY), WM_CTLCOLORSTATIC, 11, 0, 0, L"body", kGrey},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(testing::Message() << "case " << &c - cases);
@@ -94,7 +94,7 @@ TEST(ColorSchemes, AControlTakesTheFirstSchemeByNameUnlessMaskedOrSuspendedAndTh
 
     // White down to the bottom of the separator, the body colour below.
     RECT line{};
-    GetWindowRect(d.item(kSeparator), &line);
+    GetWindowRect(d.item(TD_SEPARATOR), &line);
     MapWindowPoints(nullptr, d.window(), reinterpret_cast<POINT*>(&line), 2);
     const krn::test::Pixels p = krn::test::CaptureClient(d.window());
     ASSERT_FALSE(p.empty());

@@ -2,13 +2,15 @@
 // of the row's size (the real control's header giving the columns), or the
 // real control is captured after it painted itself.
 #include "support/Gui.h"
-#include "support/ListViewDemo.h"
+#include "ListViewDemo.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 namespace {
 
-using krn::test::ListViewDemo;
+using acl::test::ListViewDemo;
 using krn::test::Pixels;
 
 constexpr COLORREF kGreen = RGB(0, 200, 0), kRed = RGB(220, 0, 0), kSelected = RGB(0x8A, 0xA6, 0xD6);
@@ -40,7 +42,7 @@ int Count(const Pixels& p, COLORREF color, int x0, int x1, int y0, int y1, bool 
     return n;
 }
 
-// An item that only counts how often it is drawn.
+// An item that only counts how often it is drawn: clipping would hide it.
 struct Counted : acl::ListView_Item {
     Counted() : ListView_Item(99) {}
     void GetSize(uint32_t& w, uint32_t& h) override { w = h = 10; }
@@ -62,9 +64,9 @@ protected:
     Pixels DrawRow(UINT row, bool selected = false)
     {
         return krn::test::Render(right, 18, RGB(1, 2, 3), [&](HDC dc) {
-            DRAWITEMSTRUCT item{ODT_LISTVIEW, ListViewDemo::kListId, row, ODA_DRAWENTIRE,
+            DRAWITEMSTRUCT item{ODT_LISTVIEW, TD_LIST, row, ODA_DRAWENTIRE,
                                 selected ? UINT(ODS_SELECTED) : 0u, demo.list(), dc, {0, 0, right, 18}, 0};
-            list.OnDrawItem(ListViewDemo::kListId, item);
+            list.OnDrawItem(TD_LIST, item);
         });
     }
 
@@ -174,42 +176,31 @@ TEST_F(Drawn, TheControlPaintsSelectedRowsInTheSecondStyleAndScrolledRowsShifted
 
 // Every GDI object and memory DC the list takes into an owner is recorded;
 // after 10,000 row paints and the list's end, none may be left.
-std::vector<HGDIOBJ> recorded;
-
 TEST(ListViewGdi, TenThousandPaintsLeaveNoObjectBehind)
 {
+    static std::vector<HGDIOBJ> recorded;
     acl::gdiOwnedHook = [](HGDIOBJ object) { recorded.push_back(object); };
-    constexpr int kPaints = 10000;
+    size_t expected = 0, painted = 0;
     {
         ListViewDemo demo;
-        demo.view().AddColumn(L"Name", 120);
-        demo.view().AddColumn(L"Actions", 60);
-        for (int i = 0; i < 6; ++i) {
-            demo.view().AddRow(0, 0, 0);
-            demo.view().AddItem(i, 0, std::make_unique<acl::ListView_Text>(L"Some folder"));
-            demo.view().AddItem(i, 1, std::make_unique<acl::ListView_Bitmap>(demo.ActionBitmap(i)));
-        }
-        demo.view().Remeasure();  // measuring texts makes memory DCs too
-        const size_t beforePaints = recorded.size();
-        krn::test::Render(180, 18 * 6, RGB(0, 0, 0), [&](HDC dc) {
-            for (int i = 0; i < kPaints; ++i) {
-                const UINT row = static_cast<UINT>(i % 6);
-                const int top = static_cast<int>(row) * 18;
-                DRAWITEMSTRUCT item{ODT_LISTVIEW, ListViewDemo::kListId, row, ODA_DRAWENTIRE,
-                                    i % 7 ? 0u : UINT(ODS_SELECTED), demo.list(), dc, {0, top, 180, top + 18}, 0};
-                demo.view().OnDrawItem(ListViewDemo::kListId, item);
+        demo.AddSampleRows(6);  // measuring texts makes memory DCs too
+        const size_t before = recorded.size();
+        krn::test::Render(500, 18, RGB(0, 0, 0), [&](HDC dc) {
+            for (UINT i = 0; i < 10000; ++i) {
+                DRAWITEMSTRUCT item{ODT_LISTVIEW, TD_LIST, i % 6, ODA_DRAWENTIRE, i % 7 ? 0u : UINT(ODS_SELECTED),
+                                    demo.list(), dc, {0, 0, 500, 18}, 0};
+                demo.view().OnDrawItem(TD_LIST, item);
+                expected += 2 + 4 + 1 + i % 6 % 3;  // a DC and its bitmap, a clip region a cell, a DC a bitmap item
             }
         });
-        // A DC and its bitmap, a clip region per cell, a DC for the bitmap item.
-        EXPECT_EQ(recorded.size() - beforePaints, size_t(kPaints) * 5) << "every object went through an owner";
+        painted = recorded.size() - before;
         for (int i = 0; i < 20; ++i)  // the real control paints through the same path
             RedrawWindow(demo.list(), nullptr, nullptr, RDW_INVALIDATE | RDW_UPDATENOW);
         EXPECT_TRUE(GetObjectType(demo.ActionBitmap(0))) << "lent bitmaps stay";
     }
     acl::gdiOwnedHook = nullptr;
-    int leaked = 0;
-    for (HGDIOBJ object : recorded)
-        leaked += GetObjectType(object) != 0;
+    EXPECT_EQ(painted, expected) << "every object went through an owner";
+    const auto leaked = std::count_if(recorded.begin(), recorded.end(), [](HGDIOBJ o) { return GetObjectType(o); });
     EXPECT_EQ(leaked, 0) << "of " << recorded.size() << " objects recorded";
 }
 

@@ -1,7 +1,22 @@
-// The toolkit tests' dialog, from an in-memory template in "MS Shell Dlg" 8:
-// a header band, labels, an edit, a combo box, a button and two link labels.
+// The toolkit tests' dialogs (TestDialog.rc): a header band, labels, an edit,
+// a combo box, a button and two link labels; or only a report list view.
 #pragma once
 
+#define TD_DIALOG 9100
+#define TD_LIST_DIALOG 9101
+#define TD_HEADER 1018
+#define TD_BODY 1020
+#define TD_SEPARATOR 1024
+#define TD_TITLE 1025
+#define TD_PLAIN 1040
+#define TD_LINK 1043
+#define TD_OTHER_LINK 1044
+#define TD_EDIT 1050
+#define TD_COMBO 1051
+#define TD_BUTTON 1052
+#define TD_LIST 1060
+
+#ifndef RC_INVOKED
 #include <windows.h>
 
 #include <functional>
@@ -10,17 +25,12 @@
 
 namespace acl::test {
 
-enum ControlId : int {
-    kHeader = 1018, kBody = 1020, kSeparator = 1024, kTitle = 1025, kPlain = 1040,
-    kLink = 1043, kOtherLink = 1044, kEdit = 1050, kCombo = 1051, kButton = 1052,
-};
-
 // Modeless and topmost; messages go to the handler first, which answers true
 // when it handled one (`result`, TRUE unless set, is then the procedure's).
 class TestDialog {
 public:
     using Handler = std::function<bool(UINT message, WPARAM wParam, LPARAM lParam, INT_PTR* result)>;
-    explicit TestDialog(Handler handler) : handler_(std::move(handler)) {}
+    explicit TestDialog(Handler handler, int id = TD_DIALOG) : handler_(std::move(handler)), id_(id) {}
     TestDialog(const TestDialog&) = delete;
     TestDialog& operator=(const TestDialog&) = delete;
     ~TestDialog() { DestroyWindow(window_); }
@@ -35,7 +45,9 @@ private:
     static INT_PTR CALLBACK Proc(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 
     Handler handler_;
+    int id_;
     HWND window_ = nullptr;
 };
 
 } // namespace acl::test
+#endif
