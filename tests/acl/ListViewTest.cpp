@@ -139,29 +139,28 @@ TEST(ListViewTree, NodesDestroyOnlyWhatTheyOwn)
     }
     EXPECT_EQ(destroyed, (std::vector<std::string>{"own", "b", "c", "e", "d", "a", "lent"}));
 
-    // Bitmaps and icons are owned only when given; the icon's size is read
-    // from the bitmaps GetIconInfo hands over, which go at once.
-    const HBITMAP lentBitmap = CreateBitmap(4, 4, 1, 32, nullptr), given = CreateBitmap(4, 4, 1, 32, nullptr);
-    { acl::ListView_Bitmap lentItem(lentBitmap), givenItem{acl::unique_hbitmap(given)}; }
-    EXPECT_EQ(Alive(lentBitmap) * 10 + Alive(given), 10) << "lent, given";
-    DeleteObject(lentBitmap);
-    static std::vector<HGDIOBJ> seen;
-    acl::gdiOwnedHook = [](HGDIOBJ h) { seen.push_back(h); };
-    const HICON big =
-        static_cast<HICON>(LoadImageW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDI_APP), IMAGE_ICON, 32, 32, 0));
+    // Bitmaps and icons are owned only when given; the icon's size comes from
+    // the bitmaps GetIconInfo hands over, which go at once.
+    const HBITMAP lent = CreateBitmap(4, 4, 1, 32, nullptr), given = CreateBitmap(4, 4, 1, 32, nullptr);
+    const HICON icon = HICON(LoadImageW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDI_APP), IMAGE_ICON, 32, 32, 0));
     {
-        acl::ListView_Icon icon{acl::unique_hicon(big)};
+        acl::ListView_Bitmap lentItem(lent), givenItem{acl::unique_hbitmap(given)};
+        static std::vector<HGDIOBJ> seen;
+        acl::gdiOwnedHook = [](HGDIOBJ h) { seen.push_back(h); };
+        acl::ListView_Icon iconItem{acl::unique_hicon(icon)};
         acl::gdiOwnedHook = nullptr;
         uint32_t w = 0, h = 0;
-        icon.GetSize(w, h);
+        iconItem.GetSize(w, h);
         RECT rc{0, 0, 40, 40};
-        EXPECT_EQ(icon.Draw(acl::unique_hdc(CreateCompatibleDC(nullptr)).get(), 0, rc) * 10000 + w * 100 + h, 321616u)
+        EXPECT_EQ(iconItem.Draw(acl::unique_hdc(CreateCompatibleDC(nullptr)).get(), 0, rc) * 10000 + w * 100 + h, 321616u)
             << "drawn at its size, laid out as a small icon";
+        ASSERT_EQ(seen.size(), 2u) << "the bitmaps of GetIconInfo";
+        EXPECT_FALSE(Alive(seen[0]) || Alive(seen[1])) << "are deleted at once";
     }
     ICONINFO info{};
-    EXPECT_FALSE(GetIconInfo(big, &info)) << "an owned icon is destroyed";
-    ASSERT_EQ(seen.size(), 2u);
-    EXPECT_FALSE(Alive(seen[0]) || Alive(seen[1]));
+    EXPECT_EQ(Alive(lent) * 10 + Alive(given), 10) << "lent, given";
+    EXPECT_FALSE(GetIconInfo(icon, &info)) << "an owned icon is destroyed";
+    DeleteObject(lent);
 }
 
 TEST(ListViewControl, RowsMeasureTheirTallestItemPlusTheFrameAndCountsStayEqualToTheControls)
