@@ -23,7 +23,8 @@ public:
     SchemeDialog()
         : TestDialog([this](UINT message, WPARAM wParam, LPARAM lParam, INT_PTR* result) {
               if (message == WM_INITDIALOG) {
-                  const int body[] = {TD_BODY}, header[] = {TD_HEADER}, title[] = {TD_TITLE, TD_HEADER}, combo[] = {TD_COMBO, 4711};
+                  const int body[] = {TD_BODY}, header[] = {TD_HEADER}, title[] = {TD_TITLE, TD_HEADER};
+                  const int combo[] = {TD_COMBO, 4711};
                   EXPECT_EQ(AddScheme(L"default", body, 1, kBlack, acl::kBodyColor, nullptr) +
                                 AddScheme(L"header", header, 1, kNavy, kWhite, nullptr) +
                                 AddScheme(L"title", title, 2, kBlack, kWhite, nullptr) +

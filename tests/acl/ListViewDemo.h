@@ -15,7 +15,8 @@ namespace acl::test {
 
 class ListViewDemo : public TestDialog {
 public:
-    ListViewDemo() : TestDialog([this](UINT m, WPARAM, LPARAM l, INT_PTR* r) { return OnMessage(m, l, r); }, TD_LIST_DIALOG)
+    ListViewDemo()
+        : TestDialog([this](UINT m, WPARAM, LPARAM l, INT_PTR* r) { return OnMessage(m, l, r); }, TD_LIST_DIALOG)
     {
         for (int id : {IDB_ACTION_MESSAGE, IDB_ACTION_LOG, IDB_ACTION_RUN})
             actionBitmaps_.emplace_back(LoadBitmapW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(id)));
@@ -58,8 +59,9 @@ public:
     {
         RECT r{};
         SendMessageW(header(), HDM_GETITEMRECT, static_cast<WPARAM>(column), reinterpret_cast<LPARAM>(&r));
-        for (const UINT message : {WM_LBUTTONDOWN, WM_LBUTTONUP})
-            SendMessageW(header(), message, message == WM_LBUTTONDOWN, MAKELPARAM((r.left + r.right) / 2, r.bottom / 2));
+        const LPARAM at = MAKELPARAM((r.left + r.right) / 2, r.bottom / 2);
+        SendMessageW(header(), WM_LBUTTONDOWN, MK_LBUTTON, at);
+        SendMessageW(header(), WM_LBUTTONUP, 0, at);
     }
 
     int measureRequests = 0;  // from WM_INITDIALOG on
@@ -87,7 +89,8 @@ private:
         case WM_NOTIFY:
             if (reinterpret_cast<const NMHDR*>(lParam)->code != LVN_COLUMNCLICK)
                 return false;
-            SetWindowLongPtrW(window(), DWLP_MSGRESULT, view_.OnColumnClick(*reinterpret_cast<const NMLISTVIEW*>(lParam)));
+            SetWindowLongPtrW(window(), DWLP_MSGRESULT,
+                              view_.OnColumnClick(*reinterpret_cast<const NMLISTVIEW*>(lParam)));
             InvalidateRect(list(), nullptr, FALSE);  // the sort does not redraw
             return true;
         default:

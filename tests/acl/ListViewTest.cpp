@@ -50,15 +50,17 @@ TEST(ListViewSettings, SystemColoursThenSetStyleTouchesOnlyTheMaskedGroupsAndApp
         EXPECT_EQ((std::vector<COLORREF>{style.set, style.Owned(), style.textColor, BrushColor(style.backgroundBrush),
                                          BrushColor(style.frameBrush)}),
                   (std::vector<COLORREF>{7, 3, GetSysColor(i ? COLOR_HIGHLIGHTTEXT : COLOR_WINDOWTEXT),
-                                         GetSysColor(i ? COLOR_HIGHLIGHT : COLOR_WINDOW), GetSysColor(COLOR_WINDOWFRAME)}));
+                                         GetSysColor(i ? COLOR_HIGHLIGHT : COLOR_WINDOW),
+                                         GetSysColor(COLOR_WINDOWFRAME)}));
     }
     // Each case starts from a style with every group set.
     const struct {
         uint32_t mask;
         COLORREF text, background, frame;
         uint32_t set, owned;
-    } kCases[] = {{1, RGB(1, 2, 3), kNone, kNone, 15, 3}, {1, kNone, kNone, kNone, 14, 3}, {2, kNone, kNone, kNone, 13, 2},
-                  {4, kNone, kNone, kNone, 11, 1}, {6, kNone, RGB(9, 9, 9), RGB(8, 8, 8), 15, 3}};
+    } kCases[] = {{1, RGB(1, 2, 3), kNone, kNone, 15, 3}, {1, kNone, kNone, kNone, 14, 3},
+                  {2, kNone, kNone, kNone, 13, 2},        {4, kNone, kNone, kNone, 11, 1},
+                  {6, kNone, RGB(9, 9, 9), RGB(8, 8, 8), 15, 3}};
     const acl::unique_hfont font(NewFont(12));
     for (const auto& c : kCases) {
         SCOPED_TRACE("mask " + std::to_string(c.mask));
@@ -70,7 +72,8 @@ TEST(ListViewSettings, SystemColoursThenSetStyleTouchesOnlyTheMaskedGroupsAndApp
         const acl::ListView_Style& style = s.styles[0];
         EXPECT_EQ(style.set * 10 + style.Owned(), c.set * 10 + c.owned) << "set, owned";
         EXPECT_EQ(style.backgroundMode, c.mask & 1 ? OPAQUE : TRANSPARENT) << "the mode travels with the text";
-        EXPECT_EQ(Alive(oldBackground) * 10 + Alive(oldFrame), !(c.mask & 2) * 10 + !(c.mask & 4)) << "replaced brushes";
+        EXPECT_EQ(Alive(oldBackground) * 10 + Alive(oldFrame), !(c.mask & 2) * 10 + !(c.mask & 4))
+            << "replaced brushes";
         if (c.background != kNone) {
             EXPECT_EQ(std::pair(BrushColor(style.backgroundBrush), BrushColor(style.frameBrush)),
                       std::pair(c.background, c.frame));
@@ -152,7 +155,8 @@ TEST(ListViewTree, NodesDestroyOnlyWhatTheyOwn)
         uint32_t w = 0, h = 0;
         iconItem.GetSize(w, h);
         RECT rc{0, 0, 40, 40};
-        EXPECT_EQ(iconItem.Draw(acl::unique_hdc(CreateCompatibleDC(nullptr)).get(), 0, rc) * 10000 + w * 100 + h, 321616u)
+        const acl::unique_hdc dc(CreateCompatibleDC(nullptr));
+        EXPECT_EQ(iconItem.Draw(dc.get(), 0, rc) * 10000 + w * 100 + h, 321616u)
             << "drawn at its size, laid out as a small icon";
         ASSERT_EQ(seen.size(), 2u) << "the bitmaps of GetIconInfo";
         EXPECT_FALSE(Alive(seen[0]) || Alive(seen[1])) << "are deleted at once";

@@ -4,7 +4,7 @@ namespace acl::test {
 
 void TestDialog::Create(int x, int y)
 {
-    CreateDialogParamW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(id_), nullptr, &Proc, reinterpret_cast<LPARAM>(this));
+    CreateDialogParamW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(id_), nullptr, &Proc, LPARAM(this));
     // No real mouse message may reach the controls.
     RECT r{};
     GetWindowRect(window_, &r);
