@@ -1,5 +1,5 @@
-// Shared set-up of the configuration tests: the three action kinds, slots
-// built from them, and files written from literal text.
+// Shared set-up of the configuration tests: the three action kinds, entries
+// and slots built from them, and files written from literal text.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -17,7 +17,6 @@ public:
     Action* msgBox() const { return kinds.KindAt(0); }
     Action* addToLog() const { return kinds.KindAt(1); }
     Action* run() const { return kinds.KindAt(2); }
-
     ActionSlot RunSlot(OptionalText path, OptionalText params) const
     {
         const RunParams block{std::move(path), std::move(params)};
@@ -26,6 +25,14 @@ public:
         return slot;
     }
     static RunParams& Params(const ActionSlot& slot) { return *static_cast<RunParams*>(slot.params); }
+
+    static std::unique_ptr<FolderEntry> Entry(OptionalText path, std::uint32_t flags, SizeLimit min, SizeLimit max,
+                                              std::vector<ActionSlot> actions = {})
+    {
+        auto entry = std::make_unique<FolderEntry>();
+        std::tie(entry->path, entry->flags, entry->min, entry->max, entry->actions) = std::tie(path, flags, min, max, actions);
+        return entry;
+    }
 
     // Writes `xml` to a file and loads it into `folders`.
     DWORD LoadText(const std::string& xml, FolderList& folders) const
