@@ -45,11 +45,4 @@ public:
     TempFolder temp;
 };
 
-// A file of the program's format around the given Folders content.
-inline std::string ConfigText(const std::string& folders)
-{
-    return "<?xml version=\"1.0\" encoding=\"utf-8\"?><Configuration><Settings><ConfigVersion Version=\"1.3\"/>"
-           "</Settings><Folders>" + folders + "</Folders></Configuration>";
-}
-
 } // namespace krn::test

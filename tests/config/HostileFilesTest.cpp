@@ -19,6 +19,15 @@ const std::pair<std::string, bool> kHeaders[] = {
     {"<Settings><x><ConfigVersion Version=\"1.3\"/></x></Settings><ConfigVersion Version=\"9\"/>", true},  // the first anywhere
     {"<ConfigVersion Version=\" 1.3\"/><Settings><ConfigVersion Version=\"1.3\"/></Settings>", false},
 };
+template <typename Text>
+Text Repeat(const Text& piece, int count)
+{
+    Text text;
+    while (count-- > 0)
+        text += piece;
+    return text;
+}
+
 const std::wstring kEmptyLimit = L"|0 0 -";
 const std::wstring kFresh = L"-|0" + kEmptyLimit + kEmptyLimit + L"\n";
 // Folders and the lines they read as; an empty line stops the load there.
@@ -34,8 +43,8 @@ const std::pair<std::string, std::wstring> kFolders[] = {
     // found at any depth: the Folder inside a Run comes after the one around it
     {"<Folder Path=\"outer\"><Actions><Run Path=\"r\"><Folder Path=\"inner\"><Actions/></Folder></Run></Actions></Folder>",
      L"outer|0" + kEmptyLimit + kEmptyLimit + L"|Run r \ninner|0" + kEmptyLimit + kEmptyLimit + L"\n"},
-    {"<Folder Path=\"" + std::string(10000, 'p') + "\"><Actions>" + [] { std::string a; for (int i = 0; i < 3000; ++i) a += "<AddToLog/>"; return a; }() +
-     "</Actions></Folder>", std::wstring(10000, L'p') + L"|0" + kEmptyLimit + kEmptyLimit + [] { std::wstring a; for (int i = 0; i < 3000; ++i) a += L"|AddToLog"; return a; }() + L"\n"},
+    {"<Folder Path=\"" + std::string(10000, 'p') + "\"><Actions>" + Repeat<std::string>("<AddToLog/>", 3000) + "</Actions></Folder>",
+     std::wstring(10000, L'p') + L"|0" + kEmptyLimit + kEmptyLimit + Repeat<std::wstring>(L"|AddToLog", 3000) + L"\n"},
     {"<Folder Path=\"no actions\"><?Actions x?><Min Value=\"1\"/></Folder>", L""},
     {"<Folder><Actions/></Folder>", L""},
 };
@@ -46,6 +55,11 @@ const std::pair<std::string, double> kValues[] = {
     {"1,5", 1}, {"- 1", 0}, {"2.5E2", 250}, {std::string(400, '9'), HUGE_VAL}, {"0.30000000000000004", 0.1 + 0.2},
 };
 const char* const kUnits[] = {"B", "KB", "MB", "GB", "TB", "kb", "PB", "", " KB"};
+
+std::string FileText(const std::string& header, const std::string& folders)
+{
+    return "<?xml version=\"1.0\" encoding=\"utf-8\"?><Configuration>" + header + "<Folders>" + folders + "</Folders></Configuration>";
+}
 
 std::wstring Number(double value)
 {
@@ -76,7 +90,7 @@ std::string Generate(unsigned seed, std::wstring& expected)
 {
     std::mt19937 rng(seed);
     const auto& [header, accepted] = kHeaders[rng() % 2 ? 0 : rng() % std::size(kHeaders)];
-    std::string xml = "<?xml version=\"1.0\" encoding=\"utf-8\"?><Configuration>" + header + "<Folders>";
+    std::string xml;
     bool stopped = !accepted;
     expected = accepted ? kFresh : L"";
     for (int i = rng() % 8; i > 0; --i) {
@@ -96,7 +110,7 @@ std::string Generate(unsigned seed, std::wstring& expected)
         stopped = stopped || line.empty();
         expected += stopped ? L"" : line;
     }
-    return xml + "</Folders></Configuration>";
+    return FileText(header, xml);
 }
 
 // Each file loads into a list that holds one fresh entry; a refused file adds
@@ -127,11 +141,11 @@ TEST_F(ConfigTest, HostileFilesLoadExactlyAsTheFormatSaysOrAreRefused)
     }
     EXPECT_GT(accepted, 150u) << "most generated files should be acceptable";
     EXPECT_GT(read, 300u) << "and most of their folders readable";
-    std::string deep;
-    for (int i = 0; i < 40000; ++i)
-        deep += i < 20000 ? "<d>" : "</d>";
-    for (const std::string& monster : {std::string(), std::string("not XML"), ConfigText(deep.insert(60000, "<Folder Path=\"deep\"><Actions/></Folder>")),
-                                       ConfigText("<!--" + std::string(12 << 20, 'x') + "--><Folder Path=\"after\"><Actions/></Folder>")}) {
+    const std::string deep = Repeat<std::string>("<d>", 20000) + "<Folder Path=\"deep\"><Actions/></Folder>" +
+                             Repeat<std::string>("</d>", 20000);
+    const std::string huge = "<!--" + std::string(12 << 20, 'x') + "--><Folder Path=\"after\"><Actions/></Folder>";
+    for (const std::string& monster : {std::string(), std::string("not XML"), FileText(kHeaders[0].first, deep),
+                                       FileText(kHeaders[0].first, huge)}) {
         FolderList folders;
         load(monster, folders);
     }
