@@ -1,10 +1,11 @@
 #include "config/ConfigDocument.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <limits>
-#include <string_view>
 #include <string>
+#include <string_view>
 
 #include "config/XmlDom.h"
 
