@@ -1,5 +1,5 @@
 // Shared set-up of the configuration tests: the three action kinds, entries
-// and slots built from them, and files written from literal text.
+// and slots built from them, a folder for files.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -32,13 +32,6 @@ public:
         auto entry = std::make_unique<FolderEntry>();
         std::tie(entry->path, entry->flags, entry->min, entry->max, entry->actions) = std::tie(path, flags, min, max, actions);
         return entry;
-    }
-
-    // Writes `xml` to a file and loads it into `folders`.
-    DWORD LoadText(const std::string& xml, FolderList& folders) const
-    {
-        WriteFileBytes(temp / L"load.xml", xml);
-        return LoadConfiguration((temp / L"load.xml").c_str(), kinds, folders);
     }
 
     ActionKindRegistry kinds;

@@ -84,8 +84,8 @@ std::wstring Describe(const FolderList& folders)
     return text;
 }
 
-// A file from the pieces, some of them wrapped in other elements, with a
-// random maximum limit; `expected` stays empty when it must be refused.
+// A file of pieces and of folders with a random maximum limit, some wrapped in
+// other elements; `expected` stays empty when the file must be refused.
 std::string Generate(unsigned seed, std::wstring& expected)
 {
     std::mt19937 rng(seed);
@@ -120,7 +120,8 @@ TEST_F(ConfigTest, HostileFilesLoadExactlyAsTheFormatSaysOrAreRefused)
 {
     const auto load = [&](const std::string& bytes, FolderList& folders) {
         folders.push_back(std::make_unique<FolderEntry>());
-        const DWORD status = LoadText(bytes, folders);
+        WriteFileBytes(temp / L"load.xml", bytes);
+        const DWORD status = LoadConfiguration((temp / L"load.xml").c_str(), kinds, folders);
         EXPECT_TRUE(status == 0 || (status == 1006 && folders.size() == 1)) << status << " for " << bytes.substr(0, 60);
         return status;
     };
