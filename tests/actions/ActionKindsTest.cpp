@@ -1,50 +1,56 @@
 #include <gtest/gtest.h>
 
-#include <memory>
-
-#include "actions/AddToLogAction.h"
-#include "actions/MsgBoxAction.h"
 #include "actions/RunAction.h"
+#include "config/ActionKindRegistry.h"
 
 namespace krn::test {
 namespace {
 
-TEST(ActionKinds, CarryTheirNamesTagsFlagsAndOwnTheirBitmap)
+// The registry as the main window fills it: order, texts, flags, the 16x16
+// bitmaps, the search by exact tag, and the bitmaps going with the kinds.
+TEST(ActionKinds, RegistryHoldsTheThreeKindsInMenuOrder)
 {
-    const std::tuple<std::shared_ptr<Action>, const wchar_t*, const wchar_t*, bool, bool> cases[] = {
-        {std::make_shared<MsgBoxAction>(), L"Show message", L"MsgBox", true, false},
-        {std::make_shared<AddToLogAction>(), L"Add to log", L"AddToLog", true, false},
-        {std::make_shared<RunAction>(), L"Run application", L"Run", false, true},
+    using Row = std::tuple<std::wstring, std::wstring, bool, bool, HRESULT, HRESULT, HRESULT, LONG, LONG>;
+    const Row expected[] = {
+        {L"Show message", L"MsgBox", true, false, E_NOTIMPL, E_NOTIMPL, S_OK, 16, 16},
+        {L"Add to log", L"AddToLog", true, false, E_NOTIMPL, E_NOTIMPL, S_OK, 16, 16},
+        {L"Run application", L"Run", false, true, E_NOTIMPL, E_NOTIMPL, E_ABORT, 16, 16},
     };
-    for (const auto& [kind, displayName, tag, unique, editable] : cases) {
-        EXPECT_EQ(kind->displayName, displayName);
-        EXPECT_EQ(kind->tag, tag);
-        EXPECT_EQ(kind->unique, unique) << tag;
-        EXPECT_EQ(kind->editable, editable) << tag;
-        EXPECT_FALSE(kind->description || kind->bitmap) << tag;
-        EXPECT_EQ(kind->Reserved1(), E_NOTIMPL) << tag;
-        EXPECT_EQ(kind->Reserved2(), E_NOTIMPL) << tag;
-        EXPECT_EQ(kind->FillParamsCell(nullptr, nullptr), editable ? E_ABORT : S_OK) << tag;
+    HBITMAP bitmaps[3] = {};
+    {
+        ActionKindRegistry kinds;
+        ASSERT_EQ(AddStandardKinds(kinds, GetModuleHandleW(nullptr)), 0u);
+        ASSERT_EQ(kinds.Count(), 3u);
+        for (std::size_t i = 0; i < 3; ++i) {
+            Action* kind = kinds.KindAt(i);
+            BITMAP info{};
+            bitmaps[i] = kind->bitmap.get();
+            GetObjectW(bitmaps[i], sizeof(info), &info);
+            EXPECT_EQ(Row(kind->displayName, kind->tag, kind->unique, kind->editable, kind->Reserved1(), kind->Reserved2(),
+                          kind->FillParamsCell(nullptr, nullptr), info.bmWidth, info.bmHeight), expected[i]);
+            EXPECT_EQ(kinds.FindKindByTag(kind->tag.c_str()), kind);
+            EXPECT_FALSE(kind->description);
+        }
+        EXPECT_EQ(kinds.KindAt(3), nullptr);
+        EXPECT_EQ(kinds.FindKindByTag(L"run"), nullptr);
+        EXPECT_EQ(kinds.FindKindByTag(nullptr), nullptr);
     }
-    HBITMAP bitmap = CreateBitmap(16, 16, 1, 32, nullptr);
-    std::make_unique<MsgBoxAction>()->bitmap.reset(bitmap);
-    EXPECT_EQ(GetObjectType(bitmap), 0u) << "a kind deletes its bitmap";
+    for (HBITMAP bitmap : bitmaps)
+        EXPECT_EQ(GetObjectType(bitmap), 0u) << "a kind deletes its bitmap";
 }
 
+// Until the Run dialog comes every edit is cancelled: a new block is dropped,
+// an old one kept as it was.
 TEST(RunAction, CancelledEditDropsANewBlockAndKeepsAnOldOne)
 {
     RunAction kind;
-    ActionSlot fresh{nullptr, &kind};
-    EXPECT_EQ(kind.EditParams(nullptr, true, fresh), E_FAIL);
-    EXPECT_EQ(fresh.params, nullptr);
-
     const RunParams original{L"a.exe", std::nullopt};
-    ActionSlot existing{nullptr, &kind};
+    ActionSlot fresh{nullptr, &kind}, existing{nullptr, &kind};
     ASSERT_EQ(kind.CloneParams(&existing.params, &original), S_OK);
     void* const block = existing.params;
+    EXPECT_EQ(kind.EditParams(nullptr, true, fresh), E_FAIL);
     EXPECT_EQ(kind.EditParams(nullptr, false, existing), S_FALSE);
-    EXPECT_EQ(existing.params, block);
-    EXPECT_EQ(kind.CompareParams(block, &original), 0);
+    EXPECT_TRUE(!fresh.params && existing.params == block && kind.CompareParams(block, &original) == 0);
     kind.FreeParams(block);
 }
 

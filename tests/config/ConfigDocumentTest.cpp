@@ -1,3 +1,4 @@
+#include <clocale>
 #include <regex>
 
 #include "tests/config/ConfigFixture.h"
@@ -6,45 +7,37 @@ namespace krn::test {
 namespace {
 
 struct RecordingOwner : ConfigurationOwner {
-    void OnConfigurationSaved() override { ++saved; }
-    void OnFoldersLoaded() override { ++loaded; }
-    int saved = 0, loaded = 0;
+    void OnConfigurationSaved() override { calls += L"saved "; }
+    void OnFoldersLoaded() override { calls += L"loaded "; }
+    std::wstring calls;
 };
 
 class ConfigFileTest : public ConfigTest {
 protected:
-    void Add(FolderList& folders, const wchar_t* folder, std::uint32_t flags, SizeLimit min, SizeLimit max,
-             std::vector<ActionSlot> actions = {})
-    {
-        folders.push_back(std::make_unique<FolderEntry>());
-        FolderEntry& entry = *folders.back();
-        entry.path = folder;
-        entry.flags = flags;
-        entry.min = std::move(min);
-        entry.max = std::move(max);
-        entry.actions = std::move(actions);
-    }
     const std::wstring path = temp / L"saved.xml";
 };
 
 // Texts round-trip where a limit is in force (an absent one comes back empty).
+// Thread and C runtime both use a decimal comma meanwhile.
 TEST_F(ConfigFileTest, RoundTripUnderAnotherLocaleGivesEqualEntriesAndFlags)
 {
     const LCID before = GetThreadLocale();
     SetThreadLocale(MAKELCID(MAKELANGID(LANG_GERMAN, SUBLANG_GERMAN), SORT_DEFAULT));
+    ASSERT_NE(_wsetlocale(LC_ALL, L"German_Germany.1252"), nullptr);
+    ASSERT_EQ(*localeconv()->decimal_point, ',');
     FolderList original, loaded;
-    Add(original, L"C:\\Ünïcödé ™ 𝄞", 3, {0.1, SizeUnit_KB, 0, L"<min> & \"q\""}, {123456789.125, SizeUnit_TB, 0, L""},
-        {{nullptr, msgBox()}, RunSlot(L"\"C:\\a b\\x.exe\"", L"%currentdir%"), RunSlot(L"", L""), {nullptr, addToLog()}});
-    Add(original, L"\\\\server\\share", 2, {}, {-3.25, SizeUnit_GB, 0, L"line\r\nbreak\ttab"}, {{nullptr, addToLog()}});
-    Add(original, L"", 1, {1e300, SizeUnit_B, 0, L"  "}, {});
-    Add(original, L"D:\\nothing", 0, {}, {});
+    original.push_back(Entry(L"C:\\Ünïcödé ™ 𝄞", 3, {0.1, SizeUnit_KB, 0, L"<min> & \"q\""}, {0.1 + 0.2, SizeUnit_TB, 0, L""},
+        {{nullptr, msgBox()}, RunSlot(L"\"C:\\a b\\x.exe\"", L"%currentdir%"), RunSlot(L"", L""), {nullptr, addToLog()}}));
+    original.push_back(Entry(L"\\\\server\\share", 2, {}, {-3.25, SizeUnit_GB, 0, L"line\r\nbreak\ttab"}, {{nullptr, addToLog()}}));
+    original.push_back(Entry(L"", 1, {-1e300, SizeUnit_B, 0, L"  "}, {}));
+    original.push_back(Entry(L"D:\\nothing", 0, {}, {}));
     RecordingOwner owner;
     EXPECT_EQ(SaveConfiguration(path.c_str(), original, &owner), 0u);
     const DWORD status = LoadConfiguration(path.c_str(), kinds, loaded, &owner);
     SetThreadLocale(before);
+    _wsetlocale(LC_ALL, L"C");
     ASSERT_EQ(status, 0u);
-    EXPECT_EQ(owner.saved, 1);
-    EXPECT_EQ(owner.loaded, 1);
+    EXPECT_EQ(owner.calls, L"saved loaded ");
     EXPECT_NE(ReadFileBytes(path).find("Value=\"0.1\""), std::string::npos) << ReadFileBytes(path);
     ASSERT_EQ(loaded.size(), original.size());
     for (std::size_t i = 0; i < original.size(); ++i) {
@@ -57,9 +50,9 @@ TEST_F(ConfigFileTest, RoundTripUnderAnotherLocaleGivesEqualEntriesAndFlags)
 TEST_F(ConfigFileTest, SavedBytesFollowTheFormat)
 {
     FolderList folders;
-    Add(folders, L"C:\\x", 3, {1.5, SizeUnit_KB, 0, L"low"}, {2.0, SizeUnit_MB, 0, std::nullopt},
-        {{nullptr, msgBox()}, RunSlot(L"a.exe", std::nullopt), {nullptr, addToLog()}});
-    Add(folders, L"C:\\y", 0, {5.0, SizeUnit_TB, 0, L"not in force"}, {});
+    folders.push_back(Entry(L"C:\\x", 3, {1.5, SizeUnit_KB, 0, L"low"}, {2.0, SizeUnit_MB, 0, std::nullopt},
+                            {{nullptr, msgBox()}, RunSlot(L"a.exe", std::nullopt), {nullptr, addToLog()}}));
+    folders.push_back(Entry(L"C:\\y", 0, {5.0, SizeUnit_TB, 0, L"not in force"}, {}));
     ASSERT_EQ(SaveConfiguration(path.c_str(), folders), 0u);
     const std::string bytes =
         std::regex_replace(std::regex_replace(ReadFileBytes(path), std::regex(">\\s+<"), "><"), std::regex("\\s+$"), "");
@@ -75,10 +68,10 @@ TEST_F(ConfigFileTest, EmptyListsMissingFilesAndMissingFolders)
     RecordingOwner owner;
     EXPECT_EQ(SaveConfiguration((temp / L"no\\such.xml").c_str(), folders, &owner), 1359u);
     EXPECT_EQ(LoadConfiguration((temp / L"absent.xml").c_str(), kinds, folders, &owner), 1006u);
-    EXPECT_EQ(owner.saved + owner.loaded, 0);
+    EXPECT_EQ(owner.calls, L"") << "a failure tells nobody";
     ASSERT_EQ(SaveConfiguration(path.c_str(), folders), 0u);
     EXPECT_NE(ReadFileBytes(path).find("<Folders/>"), std::string::npos) << ReadFileBytes(path);
-    Add(folders, L"kept", 0, {}, {});
+    folders.push_back(Entry(L"kept", 0, {}, {}));
     ASSERT_EQ(LoadConfiguration(path.c_str(), kinds, folders), 0u);
     ASSERT_EQ(folders.size(), 1u) << "loading appends; it never clears";
 }

@@ -1,5 +1,5 @@
-// Shared set-up of the configuration tests: the three action kinds, slots
-// built from them, and files written from literal text.
+// Shared set-up of the configuration tests: the three action kinds, entries
+// and slots built from them, a folder for files.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -17,7 +17,6 @@ public:
     Action* msgBox() const { return kinds.KindAt(0); }
     Action* addToLog() const { return kinds.KindAt(1); }
     Action* run() const { return kinds.KindAt(2); }
-
     ActionSlot RunSlot(OptionalText path, OptionalText params) const
     {
         const RunParams block{std::move(path), std::move(params)};
@@ -27,22 +26,16 @@ public:
     }
     static RunParams& Params(const ActionSlot& slot) { return *static_cast<RunParams*>(slot.params); }
 
-    // Writes `xml` to a file and loads it into `folders`.
-    DWORD LoadText(const std::string& xml, FolderList& folders) const
+    static std::unique_ptr<FolderEntry> Entry(OptionalText path, std::uint32_t flags, SizeLimit min, SizeLimit max,
+                                              std::vector<ActionSlot> actions = {})
     {
-        WriteFileBytes(temp / L"load.xml", xml);
-        return LoadConfiguration((temp / L"load.xml").c_str(), kinds, folders);
+        auto entry = std::make_unique<FolderEntry>();
+        std::tie(entry->path, entry->flags, entry->min, entry->max, entry->actions) = std::tie(path, flags, min, max, actions);
+        return entry;
     }
 
     ActionKindRegistry kinds;
     TempFolder temp;
 };
-
-// A file of the program's format around the given Folders content.
-inline std::string ConfigText(const std::string& folders)
-{
-    return "<?xml version=\"1.0\" encoding=\"utf-8\"?><Configuration><Settings><ConfigVersion Version=\"1.3\"/>"
-           "</Settings><Folders>" + folders + "</Folders></Configuration>";
-}
 
 } // namespace krn::test

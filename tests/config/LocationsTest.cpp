@@ -22,7 +22,7 @@ TEST(FormatSize, GivesTheTextsOfTheExamplesTable)
 
 class LocationsTest : public ScratchTest {};
 
-TEST_F(LocationsTest, ConfigPathCreatesBothFoldersAndStopsAtTheBound)
+TEST_F(LocationsTest, ConfigPathMakesItsFoldersAndStopsAtTheBoundAndTheLogGoesToDocuments)
 {
     const std::wstring tail = L"\\Norlath\\Kestrune\\config.xml";
     for (int run = 0; run < 2; ++run) {  // a second run finds the folders in place
@@ -38,13 +38,9 @@ TEST_F(LocationsTest, ConfigPathCreatesBothFoldersAndStopsAtTheBound)
         wcscpy(path, base.c_str());
         EXPECT_EQ(BuildConfigPath(path), length + tail.size() < 520 ? 0u : 14u) << length;
     }
-}
-
-TEST_F(LocationsTest, DefaultLogPathIsInTheDocumentsFolder)
-{
-    wchar_t path[kLogPathChars] = {};
-    ASSERT_EQ(GetDefaultLogPath(path), 0u);
-    EXPECT_EQ(std::wstring(path), scratch.documents() + L"\\NorlathKestrune.log");
+    wchar_t log[kLogPathChars] = {};
+    ASSERT_EQ(GetDefaultLogPath(log), 0u);
+    EXPECT_EQ(std::wstring(log), scratch.documents() + L"\\NorlathKestrune.log");
 }
 
 } // namespace
