@@ -76,37 +76,6 @@ bool AboveRange(const std::string& number)
     return magnitude > 0;
 }
 
-// The children a folder is read from: the first child element of each name,
-// the one selectSingleNode with that plain name answers.
-struct FolderParts {
-    acl::com_ptr<IXMLDOMNode> min;
-    acl::com_ptr<IXMLDOMNode> max;
-    acl::com_ptr<IXMLDOMNode> actions;
-};
-
-// One walk over the children instead of three XPath evaluations, which were
-// most of the time a large file took to load.
-void FindFolderParts(IXMLDOMNode* folder, FolderParts& parts)
-{
-    acl::com_ptr<IXMLDOMNode> child;
-    HRESULT hr = folder->get_firstChild(child.put());
-    while (hr == S_OK && child) {
-        DOMNodeType type = NODE_INVALID;
-        acl::unique_bstr name;
-        if (child->get_nodeType(&type) == S_OK && type == NODE_ELEMENT && child->get_nodeName(name.put()) == S_OK) {
-            const std::wstring_view text(name.get(), SysStringLen(name.get()));
-            acl::com_ptr<IXMLDOMNode>* part = text == L"Min" ? &parts.min
-                                            : text == L"Max" ? &parts.max
-                                            : text == L"Actions" ? &parts.actions : nullptr;
-            if (part && !*part)
-                *part = child;
-        }
-        acl::com_ptr<IXMLDOMNode> next;
-        hr = child->get_nextSibling(next.put());
-        child = std::move(next);
-    }
-}
-
 } // namespace
 
 std::wstring FormatLimitValue(double value)
@@ -316,28 +285,30 @@ HRESULT ConfigDocument::ReadNextFolder(FolderEntry& entry)
     hr = GetTextAttribute(folder.get(), L"Path", entry.path);
     if (hr != S_OK)
         return hr;
-    FolderParts parts;
-    FindFolderParts(node.get(), parts);
-    hr = ReadLimit(parts.min.get(), FolderEntry::HasMin, entry.min, entry.flags);
+    hr = ReadLimit(folder.get(), L"Min", FolderEntry::HasMin, entry.min, entry.flags);
     if (SUCCEEDED(hr))
-        hr = ReadLimit(parts.max.get(), FolderEntry::HasMax, entry.max, entry.flags);
+        hr = ReadLimit(folder.get(), L"Max", FolderEntry::HasMax, entry.max, entry.flags);
     if (FAILED(hr))
         return hr;
     // The writer always gives a folder its Actions: a folder without them ends
     // the load, this one and all after it.
-    if (!parts.actions)
-        return S_FALSE;
-    ReadActions(parts.actions.get(), entry);
+    acl::com_ptr<IXMLDOMNode> actions;
+    hr = SelectNode(folder.get(), L"Actions", actions);
+    if (hr != S_OK)
+        return hr;
+    ReadActions(actions.get(), entry);
     return S_OK;
 }
 
 // A limit element sets its flag; one that is not there leaves the limit alone.
-HRESULT ConfigDocument::ReadLimit(IXMLDOMNode* node, std::uint32_t flag, SizeLimit& limit, std::uint32_t& flags)
+HRESULT ConfigDocument::ReadLimit(IXMLDOMElement* folder, const wchar_t* name, std::uint32_t flag, SizeLimit& limit,
+                                  std::uint32_t& flags)
 {
-    if (!node)
+    acl::com_ptr<IXMLDOMNode> node;
+    if (SelectNode(folder, name, node) != S_OK)
         return S_OK;
     acl::com_ptr<IXMLDOMElement> element;
-    const HRESULT hr = QueryElement(node, element);
+    const HRESULT hr = QueryElement(node.get(), element);
     if (FAILED(hr))
         return hr;
     OptionalText text;

@@ -41,7 +41,8 @@ private:
     HRESULT CheckVersion();
     HRESULT AddLimit(IXMLDOMElement* folder, const wchar_t* name, const SizeLimit& limit);
     HRESULT AddActions(IXMLDOMElement* folder, const std::vector<ActionSlot>& actions);
-    HRESULT ReadLimit(IXMLDOMNode* node, std::uint32_t flag, SizeLimit& limit, std::uint32_t& flags);
+    HRESULT ReadLimit(IXMLDOMElement* folder, const wchar_t* name, std::uint32_t flag, SizeLimit& limit,
+                      std::uint32_t& flags);
     void ReadActions(IXMLDOMNode* actions, FolderEntry& entry);
 
     const ActionKindRegistry* registry_;
