@@ -21,6 +21,18 @@ HRESULT SelectNode(IXMLDOMNode* from, const wchar_t* path, acl::com_ptr<IXMLDOMN
     return from->selectSingleNode(MakeBstr(path).get(), node.put());
 }
 
+// The element behind the node a list call has just fetched: the call's own
+// status when it gave none, S_FALSE for a null node.
+HRESULT ElementOfFetched(HRESULT fetched, const acl::com_ptr<IXMLDOMNode>& node,
+                         acl::com_ptr<IXMLDOMElement>& element)
+{
+    if (fetched != S_OK)
+        return fetched;
+    if (!node)
+        return S_FALSE;
+    return QueryElement(node.get(), element);
+}
+
 std::uint16_t UnitsFromName(const std::wstring& name)
 {
     for (std::uint16_t units = 0; units < kSizeUnitCount; ++units) {
@@ -250,14 +262,9 @@ HRESULT ConfigDocument::CheckVersion()
     if (hr != S_OK)
         return hr;
     acl::com_ptr<IXMLDOMNode> node;
-    hr = list->get_item(0, node.put());
-    if (hr != S_OK)
-        return hr;
-    if (!node)
-        return S_FALSE;
     acl::com_ptr<IXMLDOMElement> element;
-    hr = QueryElement(node.get(), element);
-    if (FAILED(hr))
+    hr = ElementOfFetched(list->get_item(0, node.put()), node, element);
+    if (hr != S_OK)
         return hr;
     acl::unique_variant version;
     element->getAttribute(MakeBstr(L"Version").get(), version.put());
@@ -273,14 +280,9 @@ HRESULT ConfigDocument::ReadNextFolder(FolderEntry& entry)
         return E_ABORT;
     entry.Reset();
     acl::com_ptr<IXMLDOMNode> node;
-    HRESULT hr = folders_->nextNode(node.put());
-    if (hr != S_OK)
-        return hr;
-    if (!node)
-        return S_FALSE;
     acl::com_ptr<IXMLDOMElement> folder;
-    hr = QueryElement(node.get(), folder);
-    if (FAILED(hr))
+    HRESULT hr = ElementOfFetched(folders_->nextNode(node.put()), node, folder);
+    if (hr != S_OK)
         return hr;
     hr = GetTextAttribute(folder.get(), L"Path", entry.path);
     if (hr != S_OK)
