@@ -323,16 +323,9 @@ DWORD ListView::AddItem(int row, int column, std::unique_ptr<ListView_Item> item
     return ERROR_SUCCESS;
 }
 
-ListView_Cell* ListView::ExistingCell(int row, int column) const
-{
-    if (!InRange(row, rows_.size()) || column < 0)
-        return nullptr;
-    return rows_[static_cast<size_t>(row)]->GetCell(static_cast<size_t>(column), true);
-}
-
 DWORD ListView::RemoveItem(int row, int column, int index)
 {
-    ListView_Cell* cell = ExistingCell(row, column);
+    ListView_Cell* cell = GetCell(row, column, true);
     if (!cell || index < 0)
         return ERROR_NOT_FOUND;
     return cell->RemoveItem(static_cast<size_t>(index));
@@ -340,7 +333,7 @@ DWORD ListView::RemoveItem(int row, int column, int index)
 
 DWORD ListView::RemoveItems(int row, int column, int first, int count)
 {
-    ListView_Cell* cell = ExistingCell(row, column);
+    ListView_Cell* cell = GetCell(row, column, true);
     if (!cell || first < 0)
         return ERROR_NOT_FOUND;
     return cell->RemoveItems(static_cast<size_t>(first), static_cast<size_t>(std::max(count, 0)));
@@ -348,14 +341,14 @@ DWORD ListView::RemoveItems(int row, int column, int first, int count)
 
 DWORD ListView::RemoveItemsByTag(int row, int column, uint64_t tag)
 {
-    if (ListView_Cell* cell = ExistingCell(row, column))
+    if (ListView_Cell* cell = GetCell(row, column, true))
         cell->RemoveItemsByTag(tag);
     return ERROR_SUCCESS;
 }
 
 DWORD ListView::ClearCell(int row, int column)
 {
-    ListView_Cell* cell = ExistingCell(row, column);
+    ListView_Cell* cell = GetCell(row, column, true);
     if (!cell)
         return ERROR_NOT_FOUND;
     cell->Clear();

@@ -322,7 +322,6 @@ public:
 private:
     LRESULT InsertControlColumn(WPARAM position, const wchar_t* title, int width) const;
     DWORD InsertColumnRecord(uint64_t index, const wchar_t* title, int width, ListView_SettingsRef settings);
-    ListView_Cell* ExistingCell(int row, int column) const;
     uint32_t MeasuredRowHeight() const;
 
     // Declared in this order so that rows go first, then column settings,
