@@ -307,15 +307,10 @@ uint32_t ListView::MeasuredRowHeight() const
             const ListView_Cell* cell = row->CellAt(c);
             if (!cell)
                 continue;
+            // A cell is as high as its tallest item, plus its frame.
+            uint32_t width = 0;
             uint32_t h = 0;
-            for (size_t i = 0; i < cell->ItemCount(); ++i) {
-                uint32_t itemWidth = 0;
-                uint32_t itemHeight = 0;
-                cell->ItemAt(i)->GetSize(itemWidth, itemHeight);
-                h = std::max(h, itemHeight);
-            }
-            if (HasFrame(cell->GetSettings()))
-                h += 2;
+            cell->GetSize(width, h);
             height = std::max(height, h);
         }
     }
