@@ -229,7 +229,6 @@ void ACL_Menu::SetImageMetrics(uint32_t imageWidth, uint32_t imageHeight, uint32
 DWORD ACL_Menu::SetCheckBitmap(HBITMAP bitmap, uint32_t shared)
 {
     // The flag decides for the bitmap held from now on, a kept one included.
-    checkBitmapShared_ = shared;
     checkBitmap_.reset(bitmap != kKeepCheckBitmap ? bitmap : checkBitmap_.get(), shared == 0);
     if (bitmap != kKeepCheckBitmap && bitmap && !TopLeftPixel(bitmap, &checkTransparentColor_))
         return GetLastError();

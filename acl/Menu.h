@@ -125,9 +125,8 @@ private:
     acl::unique_hmenu menu_;
     std::vector<std::unique_ptr<ACL_MenuItem>> items_;
     std::vector<std::unique_ptr<ACL_MenuImage>> images_;
-    uint32_t checkBitmapShared_ = 0;
     COLORREF checkTransparentColor_ = 0;
-    // The menu's unless checkBitmapShared_ says it is lent.
+    // The menu's unless SetCheckBitmap was told it is shared.
     acl::flagged_handle<acl::handle_traits::GdiObject<HBITMAP>> checkBitmap_;
     uint32_t cellWidth_ = 22;
     uint32_t cellHeight_ = 20;
