@@ -600,23 +600,22 @@ void ACL_Menu::FillGradient(HDC dc, const RECT& cell)
     GradientFill(dc, gradient_, 2, &gradientRect_, 1, GRADIENT_FILL_RECT_H);
 }
 
-void ACL_Menu::DrawImage(HDC dc, const ACL_MenuImage& image, int x, int y) const
-{
-    DrawTransparent(dc, image.bitmap.get(), image.transparentColor, x, y, static_cast<int>(imageWidth_),
-                    static_cast<int>(imageHeight_));
-}
-
-void ACL_Menu::DrawCheck(HDC dc, const RECT& r, const RECT& cell, int shift) const
+// A highlighted image moves one pixel up and left, over its shadow.
+void ACL_Menu::DrawRaised(HDC dc, HBITMAP bitmap, COLORREF transparent, int x, int y, bool selected) const
 {
     const int w = static_cast<int>(imageWidth_);
     const int h = static_cast<int>(imageHeight_);
-    const int x = r.left + static_cast<int>(marginX_);
-    const int y = r.top + static_cast<int>(marginY_);
+    const int shift = selected ? 1 : 0;
+    if (selected)
+        DrawPixels(dc, bitmap, transparent, x + 1, y + 1, w, h, PixelStyle::Silhouette, colors_.shadowColor);
+    DrawTransparent(dc, bitmap, transparent, x - shift, y - shift, w, h);
+}
+
+void ACL_Menu::DrawCheck(HDC dc, const RECT& r, const RECT& cell, bool selected) const
+{
     if (checkBitmap_) {
-        if (shift)
-            DrawPixels(dc, checkBitmap_.get(), checkTransparentColor_, x + 1, y + 1, w, h, PixelStyle::Silhouette,
-                       colors_.shadowColor);
-        DrawTransparent(dc, checkBitmap_.get(), checkTransparentColor_, x - shift, y - shift, w, h);
+        DrawRaised(dc, checkBitmap_.get(), checkTransparentColor_, r.left + static_cast<int>(marginX_),
+                   r.top + static_cast<int>(marginY_), selected);
         return;
     }
     Frame(dc, cell, colors_.frameColor);
@@ -694,20 +693,15 @@ DWORD ACL_Menu::DrawItem(const DRAWITEMSTRUCT& dis)
         SetTextColor(dc, colors_.selectedTextColor);
     }
 
-    const int shift = selected ? 1 : 0;
     const int x = r.left + static_cast<int>(marginX_);
     const int y = r.top + static_cast<int>(marginY_);
     if (dis.itemState & ODS_CHECKED) {
-        DrawCheck(dc, r, cell, shift);
+        DrawCheck(dc, r, cell, selected);
     } else if (rec->image && disabled) {
         DrawPixels(dc, rec->image->bitmap.get(), rec->image->transparentColor, x, y, static_cast<int>(imageWidth_),
                    static_cast<int>(imageHeight_), PixelStyle::Grey, 0);
     } else if (rec->image) {
-        if (selected)
-            DrawPixels(dc, rec->image->bitmap.get(), rec->image->transparentColor, x + 1, y + 1,
-                       static_cast<int>(imageWidth_), static_cast<int>(imageHeight_), PixelStyle::Silhouette,
-                       colors_.shadowColor);
-        DrawImage(dc, *rec->image, x - shift, y - shift);
+        DrawRaised(dc, rec->image->bitmap.get(), rec->image->transparentColor, x, y, selected);
     }
 
     const unique_hfont font = acl::CreateMenuFont();

@@ -117,8 +117,8 @@ private:
     void FillGradient(HDC dc, const RECT& cell);
     void DrawBarItem(HDC dc, const DRAWITEMSTRUCT& dis, const ACL_MenuItem& rec) const;
     void DrawSeparator(HDC dc, const RECT& r);
-    void DrawCheck(HDC dc, const RECT& r, const RECT& cell, int shift) const;
-    void DrawImage(HDC dc, const ACL_MenuImage& image, int x, int y) const;
+    void DrawCheck(HDC dc, const RECT& r, const RECT& cell, bool selected) const;
+    void DrawRaised(HDC dc, HBITMAP bitmap, COLORREF transparent, int x, int y, bool selected) const;
 
     HINSTANCE instance_ = nullptr;
     HWND owner_ = nullptr;
