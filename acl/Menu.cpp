@@ -361,7 +361,7 @@ ACL_MenuItem* ACL_Menu::RecordOf(HMENU menu, UINT item, UINT byFlags) const
     return FindRecord(reinterpret_cast<const void*>(info.dwItemData));
 }
 
-std::unique_ptr<ACL_MenuItem> ACL_Menu::NewRecord(HMENU menu, UINT position) const
+ACL_MenuItem* ACL_Menu::AddRecord(HMENU menu, UINT position)
 {
     auto record = std::make_unique<ACL_MenuItem>();
     record->image = FindImage(GetMenuItemID(menu, static_cast<int>(position)));
@@ -369,7 +369,8 @@ std::unique_ptr<ACL_MenuItem> ACL_Menu::NewRecord(HMENU menu, UINT position) con
     record->topLevel = menu == menu_.get() ? 1 : 0;
     record->text = MenuText(menu, position);
     record->length = static_cast<uint32_t>(record->text.size());
-    return record;
+    items_.push_back(std::move(record));
+    return items_.back().get();
 }
 
 void ACL_Menu::MakeOwnerDrawn(HMENU menu, UINT position, ACL_MenuItem* record) const
@@ -391,8 +392,7 @@ void ACL_Menu::Convert(HMENU menu)
     const int count = GetMenuItemCount(menu);
     for (int position = 0; position < count; ++position) {
         // Kept before the item points at it, so that a failed push leaves nothing dangling.
-        items_.push_back(NewRecord(menu, static_cast<UINT>(position)));
-        MakeOwnerDrawn(menu, static_cast<UINT>(position), items_.back().get());
+        MakeOwnerDrawn(menu, static_cast<UINT>(position), AddRecord(menu, static_cast<UINT>(position)));
         if (HMENU dropDown = GetSubMenu(menu, position))
             Convert(dropDown);
     }
@@ -425,10 +425,8 @@ void ACL_Menu::RefreshMenu(HMENU menu)
         ACL_MenuItem* record = FindRecord(reinterpret_cast<const void*>(info.dwItemData));
         if (record && record->image && (info.fType & MFT_OWNERDRAW))
             continue;
-        if (!record) {
-            items_.push_back(NewRecord(menu, position));
-            record = items_.back().get();
-        }
+        if (!record)
+            record = AddRecord(menu, position);
         record->image = FindImage(GetMenuItemID(menu, i));
         MakeOwnerDrawn(menu, position, record);
     }
@@ -480,8 +478,7 @@ void ACL_Menu::AssignImage(uint32_t commandId, unique_hbitmap bitmap, COLORREF t
     if (menu_ && LocateCommand(menu_.get(), commandId, &owner, &position)) {
         ACL_MenuItem* record = RecordOf(owner, position, MF_BYPOSITION);
         if (!record) {
-            items_.push_back(NewRecord(owner, position));
-            record = items_.back().get();
+            record = AddRecord(owner, position);
             MakeOwnerDrawn(owner, position, record);
         }
         record->image = image;

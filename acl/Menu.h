@@ -105,7 +105,8 @@ private:
     ACL_MenuImage* FindImage(uint32_t commandId) const;
     ACL_MenuItem* FindRecord(const void* data) const;
     ACL_MenuItem* RecordOf(HMENU menu, UINT item, UINT byFlags) const;
-    std::unique_ptr<ACL_MenuItem> NewRecord(HMENU menu, UINT position) const;
+    // A record read from the item at `position`, kept in items_.
+    ACL_MenuItem* AddRecord(HMENU menu, UINT position);
     void MakeOwnerDrawn(HMENU menu, UINT position, ACL_MenuItem* record) const;
     void Convert(HMENU menu);
     DWORD ConvertAttached();
