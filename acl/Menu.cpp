@@ -165,18 +165,8 @@ ACL_Menu::ACL_Menu()
     SetTheme(15);
 }
 
-ACL_Menu::~ACL_Menu()
-{
-    Clear();
-}
-
-void ACL_Menu::Clear()
-{
-    menu_.reset();
-    items_.clear();
-    images_.clear();
-    checkBitmap_.reset();
-}
+// The members release the menu, the records, the images and an owned check bitmap.
+ACL_Menu::~ACL_Menu() = default;
 
 void ACL_Menu::RecomputeCells()
 {

@@ -100,7 +100,6 @@ public:
     uint32_t textOffsetY() const { return textOffsetY_; }
 
 private:
-    void Clear();
     void RecomputeCells();
     ACL_MenuImage* FindImage(uint32_t commandId) const;
     ACL_MenuItem* FindRecord(const void* data) const;
