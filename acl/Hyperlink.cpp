@@ -244,13 +244,14 @@ void Hyperlink::Paint()
         SendMessageW(control, WM_GETTEXT, text.size(), reinterpret_cast<LPARAM>(text.data())));
 
     HFONT font = settings_->font ? settings_->font : reinterpret_cast<HFONT>(SendMessageW(control, WM_GETFONT, 0, 0));
+    if (!font)
+        font = static_cast<HFONT>(GetStockObject(SYSTEM_FONT));
     unique_hfont underlined;
     COLORREF color = settings_->textColor;
     if (hovering_) {
         color = settings_->hoverColor;
         LOGFONTW lf{};
-        if ((settings_->flags & Hyperlink_Settings::kUnderline) &&
-            GetObjectW(font ? font : GetStockObject(SYSTEM_FONT), sizeof(lf), &lf)) {
+        if ((settings_->flags & Hyperlink_Settings::kUnderline) && GetObjectW(font, sizeof(lf), &lf)) {
             lf.lfUnderline = 1;
             underlined.reset(CreateFontIndirectW(&lf));
             font = underlined.get();
@@ -264,7 +265,7 @@ void Hyperlink::Paint()
     FillRect(paint.get(), &client, background.get());
     SetTextColor(paint.get(), color);
     SetBkMode(paint.get(), TRANSPARENT);
-    SelectGuard selectFont(paint.get(), font ? static_cast<HGDIOBJ>(font) : GetStockObject(SYSTEM_FONT));
+    SelectGuard selectFont(paint.get(), font);
     TextOutW(paint.get(), 1, 0, text.data(), copied);
 }
 
