@@ -142,24 +142,21 @@ struct Key {
     static constexpr pointer invalid() noexcept { return nullptr; }
     static void close(pointer h) noexcept { RegCloseKey(h); }
 };
+// GDI objects and memory DCs are reported to the leak hook.
+struct GdiTracked {
+    static void track(HGDIOBJ h) noexcept
+    {
+        if (gdiOwnedHook)
+            gdiOwnedHook(h);
+    }
+};
 template <typename T>
-struct GdiObject {
+struct GdiObject : GdiTracked {
     using pointer = T;
     static constexpr pointer invalid() noexcept { return nullptr; }
     static void close(pointer h) noexcept { DeleteObject(h); }
-    static void track(pointer h) noexcept
-    {
-        if (gdiOwnedHook)
-            gdiOwnedHook(h);
-    }
 };
-struct MemoryDc : NullIsInvalid<HDC, DeleteDC> {
-    static void track(pointer h) noexcept
-    {
-        if (gdiOwnedHook)
-            gdiOwnedHook(h);
-    }
-};
+struct MemoryDc : NullIsInvalid<HDC, DeleteDC>, GdiTracked {};
 struct Menu : NullIsInvalid<HMENU, DestroyMenu> {};
 struct Icon : NullIsInvalid<HICON, DestroyIcon> {};
 struct Cursor : NullIsInvalid<HCURSOR, DestroyCursor> {};
