@@ -161,19 +161,19 @@ def strip(canvases):
     return out
 
 
-def disc(c, cx, cy, r, colour):
+def paint_where(c, inside, colour):
     for y in range(c.h):
         for x in range(c.w):
-            if (x - cx) ** 2 + (y - cy) ** 2 <= r * r:
+            if inside(x, y):
                 c.set(x, y, colour)
+
+
+def disc(c, cx, cy, r, colour):
+    paint_where(c, lambda x, y: (x - cx) ** 2 + (y - cy) ** 2 <= r * r, colour)
 
 
 def ring(c, cx, cy, r, colour):
-    for y in range(c.h):
-        for x in range(c.w):
-            d = ((x - cx) ** 2 + (y - cy) ** 2) ** 0.5
-            if r - 0.6 <= d <= r + 0.5:
-                c.set(x, y, colour)
+    paint_where(c, lambda x, y: r - 0.6 <= ((x - cx) ** 2 + (y - cy) ** 2) ** 0.5 <= r + 0.5, colour)
 
 
 def page(c, ink=(60, 60, 60)):
@@ -270,11 +270,8 @@ def support_image():
     c = Canvas(16, 16, KEY)
     red, white = (210, 40, 40), (255, 255, 255)
     disc(c, 7.5, 7.5, 7, white)
-    for y in range(16):
-        for x in range(16):
-            dx, dy = x - 7.5, y - 7.5
-            if (dx * dx + dy * dy) <= 49 and (dx * dy > 0):
-                c.set(x, y, red)
+    # the two opposite quarters where x and y lie on the same side of the centre
+    paint_where(c, lambda x, y: (x - 7.5) ** 2 + (y - 7.5) ** 2 <= 49 and (x - 7.5) * (y - 7.5) > 0, red)
     disc(c, 7.5, 7.5, 3, KEY)
     ring(c, 7.5, 7.5, 7, (90, 30, 30))
     ring(c, 7.5, 7.5, 3.2, (90, 30, 30))
@@ -313,8 +310,7 @@ def hand_cursor():
     # thumb
     c.line(2, 11, 5, 14, white); c.line(3, 11, 6, 14, white); c.line(2, 12, 5, 15, white)
     c.rect(7, 20, 16, 22, white)
-    outline = [(p[0], p[1]) for p in [(x, y) for y in range(32) for x in range(32)]
-               if c.px[p[1]][p[0]] == white]
+    outline = [(x, y) for y in range(32) for x in range(32) if c.px[y][x] == white]
     for x, y in outline:
         for nx, ny in ((x - 1, y), (x + 1, y), (x, y - 1), (x, y + 1)):
             if 0 <= nx < 32 and 0 <= ny < 32 and c.px[ny][nx] == KEY:
