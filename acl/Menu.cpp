@@ -539,13 +539,9 @@ int ACL_Menu::DeleteItem(UINT item, UINT flags, HMENU menu)
         return 0;
     if (!info.dwItemData)
         return 1;
-    const auto found = std::find_if(items_.begin(), items_.end(), [&](const auto& record) {
-        return reinterpret_cast<ULONG_PTR>(record.get()) == info.dwItemData;
-    });
-    if (found == items_.end())
-        return 0;
-    items_.erase(found);
-    return 1;
+    const auto freed = std::erase_if(
+        items_, [&](const auto& record) { return reinterpret_cast<ULONG_PTR>(record.get()) == info.dwItemData; });
+    return freed ? 1 : 0;
 }
 
 DWORD ACL_Menu::MeasureItem(MEASUREITEMSTRUCT& mis)
