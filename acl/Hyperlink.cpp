@@ -58,7 +58,6 @@ DWORD SubclassControlBase::Attach(HWND control, LONG_PTR addStyle)
         return GetLastError();
     previousProc_ = previous;
     window_ = control;
-    attached_ = true;
     return ERROR_SUCCESS;
 }
 
@@ -75,7 +74,6 @@ bool SubclassControlBase::Unsubclass()
     SetWindowLongPtrW(window_, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(previousProc_));
     RemovePropW(window_, g_propertyName);
     previousProc_ = nullptr;
-    attached_ = false;
     if (InterlockedDecrement(&g_userCount) == 0) {
         // GlobalDeleteAtom answers 0 on success, so the next Attach adds it again.
         g_atom = GlobalDeleteAtom(g_atom);

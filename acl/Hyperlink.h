@@ -25,7 +25,7 @@ public:
     virtual ~SubclassControlBase();
     virtual LRESULT WindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) = 0;
 
-    bool attached() const { return attached_; }
+    bool attached() const { return previousProc_ != nullptr; }
     HWND window() const { return window_; }
     WNDPROC previousProc() const { return previousProc_; }
 
@@ -42,7 +42,6 @@ protected:
     LRESULT CallPrevious(HWND window, UINT message, WPARAM wParam, LPARAM lParam) const;
 
 private:
-    bool attached_ = false;
     HWND window_ = nullptr;
     WNDPROC previousProc_ = nullptr;
 };
