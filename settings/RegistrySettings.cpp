@@ -119,11 +119,7 @@ DWORD RegistrySettings::ReadText(const wchar_t* name, const wchar_t* defaultText
                                  std::unique_ptr<wchar_t[]>& text) const
 {
     DWORD size = 0;
-    DWORD status = Query(primary_.get(), name, nullptr, &size);
-    if (status != ERROR_SUCCESS && fallback_) {
-        size = 0;
-        status = Query(fallback_.get(), name, nullptr, &size);
-    }
+    DWORD status = QueryValue(name, 0, nullptr, &size);
     if (status == ERROR_SUCCESS) {
         // One character more than the value holds, zeroed: a stored string
         // without its terminator (or of an odd size) still ends.
