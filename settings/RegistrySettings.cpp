@@ -6,12 +6,10 @@
 namespace acl {
 namespace {
 
+// Zeroed, with room for a terminator.
 std::unique_ptr<wchar_t[]> AllocateText(size_t characters)
 {
-    std::unique_ptr<wchar_t[]> text(new (std::nothrow) wchar_t[characters + 1]);
-    if (text)
-        std::memset(text.get(), 0, (characters + 1) * sizeof(wchar_t));
-    return text;
+    return std::unique_ptr<wchar_t[]>(new (std::nothrow) wchar_t[characters + 1]());
 }
 
 std::unique_ptr<wchar_t[]> CopyText(const wchar_t* source)
