@@ -29,10 +29,7 @@ HRESULT RunActionBase::CloneParams(void** copy, const void* source)
     if (!source)
         return S_OK;
     try {
-        std::unique_ptr<RunParams> block(new (std::nothrow) RunParams(*AsRunParams(source)));
-        if (!block)
-            return E_OUTOFMEMORY;
-        *copy = block.release();
+        *copy = new RunParams(*AsRunParams(source));
         return S_OK;
     } catch (const std::bad_alloc&) {
         return E_OUTOFMEMORY;
@@ -58,9 +55,7 @@ HRESULT RunActionBase::LoadParams(IXMLDOMDocument*, IXMLDOMNode* node, void** pa
     if (FAILED(hr))
         return hr;
     try {
-        std::unique_ptr<RunParams> block(new (std::nothrow) RunParams);
-        if (!block)
-            return E_OUTOFMEMORY;
+        auto block = std::make_unique<RunParams>();
         // An absent attribute is read as an empty text, never as an absent one.
         if (GetTextAttribute(element.get(), L"Path", block->path) != S_OK)
             block->path.emplace();

@@ -353,14 +353,14 @@ DWORD SaveConfiguration(const wchar_t* path, const FolderList& folders, Configur
 {
     ConfigDocument document;
     document.NewDocument();
+    if (!document.HasDocument())
+        return ERROR_CONFIG_NOT_SAVED;
     // One folder that fails to write does not keep the others out of the file.
-    if (document.HasDocument()) {
-        for (const auto& entry : folders) {
-            if (entry)
-                document.AddFolder(*entry);
-        }
+    for (const auto& entry : folders) {
+        if (entry)
+            document.AddFolder(*entry);
     }
-    if (!document.HasDocument() || document.SaveToFile(path) != S_OK)
+    if (document.SaveToFile(path) != S_OK)
         return ERROR_CONFIG_NOT_SAVED;
     if (owner)
         owner->OnConfigurationSaved();

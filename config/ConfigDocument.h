@@ -23,7 +23,6 @@ public:
     ConfigDocument& operator=(const ConfigDocument&) = delete;
     virtual ~ConfigDocument() = default;
 
-    void SetRegistry(const ActionKindRegistry* registry) { registry_ = registry; }
     bool HasDocument() const { return static_cast<bool>(document_); }
 
     HRESULT NewDocument();

@@ -22,14 +22,6 @@ std::uint64_t TruncateToUnsigned(double value)
     return std::uint64_t{1} << 63;
 }
 
-void ResetLimit(SizeLimit& limit)
-{
-    limit.msg.reset();
-    limit.value = 0.0;
-    limit.units = SizeUnit_B;
-    limit.bytes = 0;
-}
-
 bool SameLimitNumbers(const SizeLimit& a, const SizeLimit& b)
 {
     return a.value == b.value && a.units == b.units;
@@ -79,8 +71,8 @@ void FolderEntry::Reset()
 {
     path.reset();
     flags = 0;
-    ResetLimit(min);
-    ResetLimit(max);
+    min = {};
+    max = {};
     for (ActionSlot& slot : actions) {
         if (slot.kind)
             slot.kind->FreeParams(slot.params);

@@ -6,12 +6,10 @@
 namespace acl {
 namespace {
 
+// Zeroed, with room for a terminator.
 std::unique_ptr<wchar_t[]> AllocateText(size_t characters)
 {
-    std::unique_ptr<wchar_t[]> text(new (std::nothrow) wchar_t[characters + 1]);
-    if (text)
-        std::memset(text.get(), 0, (characters + 1) * sizeof(wchar_t));
-    return text;
+    return std::unique_ptr<wchar_t[]>(new (std::nothrow) wchar_t[characters + 1]());
 }
 
 std::unique_ptr<wchar_t[]> CopyText(const wchar_t* source)
@@ -119,11 +117,7 @@ DWORD RegistrySettings::ReadText(const wchar_t* name, const wchar_t* defaultText
                                  std::unique_ptr<wchar_t[]>& text) const
 {
     DWORD size = 0;
-    DWORD status = Query(primary_.get(), name, nullptr, &size);
-    if (status != ERROR_SUCCESS && fallback_) {
-        size = 0;
-        status = Query(fallback_.get(), name, nullptr, &size);
-    }
+    DWORD status = QueryValue(name, 0, nullptr, &size);
     if (status == ERROR_SUCCESS) {
         // One character more than the value holds, zeroed: a stored string
         // without its terminator (or of an odd size) still ends.

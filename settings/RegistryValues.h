@@ -46,9 +46,4 @@ inline constexpr Value kColSortingMode{kSettingsKey, L"ColSortingMode", REG_DWOR
 inline constexpr Value kLogFile{kAddToLogKey, L"LogFile", REG_SZ, 0, WhenMissing::DefaultLogPath, 0};
 inline constexpr Value kStartWithWindows{kRunKey, L"Kestrune", REG_SZ, 0, WhenMissing::NotStartingWatcher, 0};
 
-inline constexpr const Value* kAllValues[] = {
-    &kDisableAlertOnStartup, &kWindowPlacement, &kColWidthFolder, &kColWidthMin,  &kColWidthMax, &kColWidthSize,
-    &kColWidthAction,        &kColWidthPath,    &kColSorting,     &kColSortingMode, &kLogFile,    &kStartWithWindows,
-};
-
 } // namespace krn::registry

@@ -1,6 +1,7 @@
 #include "settings/WindowPlacementStore.h"
 
 #include "acl/Handles.h"
+#include "settings/RegistryValues.h"
 
 #include <algorithm>
 #include <cstring>
@@ -8,8 +9,6 @@
 
 namespace krn {
 namespace {
-
-constexpr wchar_t kSavedValueName[] = L"WDP";
 
 std::unique_ptr<wchar_t[]> CopyPath(const wchar_t* path)
 {
@@ -88,7 +87,7 @@ DWORD WindowPlacementStore::SavePlacement(HWND window) const
         RegCreateKeyExW(root_, subkey_.get(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, key.put(), nullptr);
     if (status != ERROR_SUCCESS)
         return static_cast<DWORD>(status);
-    return static_cast<DWORD>(RegSetValueExW(key.get(), kSavedValueName, 0, REG_BINARY,
+    return static_cast<DWORD>(RegSetValueExW(key.get(), registry::kWindowPlacement.name, 0, REG_BINARY,
                                              reinterpret_cast<const BYTE*>(&placement), sizeof placement));
 }
 

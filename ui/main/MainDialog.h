@@ -35,8 +35,6 @@ public:
 
     // Unsaved changes; enables the Apply button to match.
     void SetModified(bool modified);
-    bool modified() const { return modified_; }
-    bool commandLineMode() const { return commandLineMode_; }
 
 protected:
     std::optional<LRESULT> OnMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
