@@ -50,7 +50,7 @@ int RunActionBase::CompareParams(const void* left, const void* right)
 HRESULT RunActionBase::LoadParams(IXMLDOMDocument*, IXMLDOMNode* node, void** params)
 {
     *params = nullptr;
-    acl::com_ptr<IXMLDOMElement> element;
+    base::com_ptr<IXMLDOMElement> element;
     HRESULT hr = QueryElement(node, element);
     if (FAILED(hr))
         return hr;

@@ -1,6 +1,6 @@
 #include "app/CrashReporter.h"
 
-#include "acl/Handles.h"
+#include "base/Handles.h"
 
 #include <dbghelp.h>
 #include <shlobj.h>
@@ -79,7 +79,7 @@ LONG WINAPI CrashReporter::ExceptionFilter(EXCEPTION_POINTERS* exception) noexce
     {
         // A file that cannot be created still leads to the message; the dump
         // call then fails.
-        acl::unique_file file(
+        base::unique_file file(
             CreateFileW(path, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
         writeDump(GetCurrentProcess(), GetCurrentProcessId(), file.get(), MiniDumpNormal,
                   exception ? &info : nullptr, nullptr, nullptr);

@@ -1,6 +1,7 @@
 #include "app/Startup.h"
 
-#include "acl/Handles.h"
+#include "base/Com.h"
+#include "base/Handles.h"
 #include "app/AppModule.h"
 #include "app/CrashReporter.h"
 #include "app/MessageLoop.h"
@@ -37,13 +38,13 @@ bool BringOtherCopyToFront(HANDLE startupMutex, DWORD createError)
 int ProgramMain(HINSTANCE instance, const wchar_t* commandTail, int show)
 {
     InstallCrashReporting();
-    acl::unique_kernel_handle startupMutex(CreateMutexW(nullptr, FALSE, kStartupMutexName));
+    base::unique_kernel_handle startupMutex(CreateMutexW(nullptr, FALSE, kStartupMutexName));
     const DWORD createError = GetLastError();
     if (BringOtherCopyToFront(startupMutex.get(), createError))
         return 1;  // before OLE: the other copy does the work
     int result;
     {
-        acl::OleInit ole;
+        base::OleInit ole;
         INITCOMMONCONTROLSEX controls{sizeof controls, ICC_BAR_CLASSES};
         InitCommonControlsEx(&controls);
         AppModule& module = Module();

@@ -54,7 +54,7 @@ krn::FolderList MakeFolders(const krn::ActionKindRegistry& kinds, int count)
 int wmain(int argc, wchar_t** argv)
 {
     const int count = argc > 1 ? _wtoi(argv[1]) : 10000;
-    acl::OleInit ole;
+    base::OleInit ole;
     krn::ActionKindRegistry kinds;
     krn::AddStandardKinds(kinds, GetModuleHandleW(nullptr));
     const krn::FolderList folders = MakeFolders(kinds, count);
@@ -75,10 +75,10 @@ int wmain(int argc, wchar_t** argv)
     });
     HRESULT parseStatus = S_OK;
     const double parse = BestOf(runs, [&] {
-        acl::com_ptr<IXMLDOMDocument> document;
+        base::com_ptr<IXMLDOMDocument> document;
         krn::CreateDomDocument(document);
         document->put_async(VARIANT_FALSE);
-        acl::unique_variant source;
+        base::unique_variant source;
         krn::SetStringVariant(source, path);
         VARIANT_BOOL loaded = VARIANT_FALSE;
         parseStatus = document->load(source.get(), &loaded);

@@ -16,15 +16,15 @@ constexpr wchar_t kNewDocumentText[] =
     L"<?xml version=\"1.0\" encoding=\"utf-8\"?><Configuration><Settings/><Folders/></Configuration>";
 constexpr wchar_t kConfigVersion[] = L"1.3";
 
-HRESULT SelectNode(IXMLDOMNode* from, const wchar_t* path, acl::com_ptr<IXMLDOMNode>& node)
+HRESULT SelectNode(IXMLDOMNode* from, const wchar_t* path, base::com_ptr<IXMLDOMNode>& node)
 {
     return from->selectSingleNode(MakeBstr(path).get(), node.put());
 }
 
 // The element behind the node a list call has just fetched: the call's own
 // status when it gave none, S_FALSE for a null node.
-HRESULT ElementOfFetched(HRESULT fetched, const acl::com_ptr<IXMLDOMNode>& node,
-                         acl::com_ptr<IXMLDOMElement>& element)
+HRESULT ElementOfFetched(HRESULT fetched, const base::com_ptr<IXMLDOMNode>& node,
+                         base::com_ptr<IXMLDOMElement>& element)
 {
     if (fetched != S_OK)
         return fetched;
@@ -146,11 +146,11 @@ HRESULT ConfigDocument::NewDocument()
     HRESULT hr = document_->loadXML(MakeBstr(kNewDocumentText).get(), &loaded);
     if (hr != S_OK)
         return hr;
-    acl::com_ptr<IXMLDOMNode> settings;
+    base::com_ptr<IXMLDOMNode> settings;
     hr = SelectNode(document_.get(), L"Configuration/Settings", settings);
     if (hr != S_OK)
         return hr;
-    acl::com_ptr<IXMLDOMElement> version;
+    base::com_ptr<IXMLDOMElement> version;
     hr = CreateElement(document_.get(), L"ConfigVersion", version);
     if (hr == S_OK)
         hr = SetTextAttribute(version.get(), L"Version", OptionalText(kConfigVersion));
@@ -163,11 +163,11 @@ HRESULT ConfigDocument::AddFolder(const FolderEntry& entry)
 {
     if (!document_)
         return E_POINTER;
-    acl::com_ptr<IXMLDOMNode> folders;
+    base::com_ptr<IXMLDOMNode> folders;
     HRESULT hr = SelectNode(document_.get(), L"Configuration/Folders", folders);
     if (hr != S_OK)
         return hr;
-    acl::com_ptr<IXMLDOMElement> folder;
+    base::com_ptr<IXMLDOMElement> folder;
     hr = CreateElement(document_.get(), L"Folder", folder);
     if (hr == S_OK)
         hr = SetTextAttribute(folder.get(), L"Path", entry.path);
@@ -185,7 +185,7 @@ HRESULT ConfigDocument::AddFolder(const FolderEntry& entry)
 
 HRESULT ConfigDocument::AddLimit(IXMLDOMElement* folder, const wchar_t* name, const SizeLimit& limit)
 {
-    acl::com_ptr<IXMLDOMElement> element;
+    base::com_ptr<IXMLDOMElement> element;
     HRESULT hr = CreateElement(document_.get(), name, element);
     if (hr == S_OK)
         hr = SetTextAttribute(element.get(), L"Value", FormatLimitValue(limit.value));
@@ -202,14 +202,14 @@ HRESULT ConfigDocument::AddLimit(IXMLDOMElement* folder, const wchar_t* name, co
 
 HRESULT ConfigDocument::AddActions(IXMLDOMElement* folder, const std::vector<ActionSlot>& slots)
 {
-    acl::com_ptr<IXMLDOMElement> actions;
+    base::com_ptr<IXMLDOMElement> actions;
     HRESULT hr = CreateElement(document_.get(), L"Actions", actions);
     if (hr == S_OK)
         hr = AppendChild(folder, actions.get());
     for (auto slot = slots.begin(); hr == S_OK && slot != slots.end(); ++slot) {
         if (!slot->kind)
             continue;  // nothing to name it by
-        acl::com_ptr<IXMLDOMElement> element;
+        base::com_ptr<IXMLDOMElement> element;
         hr = CreateElement(document_.get(), slot->kind->tag.c_str(), element);
         if (hr == S_OK)
             hr = slot->kind->SaveParams(slot->params, document_.get(), actions.get(), element.get());
@@ -223,7 +223,7 @@ HRESULT ConfigDocument::SaveToFile(const wchar_t* path)
 {
     if (!document_)
         return E_POINTER;
-    acl::unique_variant target;
+    base::unique_variant target;
     SetStringVariant(target, path ? path : L"");
     const HRESULT hr = document_->save(target.get());
     if (hr == S_OK)
@@ -239,7 +239,7 @@ HRESULT ConfigDocument::Load(const wchar_t* path)
         return hr;
     // The load must be complete when the call returns.
     document_->put_async(VARIANT_FALSE);
-    acl::unique_variant source;
+    base::unique_variant source;
     SetStringVariant(source, path ? path : L"");
     VARIANT_BOOL loaded = VARIANT_FALSE;
     hr = document_->load(source.get(), &loaded);
@@ -257,18 +257,18 @@ HRESULT ConfigDocument::Load(const wchar_t* path)
 // A file without a version is read; one with another version is not.
 HRESULT ConfigDocument::CheckVersion()
 {
-    acl::com_ptr<IXMLDOMNodeList> list;
+    base::com_ptr<IXMLDOMNodeList> list;
     HRESULT hr = document_->getElementsByTagName(MakeBstr(L"ConfigVersion").get(), list.put());
     if (hr != S_OK)
         return hr;
-    acl::com_ptr<IXMLDOMNode> node;
-    acl::com_ptr<IXMLDOMElement> element;
+    base::com_ptr<IXMLDOMNode> node;
+    base::com_ptr<IXMLDOMElement> element;
     hr = ElementOfFetched(list->get_item(0, node.put()), node, element);
     if (hr != S_OK)
         return hr;
-    acl::unique_variant version;
+    base::unique_variant version;
     element->getAttribute(MakeBstr(L"Version").get(), version.put());
-    acl::unique_variant expected;
+    base::unique_variant expected;
     SetStringVariant(expected, kConfigVersion);
     const HRESULT order = VarCmp(&version.get(), &expected.get(), LOCALE_USER_DEFAULT, 0);
     return order == VARCMP_LT || order == VARCMP_GT ? E_ABORT : S_OK;
@@ -279,8 +279,8 @@ HRESULT ConfigDocument::ReadNextFolder(FolderEntry& entry)
     if (!document_ || !folders_)
         return E_ABORT;
     entry.Reset();
-    acl::com_ptr<IXMLDOMNode> node;
-    acl::com_ptr<IXMLDOMElement> folder;
+    base::com_ptr<IXMLDOMNode> node;
+    base::com_ptr<IXMLDOMElement> folder;
     HRESULT hr = ElementOfFetched(folders_->nextNode(node.put()), node, folder);
     if (hr != S_OK)
         return hr;
@@ -294,7 +294,7 @@ HRESULT ConfigDocument::ReadNextFolder(FolderEntry& entry)
         return hr;
     // The writer always gives a folder its Actions: a folder without them ends
     // the load, this one and all after it.
-    acl::com_ptr<IXMLDOMNode> actions;
+    base::com_ptr<IXMLDOMNode> actions;
     hr = SelectNode(folder.get(), L"Actions", actions);
     if (hr != S_OK)
         return hr;
@@ -306,10 +306,10 @@ HRESULT ConfigDocument::ReadNextFolder(FolderEntry& entry)
 HRESULT ConfigDocument::ReadLimit(IXMLDOMElement* folder, const wchar_t* name, std::uint32_t flag, SizeLimit& limit,
                                   std::uint32_t& flags)
 {
-    acl::com_ptr<IXMLDOMNode> node;
+    base::com_ptr<IXMLDOMNode> node;
     if (SelectNode(folder, name, node) != S_OK)
         return S_OK;
-    acl::com_ptr<IXMLDOMElement> element;
+    base::com_ptr<IXMLDOMElement> element;
     const HRESULT hr = QueryElement(node.get(), element);
     if (FAILED(hr))
         return hr;
@@ -327,17 +327,17 @@ HRESULT ConfigDocument::ReadLimit(IXMLDOMElement* folder, const wchar_t* name, s
 // slots whose parameters do not load.
 void ConfigDocument::ReadActions(IXMLDOMNode* actions, FolderEntry& entry)
 {
-    acl::com_ptr<IXMLDOMNode> child;
+    base::com_ptr<IXMLDOMNode> child;
     HRESULT hr = actions->get_firstChild(child.put());
     while (hr == S_OK && child) {
-        acl::unique_bstr name;
+        base::unique_bstr name;
         Action* kind = nullptr;
         if (child->get_nodeName(name.put()) == S_OK && registry_)
             kind = registry_->FindKindByTag(name.get());
         void* params = nullptr;
         if (kind && kind->LoadParams(document_.get(), child.get(), &params) == S_OK)
             entry.actions.push_back(ActionSlot{params, kind});
-        acl::com_ptr<IXMLDOMNode> next;
+        base::com_ptr<IXMLDOMNode> next;
         hr = child->get_nextSibling(next.put());
         child = std::move(next);
     }

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "acl/Handles.h"
+#include "base/Com.h"
 #include "config/Configuration.h"
 
 namespace krn {
@@ -45,8 +45,8 @@ private:
     void ReadActions(IXMLDOMNode* actions, FolderEntry& entry);
 
     const ActionKindRegistry* registry_;
-    acl::com_ptr<IXMLDOMDocument> document_;
-    acl::com_ptr<IXMLDOMNodeList> folders_;  // declared last: released first
+    base::com_ptr<IXMLDOMDocument> document_;
+    base::com_ptr<IXMLDOMNodeList> folders_;  // declared last: released first
 };
 
 // "Value" as plain decimal text that reads back to the same double in every

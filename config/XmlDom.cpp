@@ -4,28 +4,28 @@
 
 namespace krn {
 
-HRESULT CreateDomDocument(acl::com_ptr<IXMLDOMDocument>& document)
+HRESULT CreateDomDocument(base::com_ptr<IXMLDOMDocument>& document)
 {
     return CoCreateInstance(kClsidDomDocument, nullptr, CLSCTX_ALL, kIidXmlDomDocument, document.put_void());
 }
 
-acl::unique_bstr MakeBstr(std::wstring_view text)
+base::unique_bstr MakeBstr(std::wstring_view text)
 {
-    acl::unique_bstr result(text.data(), static_cast<UINT>(text.size()));
+    base::unique_bstr result(text.data(), static_cast<UINT>(text.size()));
     if (!result)
         throw std::bad_alloc();
     return result;
 }
 
-void SetStringVariant(acl::unique_variant& value, std::wstring_view text)
+void SetStringVariant(base::unique_variant& value, std::wstring_view text)
 {
-    acl::unique_bstr string = MakeBstr(text);
+    base::unique_bstr string = MakeBstr(text);
     VARIANT* v = value.put();
     v->vt = VT_BSTR;
     v->bstrVal = string.release();
 }
 
-HRESULT QueryElement(IUnknown* node, acl::com_ptr<IXMLDOMElement>& element)
+HRESULT QueryElement(IUnknown* node, base::com_ptr<IXMLDOMElement>& element)
 {
     if (!node)
         return E_POINTER;
@@ -34,14 +34,14 @@ HRESULT QueryElement(IUnknown* node, acl::com_ptr<IXMLDOMElement>& element)
 
 HRESULT SetTextAttribute(IXMLDOMElement* element, const wchar_t* name, const OptionalText& text)
 {
-    acl::unique_variant value;
+    base::unique_variant value;
     SetStringVariant(value, text ? std::wstring_view(*text) : std::wstring_view());
     return element->setAttribute(MakeBstr(name).get(), value.get());
 }
 
 HRESULT GetTextAttribute(IXMLDOMElement* element, const wchar_t* name, OptionalText& text)
 {
-    acl::unique_variant value;
+    base::unique_variant value;
     const HRESULT hr = element->getAttribute(MakeBstr(name).get(), value.put());
     if (hr != S_OK)
         return hr;
@@ -52,14 +52,14 @@ HRESULT GetTextAttribute(IXMLDOMElement* element, const wchar_t* name, OptionalT
     return S_OK;
 }
 
-HRESULT CreateElement(IXMLDOMDocument* document, const wchar_t* name, acl::com_ptr<IXMLDOMElement>& element)
+HRESULT CreateElement(IXMLDOMDocument* document, const wchar_t* name, base::com_ptr<IXMLDOMElement>& element)
 {
     return document->createElement(MakeBstr(name).get(), element.put());
 }
 
 HRESULT AppendChild(IXMLDOMNode* parent, IXMLDOMNode* child)
 {
-    acl::com_ptr<IXMLDOMNode> added;
+    base::com_ptr<IXMLDOMNode> added;
     return parent->appendChild(child, added.put());
 }
 

@@ -1,6 +1,6 @@
 #include "settings/HelpLauncher.h"
 
-#include "acl/Handles.h"
+#include "base/Handles.h"
 
 #include <strsafe.h>
 
@@ -32,7 +32,7 @@ const wchar_t* PageSuffix(HelpPage page)
 HMODULE HelpEntry::LoadControl() const
 {
     HMODULE module = nullptr;
-    acl::unique_hkey key;
+    base::unique_hkey key;
     if (RegOpenKeyExA(HKEY_CLASSES_ROOT, classKeyPath_, 0, KEY_READ, key.put()) == ERROR_SUCCESS) {
         char path[MAX_PATH] = {};
         DWORD size = sizeof path - 1;

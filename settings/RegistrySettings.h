@@ -2,7 +2,7 @@
 // Objects are short-lived: open a key, move a few values, let it go.
 #pragma once
 
-#include "acl/Handles.h"
+#include "base/Handles.h"
 
 #include <windows.h>
 
@@ -37,8 +37,8 @@ public:
 protected:
     // Writes go to the primary key; reads try it first, then the fallback key,
     // which Open never fills but the readers honour whenever it is set.
-    unique_hkey primary_;
-    unique_hkey fallback_;
+    base::unique_hkey primary_;
+    base::unique_hkey fallback_;
     DWORD options_ = 0;
 
 private:

@@ -1,6 +1,6 @@
 #include "settings/WindowPlacementStore.h"
 
-#include "acl/Handles.h"
+#include "base/Handles.h"
 #include "settings/RegistryValues.h"
 
 #include <algorithm>
@@ -82,7 +82,7 @@ DWORD WindowPlacementStore::SavePlacement(HWND window) const
     WINDOWPLACEMENT placement{};
     placement.length = sizeof placement;
     GetWindowPlacement(window, &placement);
-    acl::unique_hkey key;
+    base::unique_hkey key;
     const LSTATUS status =
         RegCreateKeyExW(root_, subkey_.get(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, key.put(), nullptr);
     if (status != ERROR_SUCCESS)
@@ -99,7 +99,7 @@ DWORD WindowPlacementStore::Read(const wchar_t* valueName, bool clamp, Stored* s
     stored->full.length = sizeof stored->full;
     stored->size = sizeof stored->full;
     {
-        acl::unique_hkey key;
+        base::unique_hkey key;
         LSTATUS status = RegOpenKeyExW(root_, subkey_.get(), 0, KEY_ALL_ACCESS, key.put());
         if (status != ERROR_SUCCESS)
             return static_cast<DWORD>(status);

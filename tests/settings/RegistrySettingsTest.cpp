@@ -78,7 +78,7 @@ TEST_F(RegistrySettingsTest, TextRoundTripsAndAnExistingValueWinsEvenWhenEmpty)
 {
     RegDeleteTreeW(HKEY_CURRENT_USER, L"SOFTWARE\\Norlath");
     ASSERT_EQ(settings.Open(HKEY_CURRENT_USER, kSubkey, KEY_READ), 0u);
-    acl::unique_hkey created;
+    base::unique_hkey created;
     EXPECT_EQ(RegOpenKeyExW(HKEY_CURRENT_USER, kSubkey, 0, KEY_READ, created.put()), ERROR_SUCCESS) << "not created";
     const struct {
         std::string stored;  // "-": no value
