@@ -60,9 +60,6 @@ std::optional<LRESULT> MainDialog::OnMessage(UINT message, WPARAM wParam, LPARAM
     case WM_COMMAND:
         OnCommand(LOWORD(wParam), HIWORD(wParam), reinterpret_cast<HWND>(lParam));
         return 0;
-    case WM_DESTROY:
-        OnDestroy();
-        return std::nullopt;
     }
     return std::nullopt;
 }
@@ -72,10 +69,7 @@ BOOL MainDialog::OnInitDialog()
     SetWindowTextW(window(), kMainWindowTitle);
     CrashReporter::SetOwnerWindow(window());
     SetIcons();
-    if (MessageLoop* loop = Module().GetMessageLoop()) {
-        loop->AddMessageFilter(this);
-        loop->AddIdleHandler(this);
-    }
+    JoinMessageLoop(Module().GetMessageLoop(), this, this);
     SetModified(false);
     if (commandLinePath_) {
         // Command-line mode: the window is never shown and keeps no placement.
@@ -83,14 +77,6 @@ BOOL MainDialog::OnInitDialog()
         commandLinePath_.reset();
     }
     return TRUE;
-}
-
-void MainDialog::OnDestroy()
-{
-    if (MessageLoop* loop = Module().GetMessageLoop()) {
-        loop->RemoveMessageFilter(this);
-        loop->RemoveIdleHandler(this);
-    }
 }
 
 void MainDialog::SetIcons()

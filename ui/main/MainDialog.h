@@ -5,7 +5,7 @@
 #pragma once
 
 #include "acl/Handles.h"
-#include "app/DialogBase.h"
+#include "ui/DialogBase.h"
 #include "app/MessageLoop.h"
 
 #include <optional>
@@ -41,7 +41,6 @@ protected:
 
 private:
     BOOL OnInitDialog();
-    void OnDestroy();
     void OnCommand(UINT id, UINT code, HWND control);
     void OnOK();
     void OnClose(UINT id);

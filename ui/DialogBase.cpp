@@ -1,4 +1,4 @@
-#include "app/DialogBase.h"
+#include "ui/DialogBase.h"
 
 namespace krn {
 namespace {
@@ -27,15 +27,43 @@ bool ReturnsDirectly(UINT message)
 
 } // namespace
 
-// A derived dialog destroys its window in its own destructor when it wants to
-// see the last messages; by the time this runs only the base is left, so the
-// window is cut loose first.
+// By the time this runs only the base is left: the loop must not reach the
+// derived parts any more, and the window is cut loose before it goes, since
+// its last messages could only reach a half-destroyed object.
 DialogBase::~DialogBase()
 {
+    LeaveMessageLoop();
     if (window_ && IsWindow(window_)) {
         SetWindowLongPtrW(window_, DWLP_USER, 0);
         DestroyWindow(window_);
     }
+}
+
+void DialogBase::JoinMessageLoop(MessageLoop* loop, MessageFilter* filter, IdleHandler* idle)
+{
+    LeaveMessageLoop();
+    if (!loop)
+        return;
+    if (filter)
+        loop->AddMessageFilter(filter);
+    if (idle)
+        loop->AddIdleHandler(idle);
+    loop_ = loop;
+    filter_ = filter;
+    idle_ = idle;
+}
+
+void DialogBase::LeaveMessageLoop() noexcept
+{
+    if (!loop_)
+        return;
+    if (filter_)
+        loop_->RemoveMessageFilter(filter_);
+    if (idle_)
+        loop_->RemoveIdleHandler(idle_);
+    loop_ = nullptr;
+    filter_ = nullptr;
+    idle_ = nullptr;
 }
 
 HWND DialogBase::CreateModeless(UINT resourceId, HWND owner)
@@ -81,6 +109,7 @@ INT_PTR DialogBase::Dispatch(UINT message, WPARAM wParam, LPARAM lParam)
     HWND window = window_;
     const std::optional<LRESULT> result = OnMessage(message, wParam, lParam);
     if (message == WM_NCDESTROY) {
+        LeaveMessageLoop();
         SetWindowLongPtrW(window, DWLP_USER, 0);
         window_ = nullptr;
     }

@@ -1,10 +1,12 @@
 // Binding dialog objects to their windows, modal and modeless, from the very
 // first message on, and the two ways a dialog procedure returns a result.
 #include "app/AppModule.h"
-#include "app/DialogBase.h"
+#include "ui/DialogBase.h"
 
 #include <gtest/gtest.h>
 
+#include <cstring>
+#include <new>
 #include <vector>
 
 namespace {
@@ -71,6 +73,55 @@ TEST(DialogBase, ModalObjectIsBoundAndAFailedCreationLeavesNoBindingBehind)
     EXPECT_EQ(dialog.messages.front(), static_cast<UINT>(WM_SETFONT));
     EXPECT_EQ(dialog.messages.back(), static_cast<UINT>(WM_NCDESTROY));
     EXPECT_TRUE(missing.messages.empty());
+}
+
+// Joins the loop as its filter and leaves its window for the base to destroy.
+class ForgetfulDialog : public krn::DialogBase, public krn::MessageFilter {
+public:
+    explicit ForgetfulDialog(krn::MessageLoop* loop) : loop_(loop) {}
+    bool PreTranslateMessage(MSG*) override
+    {
+        ++filtered;
+        return false;
+    }
+    int filtered = 0;
+
+protected:
+    std::optional<LRESULT> OnMessage(UINT message, WPARAM, LPARAM) override
+    {
+        if (message == WM_INITDIALOG) {
+            JoinMessageLoop(loop_, this, nullptr);
+            return TRUE;
+        }
+        return std::nullopt;
+    }
+
+private:
+    krn::MessageLoop* loop_;
+};
+
+int RunLoopOnce(krn::MessageLoop& loop, int quitCode)
+{
+    PostThreadMessageW(GetCurrentThreadId(), WM_APP, 0, 0);
+    PostQuitMessage(quitCode);
+    return loop.Run();
+}
+
+TEST(DialogBase, ObjectThatNeverDestroysItsWindowLeavesNoFilterInTheLoop)
+{
+    krn::MessageLoop loop;
+    alignas(ForgetfulDialog) unsigned char storage[sizeof(ForgetfulDialog)];
+    auto* dialog = new (storage) ForgetfulDialog(&loop);
+    const HWND window = dialog->CreateModeless(kTemplate, nullptr);
+    ASSERT_TRUE(window);
+    EXPECT_EQ(RunLoopOnce(loop, 7), 7);
+    EXPECT_GE(dialog->filtered, 1) << "the filter sees the loop's messages";
+
+    dialog->~ForgetfulDialog();
+    // A filter left behind would now be called through a zeroed object.
+    std::memset(storage, 0, sizeof storage);
+    EXPECT_FALSE(IsWindow(window));
+    EXPECT_EQ(RunLoopOnce(loop, 9), 9);
 }
 
 } // namespace

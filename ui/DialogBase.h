@@ -3,6 +3,7 @@
 #pragma once
 
 #include "app/AppModule.h"
+#include "app/MessageLoop.h"
 
 #include <windows.h>
 
@@ -15,7 +16,9 @@ public:
     DialogBase() = default;
     DialogBase(const DialogBase&) = delete;
     DialogBase& operator=(const DialogBase&) = delete;
-    // Destroys the window if it still exists.
+    // Leaves the message loop, then destroys the window if it still exists. A
+    // derived dialog that wants to see its own WM_DESTROY destroys the window
+    // in its own destructor; this one only makes sure nothing is left behind.
     virtual ~DialogBase();
 
     // A modeless dialog from the module's template `resourceId`; null on failure.
@@ -26,6 +29,11 @@ public:
     HWND window() const { return window_; }
 
 protected:
+    // Makes `filter` and `idle` (either may be null) part of `loop` until the
+    // window is destroyed or the object goes, whichever comes first, so the
+    // loop never calls into a dialog that is gone.
+    void JoinMessageLoop(MessageLoop* loop, MessageFilter* filter, IdleHandler* idle);
+
     // The dialog's message map. nullopt leaves the message to the dialog
     // manager; a value is the message's result, delivered the way the message
     // needs it (returned directly or through DWLP_MSGRESULT).
@@ -37,9 +45,13 @@ private:
     static INT_PTR CALLBACK StartDialogProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) noexcept;
     static INT_PTR CALLBACK RouteDialogProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) noexcept;
     INT_PTR Dispatch(UINT message, WPARAM wParam, LPARAM lParam);
+    void LeaveMessageLoop() noexcept;
 
     HWND window_ = nullptr;
     PendingBinding binding_;
+    MessageLoop* loop_ = nullptr;
+    MessageFilter* filter_ = nullptr;
+    IdleHandler* idle_ = nullptr;
 };
 
 } // namespace krn
