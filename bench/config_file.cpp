@@ -12,6 +12,7 @@
 #include <string>
 
 #include "actions/RunAction.h"
+#include "actions/StandardKinds.h"
 #include "config/ConfigDocument.h"
 #include "config/XmlDom.h"
 

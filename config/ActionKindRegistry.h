@@ -35,9 +35,4 @@ private:
     std::vector<std::unique_ptr<Action>> kinds_;
 };
 
-// Fills the registry with "Show message", "Add to log" and "Run application",
-// in that order, each with its bitmap from `module`. 0, or 14 when a kind
-// cannot be created.
-DWORD AddStandardKinds(ActionKindRegistry& registry, HINSTANCE module);
-
 } // namespace krn

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "actions/RunAction.h"
+#include "actions/StandardKinds.h"
 #include "config/ConfigDocument.h"
 #include "support/Scratch.h"
 
