@@ -85,11 +85,12 @@ HRESULT RunAction::SaveParams(const void* params, IXMLDOMDocument*, IXMLDOMEleme
 
 HRESULT RunAction::EditParams(HWND owner, bool isNew, ActionSlot& slot)
 {
-    if (isNew) {
-        slot.params = new (std::nothrow) RunParams;
-        if (!slot.params)
-            return E_OUTOFMEMORY;
-    }
+    // A new action starts from an empty block; a block the caller already
+    // holds is never replaced (it would be lost).
+    if (isNew && slot.params)
+        return E_INVALIDARG;
+    if (isNew)
+        slot.params = new RunParams;
     auto* block = static_cast<RunParams*>(slot.params);
     if (!block)
         return E_POINTER;

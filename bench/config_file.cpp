@@ -42,9 +42,11 @@ krn::FolderList MakeFolders(const krn::ActionKindRegistry& kinds, int count)
         entry->min = {1.5 + i, krn::SizeUnit_MB, 0, L"below the minimum"};
         entry->max = {2.25 * i + 100, krn::SizeUnit_GB, 0, L""};
         const krn::RunParams block{L"\"C:\\Program Files\\Tool\\tool.exe\"", L"%currentdir% /quiet"};
-        krn::ActionSlot run{nullptr, kinds.KindAt(2)};
+        krn::ActionSlot run(nullptr, kinds.KindAt(2));
         run.kind->CloneParams(&run.params, &block);
-        entry->actions = {{nullptr, kinds.KindAt(0)}, run, {nullptr, kinds.KindAt(1)}};
+        entry->actions.emplace_back(nullptr, kinds.KindAt(0));
+        entry->actions.push_back(std::move(run));
+        entry->actions.emplace_back(nullptr, kinds.KindAt(1));
         folders.push_back(std::move(entry));
     }
     return folders;

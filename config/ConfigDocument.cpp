@@ -336,7 +336,7 @@ void ConfigDocument::ReadActions(IXMLDOMNode* actions, FolderEntry& entry)
             kind = registry_->FindKindByTag(name.get());
         void* params = nullptr;
         if (kind && kind->LoadParams(document_.get(), child.get(), &params) == S_OK)
-            entry.actions.push_back(ActionSlot{params, kind});
+            entry.actions.emplace_back(params, kind);
         base::com_ptr<IXMLDOMNode> next;
         hr = child->get_nextSibling(next.put());
         child = std::move(next);

@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstdlib>
+#include <utility>
 
 #include "actions/Action.h"
 
@@ -50,6 +51,35 @@ std::uint64_t LimitBytes(double value, std::uint16_t units)
     return TruncateToUnsigned(UnitFactor(units) * value);
 }
 
+ActionSlot::ActionSlot(ActionSlot&& other) noexcept
+    : params(std::exchange(other.params, nullptr)), kind(other.kind)
+{
+}
+
+ActionSlot& ActionSlot::operator=(ActionSlot&& other) noexcept
+{
+    if (this != &other) {
+        FreeParams();
+        params = std::exchange(other.params, nullptr);
+        kind = other.kind;
+    }
+    return *this;
+}
+
+ActionSlot::~ActionSlot()
+{
+    FreeParams();
+}
+
+void ActionSlot::FreeParams() noexcept
+{
+    void* block = std::exchange(params, nullptr);
+    if (kind)
+        kind->FreeParams(block);
+    else
+        std::free(block);  // a kindless block can only come from the general heap
+}
+
 FolderEntry::FolderEntry(const FolderEntry& other)
 {
     Assign(other);
@@ -73,12 +103,9 @@ void FolderEntry::Reset()
     flags = 0;
     min = {};
     max = {};
-    for (ActionSlot& slot : actions) {
-        if (slot.kind)
-            slot.kind->FreeParams(slot.params);
-        else
-            std::free(slot.params);  // a kindless block can only come from the general heap
-    }
+    // In order, first to last; the storage stays allocated.
+    for (ActionSlot& slot : actions)
+        slot.FreeParams();
     actions.clear();
 }
 
@@ -91,11 +118,11 @@ void FolderEntry::Assign(const FolderEntry& other)
     max = other.max;
     actions.reserve(other.actions.size());
     for (const ActionSlot& slot : other.actions) {
-        ActionSlot copy{nullptr, slot.kind};
+        void* block = nullptr;
         // A failed clone still gives a slot, with no block.
-        if (slot.kind && FAILED(slot.kind->CloneParams(&copy.params, slot.params)))
-            copy.params = nullptr;
-        actions.push_back(copy);
+        if (slot.kind && FAILED(slot.kind->CloneParams(&block, slot.params)))
+            block = nullptr;
+        actions.emplace_back(block, slot.kind);
     }
 }
 

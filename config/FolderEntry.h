@@ -37,8 +37,21 @@ struct SizeLimit {
 };
 
 // A folder's action: the kind (borrowed from the ActionKindRegistry) and its
-// parameter block, which only the kind creates, copies and releases.
+// parameter block, which only the kind creates, copies and releases. The slot
+// owns the block, so it moves but never copies: a copy would release the same
+// block twice. A copy of the action is made through the kind's CloneParams.
 struct ActionSlot {
+    ActionSlot() = default;
+    ActionSlot(void* block, Action* actionKind) noexcept : params(block), kind(actionKind) {}
+    ActionSlot(const ActionSlot&) = delete;
+    ActionSlot& operator=(const ActionSlot&) = delete;
+    ActionSlot(ActionSlot&& other) noexcept;
+    ActionSlot& operator=(ActionSlot&& other) noexcept;
+    ~ActionSlot();
+
+    // Releases the block through the kind and leaves the slot without one.
+    void FreeParams() noexcept;
+
     void* params = nullptr;
     Action* kind = nullptr;
 };

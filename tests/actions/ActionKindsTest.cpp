@@ -41,18 +41,23 @@ TEST(ActionKinds, RegistryHoldsTheThreeKindsInMenuOrder)
 }
 
 // Until the Run dialog comes every edit is cancelled: a new block is dropped,
-// an old one kept as it was.
+// an old one kept as it was, and a block handed in for a new action is never
+// overwritten.
 TEST(RunAction, CancelledEditDropsANewBlockAndKeepsAnOldOne)
 {
     RunAction kind;
     const RunParams original{L"a.exe", std::nullopt};
-    ActionSlot fresh{nullptr, &kind}, existing{nullptr, &kind};
+    ActionSlot fresh(nullptr, &kind);
+    ActionSlot existing(nullptr, &kind);
     ASSERT_EQ(kind.CloneParams(&existing.params, &original), S_OK);
     void* const block = existing.params;
     EXPECT_EQ(kind.EditParams(nullptr, true, fresh), E_FAIL);
+    EXPECT_EQ(fresh.params, nullptr);
     EXPECT_EQ(kind.EditParams(nullptr, false, existing), S_FALSE);
-    EXPECT_TRUE(!fresh.params && existing.params == block && kind.CompareParams(block, &original) == 0);
-    kind.FreeParams(block);
+    EXPECT_EQ(existing.params, block);
+    EXPECT_EQ(kind.CompareParams(block, &original), 0);
+    EXPECT_EQ(kind.EditParams(nullptr, true, existing), E_INVALIDARG);
+    EXPECT_EQ(existing.params, block);
 }
 
 } // namespace

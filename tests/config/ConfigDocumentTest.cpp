@@ -26,9 +26,12 @@ TEST_F(ConfigFileTest, RoundTripUnderAnotherLocaleGivesEqualEntriesAndFlags)
     ASSERT_NE(_wsetlocale(LC_ALL, L"German_Germany.1252"), nullptr);
     ASSERT_EQ(*localeconv()->decimal_point, ',');
     FolderList original, loaded;
-    original.push_back(Entry(L"C:\\Ünïcödé ™ 𝄞", 3, {0.1, SizeUnit_KB, 0, L"<min> & \"q\""}, {0.1 + 0.2, SizeUnit_TB, 0, L""},
-        {{nullptr, msgBox()}, RunSlot(L"\"C:\\a b\\x.exe\"", L"%currentdir%"), RunSlot(L"", L""), {nullptr, addToLog()}}));
-    original.push_back(Entry(L"\\\\server\\share", 2, {}, {-3.25, SizeUnit_GB, 0, L"line\r\nbreak\ttab"}, {{nullptr, addToLog()}}));
+    original.push_back(Entry(L"C:\\Ünïcödé ™ 𝄞", 3, {0.1, SizeUnit_KB, 0, L"<min> & \"q\""},
+                             {0.1 + 0.2, SizeUnit_TB, 0, L""},
+                             Slots(Slot(msgBox()), RunSlot(L"\"C:\\a b\\x.exe\"", L"%currentdir%"),
+                                   RunSlot(L"", L""), Slot(addToLog()))));
+    original.push_back(Entry(L"\\\\server\\share", 2, {}, {-3.25, SizeUnit_GB, 0, L"line\r\nbreak\ttab"},
+                             Slots(Slot(addToLog()))));
     original.push_back(Entry(L"", 1, {-1e300, SizeUnit_B, 0, L"  "}, {}));
     original.push_back(Entry(L"D:\\nothing", 0, {}, {}));
     RecordingOwner owner;
@@ -51,7 +54,7 @@ TEST_F(ConfigFileTest, SavedBytesFollowTheFormat)
 {
     FolderList folders;
     folders.push_back(Entry(L"C:\\x", 3, {1.5, SizeUnit_KB, 0, L"low"}, {2.0, SizeUnit_MB, 0, std::nullopt},
-                            {{nullptr, msgBox()}, RunSlot(L"a.exe", std::nullopt), {nullptr, addToLog()}}));
+                            Slots(Slot(msgBox()), RunSlot(L"a.exe", std::nullopt), Slot(addToLog()))));
     folders.push_back(Entry(L"C:\\y", 0, {5.0, SizeUnit_TB, 0, L"not in force"}, {}));
     ASSERT_EQ(SaveConfiguration(path.c_str(), folders), 0u);
     const std::string bytes =

@@ -21,9 +21,18 @@ public:
     ActionSlot RunSlot(OptionalText path, OptionalText params) const
     {
         const RunParams block{std::move(path), std::move(params)};
-        ActionSlot slot{nullptr, run()};
+        ActionSlot slot(nullptr, run());
         run()->CloneParams(&slot.params, &block);
         return slot;
+    }
+    // A slot of a kind without parameters.
+    static ActionSlot Slot(Action* kind) { return ActionSlot(nullptr, kind); }
+    template <typename... Slot>
+    static std::vector<ActionSlot> Slots(Slot&&... slots)
+    {
+        std::vector<ActionSlot> list;
+        (list.push_back(std::forward<Slot>(slots)), ...);
+        return list;
     }
     static RunParams& Params(const ActionSlot& slot) { return *static_cast<RunParams*>(slot.params); }
 
@@ -31,7 +40,8 @@ public:
                                               std::vector<ActionSlot> actions = {})
     {
         auto entry = std::make_unique<FolderEntry>();
-        std::tie(entry->path, entry->flags, entry->min, entry->max, entry->actions) = std::tie(path, flags, min, max, actions);
+        std::tie(entry->path, entry->flags, entry->min, entry->max) = std::tie(path, flags, min, max);
+        entry->actions = std::move(actions);
         return entry;
     }
 

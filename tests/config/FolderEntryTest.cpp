@@ -11,7 +11,7 @@ public:
     std::unique_ptr<FolderEntry> Full() const
     {
         return Entry(L"C:\\Data", FolderEntry::HasMin | FolderEntry::HasMax, {1.5, SizeUnit_KB, 1536, L"low"},
-                     {2.0, SizeUnit_GB, 0, L""}, {{nullptr, msgBox()}, RunSlot(L"a.exe", L"-x"), {nullptr, addToLog()}});
+                     {2.0, SizeUnit_GB, 0, L""}, Slots(Slot(msgBox()), RunSlot(L"a.exe", L"-x"), Slot(addToLog())));
     }
 };
 
@@ -26,9 +26,9 @@ TEST_F(FolderEntryTest, CopyResetAndCounterparts)
     EXPECT_EQ(*Params(copy.actions[1]).path, L"a.exe") << "the Run block must be cloned";
     copy.Reset();
     EXPECT_TRUE(copy.Equals(FolderEntry()) && copy.actions.empty() && !copy.path && copy.flags == 0);
-    const auto twoRuns = Entry(L"", 0, {}, {}, {RunSlot(L"a", L""), RunSlot(L"a", L"")});
-    const auto runAndLog = Entry(L"", 0, {}, {}, {RunSlot(L"a", L""), {nullptr, addToLog()}});
-    const auto nullBlock = Entry(L"", 0, {}, {}, {{nullptr, run()}});
+    const auto twoRuns = Entry(L"", 0, {}, {}, Slots(RunSlot(L"a", L""), RunSlot(L"a", L"")));
+    const auto runAndLog = Entry(L"", 0, {}, {}, Slots(RunSlot(L"a", L""), Slot(addToLog())));
+    const auto nullBlock = Entry(L"", 0, {}, {}, Slots(Slot(run())));
     const auto nan = Entry(std::nullopt, 0, {std::nan(""), 0, 0, std::nullopt}, {});
     EXPECT_TRUE(twoRuns->Equals(*runAndLog)) << "both Run slots find the same counterpart";
     EXPECT_FALSE(runAndLog->Equals(*twoRuns)) << "the log slot has none";
