@@ -3,17 +3,8 @@
 #include "acl/Handles.h"
 
 #include <algorithm>
-#include <new>
 
 namespace acl {
-
-ColorScheme::~ColorScheme()
-{
-    if ((flags & kOwnsBrush) && brush)
-        DeleteObject(brush);
-    if ((flags & kOwnsFont) && font)
-        DeleteObject(font);
-}
 
 bool ColorScheme::Lists(HWND window) const
 {
@@ -51,29 +42,20 @@ uint32_t MessageBit(UINT message)
 
 } // namespace
 
-DWORD ColorSchemeSet::AddScheme(HWND dialog, const std::wstring& name, const int* controlIds, uint32_t count,
-                                COLORREF textColor, COLORREF backgroundColor, HFONT font)
+void ColorSchemeSet::AddScheme(HWND dialog, const std::wstring& name, const int* controlIds, uint32_t count,
+                               COLORREF textColor, COLORREF backgroundColor, unique_hfont font)
 {
-    // The font is the scheme's from here on, registered or not.
-    unique_hfont ownedFont(font);
-    try {
-        auto scheme = std::make_unique<ColorScheme>();
-        if (controlIds) {
-            scheme->windows.reserve(count);
-            for (uint32_t i = 0; i < count; ++i)
-                AddControlWindows(dialog, controlIds[i], &scheme->windows);
-        }
-        auto& slot = schemes_[name];
-        scheme->flags = 0xFF;
-        scheme->textColor = textColor;
-        scheme->backgroundColor = backgroundColor;
-        scheme->brush = CreateSolidBrush(backgroundColor);
-        scheme->font = ownedFont.release();
-        slot = std::move(scheme);
-        return ERROR_SUCCESS;
-    } catch (const std::bad_alloc&) {
-        return ERROR_OUTOFMEMORY;
+    auto scheme = std::make_unique<ColorScheme>();
+    if (controlIds) {
+        scheme->windows.reserve(count);
+        for (uint32_t i = 0; i < count; ++i)
+            AddControlWindows(dialog, controlIds[i], &scheme->windows);
     }
+    scheme->textColor = textColor;
+    scheme->backgroundColor = backgroundColor;
+    scheme->brush.reset(CreateSolidBrush(backgroundColor), true);
+    scheme->font = flagged_hfont(std::move(font));
+    schemes_[name] = std::move(scheme);
 }
 
 bool ColorSchemeSet::OnCtlColor(UINT message, WPARAM wParam, LPARAM lParam, LRESULT* result)
@@ -104,13 +86,13 @@ HBRUSH ColorSchemeSet::Lookup(HDC dc, HWND window) const
     if (!scheme)
         return nullptr;
     if (scheme->font)
-        SelectObject(dc, scheme->font);
+        SelectObject(dc, scheme->font.get());
     if (scheme->textColor != kNoColor)
         SetTextColor(dc, scheme->textColor);
     if (scheme->backgroundColor != kNoColor)
         SetBkColor(dc, scheme->backgroundColor);
-    SelectObject(dc, scheme->brush);
-    return scheme->brush;
+    SelectObject(dc, scheme->brush.get());
+    return scheme->brush.get();
 }
 
 const ColorScheme* ColorSchemeSet::Find(const std::wstring& name) const

@@ -3,6 +3,8 @@
 // that the main, folder and program properties dialogs paint.
 #pragma once
 
+#include "acl/Handles.h"
+
 #include <windows.h>
 
 #include <cstdint>
@@ -32,34 +34,26 @@ enum ColorMessageBits : uint32_t {
 };
 
 // One scheme: the windows it colours and how. The brush and the font are
-// deleted with the scheme when its flags say it owns them; every registered
-// scheme does.
+// released with the scheme when it owns them; every registered scheme owns
+// both, so a font handed to AddScheme is the scheme's from then on.
 struct ColorScheme {
-    static constexpr uint32_t kOwnsBrush = 0x01;
-    static constexpr uint32_t kOwnsFont = 0x02;
-
-    ColorScheme() = default;
-    ColorScheme(const ColorScheme&) = delete;
-    ColorScheme& operator=(const ColorScheme&) = delete;
-    ~ColorScheme();
-
     bool Lists(HWND window) const;
 
-    uint32_t flags = 0;
     std::vector<HWND> windows;
     COLORREF textColor = kNoColor;
     COLORREF backgroundColor = kNoColor;
-    HBRUSH brush = nullptr;
-    HFONT font = nullptr;
+    flagged_hbrush brush;  // what the control's background is painted with
+    flagged_hfont font;    // none leaves the control's font alone
 };
 
 // The scheme set without the dialog: everything but finding the controls.
 class ColorSchemeSet {
 public:
     // Registers `name` for the controls of `dialog` with the given ids (none
-    // when controlIds is null). Takes over `font`. 0, or 14 when memory runs out.
-    DWORD AddScheme(HWND dialog, const std::wstring& name, const int* controlIds, uint32_t count, COLORREF textColor,
-                    COLORREF backgroundColor, HFONT font);
+    // when controlIds is null), replacing a scheme of that name. Takes over
+    // `font`.
+    void AddScheme(HWND dialog, const std::wstring& name, const int* controlIds, uint32_t count, COLORREF textColor,
+                   COLORREF backgroundColor, unique_hfont font);
     // True when `message` is a colour message this set answers; `result` is
     // then the brush (null while suspended or when no scheme applies).
     bool OnCtlColor(UINT message, WPARAM wParam, LPARAM lParam, LRESULT* result);
@@ -82,11 +76,11 @@ private:
 template <typename Dialog>
 class ColorSchemes : public ColorSchemeSet {
 public:
-    DWORD AddScheme(const std::wstring& name, const int* controlIds, uint32_t count, COLORREF textColor,
-                    COLORREF backgroundColor, HFONT font)
+    void AddScheme(const std::wstring& name, const int* controlIds, uint32_t count, COLORREF textColor,
+                   COLORREF backgroundColor, unique_hfont font = {})
     {
         const HWND dialog = static_cast<const Dialog*>(this)->window();
-        return ColorSchemeSet::AddScheme(dialog, name, controlIds, count, textColor, backgroundColor, font);
+        ColorSchemeSet::AddScheme(dialog, name, controlIds, count, textColor, backgroundColor, std::move(font));
     }
 };
 

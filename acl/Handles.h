@@ -58,6 +58,7 @@ using flagged_hfont = flagged_handle<handle_traits::GdiObject<HFONT>>;
 using flagged_hbrush = flagged_handle<handle_traits::GdiObject<HBRUSH>>;
 using flagged_hbitmap = flagged_handle<handle_traits::GdiObject<HBITMAP>>;
 using flagged_hicon = flagged_handle<handle_traits::Icon>;
+using flagged_hcursor = flagged_handle<handle_traits::Cursor>;
 
 // Selects an object into a DC for the guard's lifetime.
 class SelectGuard {

@@ -101,15 +101,6 @@ LRESULT CALLBACK SubclassControlBase::SharedWindowProc(HWND window, UINT message
 
 Hyperlink_Settings::Hyperlink_Settings() : background(GetSysColor(COLOR_BTNFACE)) {}
 
-Hyperlink_Settings::~Hyperlink_Settings()
-{
-    // The cursor goes through DeleteObject too, as it always has.
-    if ((flags & kOwnsFont) && font)
-        DeleteObject(font);
-    if ((flags & kOwnsCursor) && cursor)
-        DeleteObject(cursor);
-}
-
 Hyperlink::Hyperlink() = default;
 
 Hyperlink::~Hyperlink()
@@ -189,7 +180,7 @@ LRESULT Hyperlink::WindowProc(HWND window, UINT message, WPARAM wParam, LPARAM l
     case WM_SETCURSOR:
         if (!settings_->cursor)
             return 0;
-        SetCursor(settings_->cursor);
+        SetCursor(settings_->cursor.get());
         return 1;
     case WM_MOUSEMOVE:
         OnMouseMove();
@@ -241,7 +232,7 @@ void Hyperlink::Paint()
     const int copied = static_cast<int>(
         SendMessageW(control, WM_GETTEXT, text.size(), reinterpret_cast<LPARAM>(text.data())));
 
-    HFONT font = settings_->font ? settings_->font : reinterpret_cast<HFONT>(SendMessageW(control, WM_GETFONT, 0, 0));
+    HFONT font = settings_->font ? settings_->font.get() : reinterpret_cast<HFONT>(SendMessageW(control, WM_GETFONT, 0, 0));
     if (!font)
         font = static_cast<HFONT>(GetStockObject(SYSTEM_FONT));
     unique_hfont underlined;

@@ -2,6 +2,8 @@
 // acts as a hyperlink on top of it.
 #pragma once
 
+#include "acl/Handles.h"
+
 #include <windows.h>
 
 #include <cstdint>
@@ -47,23 +49,23 @@ private:
 };
 
 // How the links of one dialog look. Shared by those links, not owned by them.
+// The font and the cursor are the record's to release only when it was given
+// them to keep (a dialog that keeps its own cursor lends it).
 class Hyperlink_Settings {
 public:
-    static constexpr uint32_t kUnderline = 0x01;
-    static constexpr uint32_t kOwnsFont = 0x10;
-    static constexpr uint32_t kOwnsCursor = 0x20;
+    static constexpr uint32_t kUnderline = 0x01;  // underline the text while hovered
 
     Hyperlink_Settings();
     Hyperlink_Settings(const Hyperlink_Settings&) = delete;
     Hyperlink_Settings& operator=(const Hyperlink_Settings&) = delete;
-    virtual ~Hyperlink_Settings();
+    virtual ~Hyperlink_Settings() = default;
 
     uint32_t flags = 0;
     COLORREF background;
     COLORREF textColor = RGB(0x00, 0x00, 0xC8);
     COLORREF hoverColor = RGB(0x00, 0x00, 0xFF);
-    HCURSOR cursor = nullptr;
-    HFONT font = nullptr;
+    flagged_hcursor cursor;  // none leaves the cursor alone
+    flagged_hfont font;      // none uses the control's own font
 };
 
 // A static text that changes colour under the mouse and, on a click, opens its

@@ -25,12 +25,11 @@ public:
               if (message == WM_INITDIALOG) {
                   const int body[] = {TD_BODY}, header[] = {TD_HEADER}, title[] = {TD_TITLE, TD_HEADER};
                   const int combo[] = {TD_COMBO, 4711};
-                  EXPECT_EQ(AddScheme(L"default", body, 1, kBlack, acl::kBodyColor, nullptr) +
-                                AddScheme(L"header", header, 1, kNavy, kWhite, nullptr) +
-                                AddScheme(L"title", title, 2, kBlack, kWhite, nullptr) +
-                                AddScheme(L"body", body, 1, kGrey, acl::kBodyColor, nullptr) +
-                                AddScheme(L"combo", combo, 2, kRed, acl::kNoColor, nullptr),
-                            0u);
+                  AddScheme(L"default", body, 1, kBlack, acl::kBodyColor);
+                  AddScheme(L"header", header, 1, kNavy, kWhite);
+                  AddScheme(L"title", title, 2, kBlack, kWhite);
+                  AddScheme(L"body", body, 1, kGrey, acl::kBodyColor);
+                  AddScheme(L"combo", combo, 2, kRed, acl::kNoColor);
               }
               if (message == WM_ERASEBKGND) {
                   acl::PaintHeaderBand(window(), reinterpret_cast<HDC>(wParam));
@@ -87,7 +86,7 @@ TEST(ColorSchemes, AControlTakesTheFirstSchemeByNameUnlessMaskedOrSuspendedAndTh
         const bool answered = d.OnCtlColor(c.message, WPARAM(dc.get()), LPARAM(c.window), &brush);
         EXPECT_EQ(answered, brush != -1);
         const acl::ColorScheme* scheme = c.scheme && *c.scheme ? d.Find(c.scheme) : nullptr;
-        EXPECT_EQ(brush, scheme ? LRESULT(scheme->brush) : c.scheme ? -1 : 0);
+        EXPECT_EQ(brush, scheme ? LRESULT(scheme->brush.get()) : c.scheme ? -1 : 0);
         EXPECT_EQ(GetTextColor(dc.get()), c.text);
         EXPECT_EQ(GetBkColor(dc.get()),
                   scheme && scheme->backgroundColor != acl::kNoColor ? scheme->backgroundColor : kWhite);

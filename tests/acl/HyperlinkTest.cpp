@@ -50,8 +50,8 @@ protected:
         dialog.Create(420, 20);
         ASSERT_TRUE(link = dialog.item(TD_LINK));
         LOGFONTW lf{-13, 0, 0, 0, FW_BOLD, 0, 0, 0, 0, 0, 0, NONANTIALIASED_QUALITY, 0, L"Tahoma"};  // exact colours
-        settings.font = CreateFontIndirectW(&lf);
-        settings.flags = acl::Hyperlink_Settings::kUnderline | acl::Hyperlink_Settings::kOwnsFont;
+        settings.font.reset(CreateFontIndirectW(&lf), true);
+        settings.flags = acl::Hyperlink_Settings::kUnderline;
         settings.background = kBackground;
         settings.textColor = kText;
         settings.hoverColor = kHover;
@@ -107,7 +107,7 @@ TEST_F(HyperlinkTest, HandledMessagesDoNotReachThePreviousProcedureAndAClickSend
         const HCURSOR hand = LoadCursorW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDC_LINK_HAND));
         ASSERT_TRUE(hand) << "cursor resource " << IDC_LINK_HAND;
         for (const HCURSOR cursor : {HCURSOR(nullptr), hand}) {
-            settings.cursor = cursor;
+            settings.cursor.reset(cursor, false);
             EXPECT_EQ(SendMessageW(link, WM_SETCURSOR, WPARAM(link), HTCLIENT), cursor ? 1 : 0);
         }
         EXPECT_EQ(GetCursor(), hand);
