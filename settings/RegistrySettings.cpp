@@ -1,25 +1,10 @@
 #include "settings/RegistrySettings.h"
 
-#include <cstring>
-#include <new>
+#include <cwchar>
+#include <string>
 
 namespace acl {
 namespace {
-
-// Zeroed, with room for a terminator.
-std::unique_ptr<wchar_t[]> AllocateText(size_t characters)
-{
-    return std::unique_ptr<wchar_t[]>(new (std::nothrow) wchar_t[characters + 1]());
-}
-
-std::unique_ptr<wchar_t[]> CopyText(const wchar_t* source)
-{
-    const size_t length = source ? wcslen(source) : 0;
-    std::unique_ptr<wchar_t[]> text = AllocateText(length);
-    if (text && length)
-        std::memcpy(text.get(), source, length * sizeof(wchar_t));
-    return text;
-}
 
 // Asks `key` for the value's data; a null key fails like a closed handle.
 DWORD Query(HKEY key, const wchar_t* name, void* data, DWORD* size)
@@ -95,11 +80,10 @@ DWORD RegistrySettings::WriteWindowText(HWND control, const wchar_t* name, DWORD
     if (!primary_)
         return ERROR_NOT_FOUND;
     const size_t length = static_cast<size_t>(SendMessageW(control, WM_GETTEXTLENGTH, 0, 0));
-    std::unique_ptr<wchar_t[]> text = AllocateText(length);
-    if (!text)
-        return ERROR_OUTOFMEMORY;
-    SendMessageW(control, WM_GETTEXT, length + 1, reinterpret_cast<LPARAM>(text.get()));
-    return SetValue(name, type, text.get(), static_cast<DWORD>((length + 1) * sizeof(wchar_t)));
+    // Zeroed, terminator included: the stored value always ends.
+    std::wstring text(length, L'\0');
+    SendMessageW(control, WM_GETTEXT, length + 1, reinterpret_cast<LPARAM>(text.data()));
+    return SetValue(name, type, text.c_str(), static_cast<DWORD>((length + 1) * sizeof(wchar_t)));
 }
 
 DWORD RegistrySettings::SaveText(HWND control, const wchar_t* name)
@@ -113,33 +97,32 @@ DWORD RegistrySettings::SaveComboText(HWND control, const wchar_t* name)
     return WriteWindowText(control, name, REG_DWORD);
 }
 
-DWORD RegistrySettings::ReadText(const wchar_t* name, const wchar_t* defaultText,
-                                 std::unique_ptr<wchar_t[]>& text) const
+DWORD RegistrySettings::ReadText(const wchar_t* name, const wchar_t* defaultText, std::wstring& text) const
 {
     DWORD size = 0;
     DWORD status = QueryValue(name, 0, nullptr, &size);
     if (status == ERROR_SUCCESS) {
-        // One character more than the value holds, zeroed: a stored string
-        // without its terminator (or of an odd size) still ends.
-        text = AllocateText((size + 1) / sizeof(wchar_t));
-        if (!text)
-            return ERROR_OUTOFMEMORY;
+        // Room for one character more than the value holds, zeroed: a stored
+        // string without its terminator (or of an odd size) still ends.
+        text.assign((size + 1) / sizeof(wchar_t), L'\0');
         DWORD read = size;
-        status = QueryValue(name, 0, text.get(), &read);
-        if (status == ERROR_SUCCESS)
+        status = QueryValue(name, 0, text.data(), &read);
+        if (status == ERROR_SUCCESS) {
+            text.resize(std::wcslen(text.c_str()));
             return status;
+        }
     }
     // A value that exists wins over the default even when it is empty; only a
     // missing one falls back.
-    text = CopyText(defaultText);
+    text = defaultText ? defaultText : L"";
     return status;
 }
 
 DWORD RegistrySettings::LoadText(HWND control, const wchar_t* name, const wchar_t* defaultText) const
 {
-    std::unique_ptr<wchar_t[]> text;
+    std::wstring text;
     ReadText(name, defaultText, text);
-    const LRESULT accepted = SendMessageW(control, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(text ? text.get() : L""));
+    const LRESULT accepted = SendMessageW(control, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(text.c_str()));
     return accepted == TRUE ? ERROR_SUCCESS : 1;
 }
 
@@ -163,15 +146,13 @@ bool RegistrySettings::LoadComboIndex(HWND comboBox, const wchar_t* name, int de
 DWORD RegistrySettings::LoadComboText(HWND comboBox, const wchar_t* name, bool addIfMissing,
                                       const wchar_t* defaultText) const
 {
-    std::unique_ptr<wchar_t[]> text;
+    std::wstring text;
     const DWORD status = ReadText(name, defaultText, text);
     if (status != ERROR_SUCCESS && !defaultText) {
         SendMessageW(comboBox, CB_SETCURSEL, static_cast<WPARAM>(-1), 0);
         return status;
     }
-    if (!text)
-        return ERROR_OUTOFMEMORY;
-    const LPARAM textParam = reinterpret_cast<LPARAM>(text.get());
+    const LPARAM textParam = reinterpret_cast<LPARAM>(text.c_str());
     const LRESULT found = SendMessageW(comboBox, CB_FINDSTRINGEXACT, static_cast<WPARAM>(-1), textParam);
     if (found != CB_ERR) {
         SendMessageW(comboBox, CB_SETCURSEL, static_cast<WPARAM>(found), 0);

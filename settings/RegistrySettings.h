@@ -6,7 +6,7 @@
 
 #include <windows.h>
 
-#include <memory>
+#include <string>
 
 namespace acl {
 
@@ -48,7 +48,7 @@ private:
     DWORD ReadPointerSized(const wchar_t* name, ULONGLONG* value) const;
     // The value as a terminated string, or the default (empty when null) with
     // the read error when no key has it.
-    DWORD ReadText(const wchar_t* name, const wchar_t* defaultText, std::unique_ptr<wchar_t[]>& text) const;
+    DWORD ReadText(const wchar_t* name, const wchar_t* defaultText, std::wstring& text) const;
 };
 
 } // namespace acl

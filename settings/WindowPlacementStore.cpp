@@ -5,20 +5,15 @@
 
 #include <algorithm>
 #include <cstring>
-#include <new>
 
 namespace krn {
 namespace {
 
-std::unique_ptr<wchar_t[]> CopyPath(const wchar_t* path)
+std::optional<std::wstring> CopyPath(const wchar_t* path)
 {
     if (!path)
-        return nullptr;
-    const size_t length = wcslen(path);
-    std::unique_ptr<wchar_t[]> copy(new (std::nothrow) wchar_t[length + 1]);
-    if (copy)
-        std::memcpy(copy.get(), path, (length + 1) * sizeof(wchar_t));
-    return copy;
+        return std::nullopt;
+    return path;
 }
 
 RECT VirtualScreen()
@@ -84,7 +79,7 @@ DWORD WindowPlacementStore::SavePlacement(HWND window) const
     GetWindowPlacement(window, &placement);
     base::unique_hkey key;
     const LSTATUS status =
-        RegCreateKeyExW(root_, subkey_.get(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, key.put(), nullptr);
+        RegCreateKeyExW(root_, subkey_ ? subkey_->c_str() : nullptr, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, key.put(), nullptr);
     if (status != ERROR_SUCCESS)
         return static_cast<DWORD>(status);
     return static_cast<DWORD>(RegSetValueExW(key.get(), registry::kWindowPlacement.name, 0, REG_BINARY,
@@ -100,7 +95,7 @@ DWORD WindowPlacementStore::Read(const wchar_t* valueName, bool clamp, Stored* s
     stored->size = sizeof stored->full;
     {
         base::unique_hkey key;
-        LSTATUS status = RegOpenKeyExW(root_, subkey_.get(), 0, KEY_ALL_ACCESS, key.put());
+        LSTATUS status = RegOpenKeyExW(root_, subkey_->c_str(), 0, KEY_ALL_ACCESS, key.put());
         if (status != ERROR_SUCCESS)
             return static_cast<DWORD>(status);
         status = RegQueryValueExW(key.get(), valueName, nullptr, nullptr, reinterpret_cast<BYTE*>(&stored->full),

@@ -5,7 +5,8 @@
 
 #include <windows.h>
 
-#include <memory>
+#include <optional>
+#include <string>
 
 namespace krn {
 
@@ -23,7 +24,7 @@ public:
     WindowPlacementStore(const WindowPlacementStore&) = delete;
     WindowPlacementStore& operator=(const WindowPlacementStore&) = delete;
 
-    // 1 when the path was copied, 0 when it could not be (the path is then unset).
+    // 1 when a path was given, 0 when not (the path is then unset).
     int SetKey(const wchar_t* subkey, HKEY root);
 
     // Writes the window's placement as "WDP".
@@ -45,7 +46,7 @@ private:
     };
     DWORD Read(const wchar_t* valueName, bool clamp, Stored* stored) const;
 
-    std::unique_ptr<wchar_t[]> subkey_;
+    std::optional<std::wstring> subkey_;
     HKEY root_ = nullptr;
 };
 
