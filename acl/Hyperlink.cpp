@@ -5,7 +5,6 @@
 #include <commctrl.h>
 #include <shellapi.h>
 
-#include <new>
 #include <vector>
 
 namespace acl {
@@ -86,17 +85,13 @@ LRESULT SubclassControlBase::CallPrevious(HWND window, UINT message, WPARAM wPar
     return CallWindowProcW(previousProc_, window, message, wParam, lParam);
 }
 
-LRESULT CALLBACK SubclassControlBase::SharedWindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
+LRESULT CALLBACK SubclassControlBase::SharedWindowProc(HWND window, UINT message, WPARAM wParam,
+                                                       LPARAM lParam) noexcept
 {
     auto* object = static_cast<SubclassControlBase*>(GetPropW(window, g_propertyName));
     if (!object)
         return 0;
-    // Nothing may unwind into the system's dispatch (painting allocates).
-    try {
-        return object->WindowProc(window, message, wParam, lParam);
-    } catch (...) {
-        return 0;
-    }
+    return object->WindowProc(window, message, wParam, lParam);
 }
 
 Hyperlink_Settings::Hyperlink_Settings() : background(GetSysColor(COLOR_BTNFACE)) {}
@@ -143,11 +138,7 @@ DWORD Hyperlink::InitCommon(uint32_t mode, HWND control, HWND parent, const wcha
     // A link whose subclassing failed simply does not react.
     Attach(control, SS_NOTIFY);
     if (mode & (kOpen | kOpenWithParent)) {
-        try {
-            target_ = std::wstring(targetOrId ? targetOrId : L"");
-        } catch (const std::bad_alloc&) {
-            return ERROR_OUTOFMEMORY;
-        }
+        target_ = std::wstring(targetOrId ? targetOrId : L"");
         commandId_ = 0;
     } else if (mode & kCommand) {
         target_.reset();

@@ -35,8 +35,10 @@ public:
     // the number of subclassed controls.
     static ATOM Atom();
     static LONG UserCount();
-    // The procedure every subclassed control gets.
-    static LRESULT CALLBACK SharedWindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+    // The procedure every subclassed control gets. noexcept: an exception
+    // must not unwind through the system's dispatch; it ends in terminate,
+    // which the crash reporter turns into its crash report.
+    static LRESULT CALLBACK SharedWindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) noexcept;
 
 protected:
     // Detach's work, without the virtual dispatch; true when it undid a subclassing.

@@ -3,7 +3,6 @@
 #include "acl/ListView.h"
 
 #include <algorithm>
-#include <new>
 
 namespace acl {
 
@@ -261,9 +260,7 @@ DWORD ListView::DeleteColumn(uint64_t index)
 
 int64_t ListView::AddRow(uint64_t, uint64_t, uint64_t tag)
 {
-    std::unique_ptr<ListView_Row> row(new (std::nothrow) ListView_Row);
-    if (!row)
-        return -2;
+    auto row = std::make_unique<ListView_Row>();
     if (!SendMessageW(list_, LVM_SETITEMCOUNT, static_cast<WPARAM>(rowCount_ + 1), 0))
         return -1;
     ++rowCount_;

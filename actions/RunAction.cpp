@@ -1,7 +1,6 @@
 #include "actions/RunAction.h"
 
 #include <memory>
-#include <new>
 #include <utility>
 
 #include "config/XmlDom.h"
@@ -28,12 +27,8 @@ HRESULT RunActionBase::CloneParams(void** copy, const void* source)
     *copy = nullptr;
     if (!source)
         return S_OK;
-    try {
-        *copy = new RunParams(*AsRunParams(source));
-        return S_OK;
-    } catch (const std::bad_alloc&) {
-        return E_OUTOFMEMORY;
-    }
+    *copy = new RunParams(*AsRunParams(source));
+    return S_OK;
 }
 
 int RunActionBase::CompareParams(const void* left, const void* right)
@@ -54,18 +49,14 @@ HRESULT RunActionBase::LoadParams(IXMLDOMDocument*, IXMLDOMNode* node, void** pa
     HRESULT hr = QueryElement(node, element);
     if (FAILED(hr))
         return hr;
-    try {
-        auto block = std::make_unique<RunParams>();
-        // An absent attribute is read as an empty text, never as an absent one.
-        if (GetTextAttribute(element.get(), L"Path", block->path) != S_OK)
-            block->path.emplace();
-        if (GetTextAttribute(element.get(), L"Params", block->params) != S_OK)
-            block->params.emplace();
-        *params = block.release();
-        return S_OK;
-    } catch (const std::bad_alloc&) {
-        return E_OUTOFMEMORY;
-    }
+    auto block = std::make_unique<RunParams>();
+    // An absent attribute is read as an empty text, never as an absent one.
+    if (GetTextAttribute(element.get(), L"Path", block->path) != S_OK)
+        block->path.emplace();
+    if (GetTextAttribute(element.get(), L"Params", block->params) != S_OK)
+        block->params.emplace();
+    *params = block.release();
+    return S_OK;
 }
 
 void RunActionBase::FreeParams(void* params)

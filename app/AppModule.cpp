@@ -1,7 +1,5 @@
 #include "app/AppModule.h"
 
-#include <new>
-
 namespace krn {
 
 AppModule::AppModule() noexcept : instance_(GetModuleHandleW(nullptr)) {}
@@ -25,11 +23,7 @@ void AppModule::Term()
 bool AppModule::AddMessageLoop(MessageLoop* loop)
 {
     CriticalSection::Lock lock(loopsLock_);
-    try {
-        loops_[GetCurrentThreadId()] = loop;
-    } catch (const std::bad_alloc&) {
-        return false;
-    }
+    loops_[GetCurrentThreadId()] = loop;
     return true;
 }
 

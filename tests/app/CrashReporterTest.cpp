@@ -23,6 +23,7 @@ TEST_F(CrashReporterTest, CrashWritesTheDumpShowsTheMessageAndExits65535)
     } cases[] = {
         {L"fault", nullptr},  // before the main window exists
         {L"bad-alloc", nullptr},
+        {L"control-bad-alloc", nullptr},
         {L"owned-fault", L"Crash owner"},
     };
     const std::wstring dumpPath = scratch.documents() + L"\\KRN Properties.dmp";
