@@ -2,9 +2,66 @@
 // own identifiers here, grouped by area.
 #pragma once
 
+#ifndef IDC_STATIC
+#define IDC_STATIC              (-1)
+#endif
+
 // Application
 #define IDI_APP                 128
 #define IDD_MAIN                130
+
+// The header band shared by the main window and the folder properties dialog
+#define IDC_HEADER_TITLE        1018
+#define IDC_HEADER_LINE         1024
+#define IDC_HEADER_TEXT         1025
+#define IDC_HEADER_PICTURE      1026
+
+// Commands on a list, shared by the main window and the folder properties dialog
+#define IDC_ADD                 1003
+#define IDC_EDIT                1042
+
+// Main window: folder list, its commands, the watcher's status line and the
+// pictures of the folder list
+#define IDC_APPLY               3
+#define IDC_FOLDER_LIST         1001
+#define IDC_DELETE              1005
+#define IDC_STATUS_LINE         1029
+#define IDC_STATUS_LINK         1043
+#define IDC_STATUS_LABEL        1044
+#define IDB_MAIN_HEADER         205
+#define IDB_FOLDER              206
+#define IDB_LOCAL_FOLDER        210
+#define IDB_DRIVE_ROOT          214
+#define IDB_NETWORK_FOLDER      215
+#define IDB_REMOVABLE_DRIVE     216
+
+// Folder properties dialog
+#define IDD_FOLDER              201
+#define IDB_FOLDER_HEADER       202
+#define IDC_FOLDER_PATH         1006
+#define IDC_BROWSE              1007
+#define IDC_MIN_VALUE           1009
+#define IDC_MAX_VALUE           1010
+#define IDC_MIN_UNIT            1011
+#define IDC_MAX_UNIT            1013
+#define IDC_REMOVE              1014
+#define IDC_MIN_TEXT            1015
+#define IDC_MIN_CHECK           1016
+#define IDC_MAX_CHECK           1017
+#define IDC_FOLDER_GROUP        1020
+#define IDC_LIMITS_GROUP        1021
+#define IDC_ACTIONS_GROUP       1022
+#define IDC_MAX_TEXT            1023
+#define IDC_MIN_TEXT_LABEL      1027
+#define IDC_MAX_TEXT_LABEL      1028
+#define IDC_ACTION_LIST         1030
+
+// Run action dialog ("..." is IDC_BROWSE, as in the folder properties dialog)
+#define IDD_RUN                 207
+#define IDC_RUN_PATH            1031
+#define IDC_RUN_PARAMS          1032
+#define IDC_RUN_ICON            1033
+#define IDC_RUN_HELP_LINK       1045
 
 // Action kinds: the bitmaps shown in the folder list and the action lists
 #define IDB_ACTION_MESSAGE      208

@@ -1,9 +1,10 @@
 #!/usr/bin/env python3
-"""Draws the program's small pictures (icon and 16x16 bitmaps) into res/images.
+"""Draws the program's pictures (icon, cursor, bitmaps) into res/images.
 
 The pictures are simple vector shapes rasterised here, so that they can be
 regenerated and changed without an image editor:  python3 tools/make-images.py
 """
+import math
 import os
 import struct
 import sys
@@ -104,6 +105,238 @@ def folder_icon(size):
     c.rect(S(3), S(9), S(12), S(11), (255, 255, 255))
     c.rect(S(3), S(9), S(9), S(11), (208, 48, 48))
     c.frame(S(3), S(9), S(12), S(11), dark)
+    return c
+
+
+def mix(a, b, t):
+    """Colour a moved the fraction t towards colour b."""
+    return tuple(round(a[i] + (b[i] - a[i]) * t) for i in range(3))
+
+
+def cover(c, inside, colour, ss=4):
+    """Paints the shape `inside` (a test of a point in pixel units) with edges
+    smoothed by ss*ss samples per pixel. Over the transparent key a pixel is
+    either painted or not, since a key blended with a colour is no longer the
+    key."""
+    for y in range(c.h):
+        for x in range(c.w):
+            hits = sum(inside(x + (i + 0.5) / ss, y + (j + 0.5) / ss) for i in range(ss) for j in range(ss))
+            if not hits:
+                continue
+            t = hits / (ss * ss)
+            old = c.px[y][x]
+            if old[:3] == KEY:
+                if t >= 0.5:
+                    c.set(x, y, colour)
+            else:
+                c.set(x, y, mix(old, colour, t))
+
+
+def in_round_rect(x0, y0, x1, y1, r):
+    """A rectangle with corners rounded by r; the edges are on pixel borders
+    (x1, y1 exclusive)."""
+    def inside(x, y):
+        if not (x0 <= x <= x1 and y0 <= y <= y1):
+            return False
+        cx = min(max(x, x0 + r), x1 - r)
+        cy = min(max(y, y0 + r), y1 - r)
+        return (x - cx) ** 2 + (y - cy) ** 2 <= r * r
+    return inside
+
+
+def outlined(c, x0, y0, x1, y1, r, edge, fill):
+    """A rounded rectangle in `fill` with a one-pixel `edge`, smoothed."""
+    cover(c, in_round_rect(x0, y0, x1, y1, r), edge)
+    cover(c, in_round_rect(x0 + 1, y0 + 1, x1 - 1, y1 - 1, max(r - 1, 0)), fill)
+
+
+# Folders are manila, so that they stand out on white rows and on the
+# blue-grey of a selected row alike.
+FOLDER_EDGE = (160, 110, 25)
+FOLDER_BACK = (232, 180, 62)
+FOLDER_FRONT = (252, 214, 112)
+FOLDER_LIGHT = (255, 240, 190)
+INK = (52, 78, 128)       # the program's dark blue
+BODY = (138, 166, 214)    # the dialogs' body colour
+
+
+def folder_small(c):
+    """A 16x16 manila folder filling rows 2 to 13."""
+    c.rect(1, 2, 6, 4, FOLDER_BACK)
+    c.line(2, 2, 5, 2, FOLDER_EDGE)
+    c.set(1, 3, FOLDER_EDGE)
+    c.set(6, 3, FOLDER_EDGE)
+    c.line(7, 4, 13, 4, FOLDER_EDGE)
+    c.rect(1, 4, 14, 13, FOLDER_BACK)
+    c.rect(1, 6, 14, 13, FOLDER_FRONT)
+    c.line(2, 6, 13, 6, FOLDER_LIGHT)
+    c.line(1, 4, 1, 12, FOLDER_EDGE)
+    c.line(14, 5, 14, 12, FOLDER_EDGE)
+    c.line(2, 13, 13, 13, FOLDER_EDGE)
+    c.line(1, 5, 14, 5, FOLDER_EDGE)
+    for corner in ((14, 4), (1, 13), (14, 13)):
+        c.set(*corner, KEY)
+    return c
+
+
+def folder_bitmap():
+    """A plain folder."""
+    return folder_small(Canvas(16, 16, KEY))
+
+
+def drive(c, x0, y0, w, h):
+    """A hard drive seen from the front, w by h pixels at x0, y0: a grey box
+    with rounded corners, vents and a green light in its lower part."""
+    x1, y1 = x0 + w - 1, y0 + h - 1
+    face, light, shade, low, dark = (214, 218, 226), (250, 250, 252), (170, 176, 188), (110, 116, 128), (60, 64, 74)
+    c.rect(x0 + 1, y0, x1 - 1, y1, face)
+    c.rect(x0, y0 + 1, x1, y1 - 1, face)
+    c.line(x0 + 1, y0, x1 - 1, y0, low)
+    c.line(x0, y0 + 1, x0, y1 - 1, low)
+    c.line(x0 + 1, y1, x1 - 1, y1, dark)
+    c.line(x1, y0 + 1, x1, y1 - 1, dark)
+    c.line(x0 + 1, y0 + 1, x1 - 1, y0 + 1, light)
+    vents = y1 - 3
+    if h > 6:  # room for a shaded lower half
+        c.line(x0 + 1, vents - 1, x1 - 1, vents - 1, shade)
+        c.rect(x0 + 1, vents, x1 - 1, y1 - 1, (190, 195, 206))
+    else:
+        c.line(x0 + 1, y1 - 1, x1 - 1, y1 - 1, shade)
+    c.rect(x1 - 3, vents, x1 - 2, vents + 1, (40, 200, 60))
+    for x in range(x0 + 2, x1 - 4, 2):
+        c.line(x, vents, x, vents + 1, low)
+
+
+def local_folder_bitmap():
+    """A folder on a local drive."""
+    c = folder_small(Canvas(16, 16, KEY))
+    c.rect(1, 10, 14, 13, KEY)
+    drive(c, 0, 9, 16, 6)
+    return c
+
+
+def drive_root_bitmap():
+    """A hard drive, 16x10: a drive root."""
+    c = Canvas(16, 10, KEY)
+    drive(c, 0, 1, 16, 8)
+    return c
+
+
+def network_folder_bitmap():
+    """A folder plugged into a network cable: a network location."""
+    c = Canvas(16, 16, KEY)
+    folder_small(c)
+    c.rect(0, 10, 15, 15, KEY)
+    c.line(1, 9, 14, 9, FOLDER_EDGE)
+    c.line(1, 5, 1, 9, FOLDER_EDGE)
+    c.line(14, 5, 14, 9, FOLDER_EDGE)
+    cable, plug = (40, 60, 110), (90, 130, 200)
+    c.line(7, 10, 7, 12, cable)
+    c.line(8, 10, 8, 12, cable)
+    c.line(1, 13, 14, 13, cable)
+    c.line(1, 14, 14, 14, plug)
+    c.rect(5, 12, 10, 15, plug)
+    c.frame(5, 12, 10, 15, cable)
+    return c
+
+
+def removable_drive_bitmap():
+    """A memory stick standing up, plug at the top: a removable drive."""
+    c = Canvas(16, 16, KEY)
+    body, edge, metal, dark = (70, 110, 190), (30, 50, 100), (212, 216, 226), (110, 116, 128)
+    c.rect(5, 1, 10, 5, metal)
+    c.frame(5, 1, 10, 5, dark)
+    c.rect(6, 2, 7, 3, (60, 64, 74))
+    c.rect(8, 2, 9, 3, (60, 64, 74))
+    c.rect(4, 5, 11, 14, body)
+    c.frame(4, 5, 11, 14, edge)
+    c.set(4, 14, KEY)
+    c.set(11, 14, KEY)
+    c.line(5, 6, 10, 6, (130, 165, 230))
+    c.rect(6, 8, 9, 11, (230, 236, 248))
+    c.frame(6, 8, 9, 11, edge)
+    c.set(7, 13, (120, 230, 120))
+    c.set(8, 13, (120, 230, 120))
+    return c
+
+
+WHITE = (255, 255, 255)
+
+
+def folder_large(c, x0, y0, x1, y1):
+    """A manila folder in the box x0..x1, y0..y1 (pixel borders), smoothed:
+    the back with its tab, and the front flap a little lower and lighter."""
+    w, h = x1 - x0, y1 - y0
+    tab = x0 + w * 0.42
+    cover(c, in_round_rect(x0, y0, tab, y0 + h * 0.3, 1.5), FOLDER_EDGE)
+    cover(c, in_round_rect(x0 + 1, y0 + 1, tab - 1, y0 + h * 0.3, 0.8), FOLDER_BACK)
+    outlined(c, x0, y0 + h * 0.14, x1, y1, 1.5, FOLDER_EDGE, FOLDER_BACK)
+    flap = y0 + h * 0.3
+    outlined(c, x0, flap, x1, y1, 1.5, FOLDER_EDGE, FOLDER_FRONT)
+    # light along the top of the flap, shade towards the bottom
+    cover(c, lambda x, y: x0 + 1.5 <= x <= x1 - 1.5 and flap + 1 <= y <= flap + 2, FOLDER_LIGHT)
+    cover(c, lambda x, y: x0 + 1.5 <= x <= x1 - 1.5 and y1 - 3 <= y <= y1 - 1, mix(FOLDER_FRONT, FOLDER_BACK, 0.6))
+
+
+def in_ring(cx, cy, r0, r1):
+    return lambda x, y: r0 * r0 <= (x - cx) ** 2 + (y - cy) ** 2 <= r1 * r1
+
+
+def gear(c, cx, cy, r, teeth=8):
+    """A blue-grey gear of outer radius r with a hole, outlined."""
+
+    def tooth_radius(x, y, grow):
+        a = math.atan2(y - cy, x - cx)
+        return (r if math.cos(teeth * a) > -0.15 else r * 0.74) + grow
+
+    def body(grow):
+        hole = r * 0.32 - grow
+        return lambda x, y: hole ** 2 <= (x - cx) ** 2 + (y - cy) ** 2 <= tooth_radius(x, y, grow) ** 2
+
+    cover(c, body(0), INK)
+    cover(c, body(-1.1), BODY)
+    cover(c, in_ring(cx, cy, r * 0.32 + 1.1, r * 0.55), mix(BODY, WHITE, 0.45))
+
+
+def gauge(c, cx, cy, r):
+    """A round size gauge: a white dial with a green-to-red scale over its
+    upper half and the needle well into the red."""
+    cover(c, in_ring(cx, cy, 0, r), INK)
+    cover(c, in_ring(cx, cy, 0, r - 1.2), WHITE)
+    arcs = ((180, 240, (60, 170, 70)), (240, 300, (240, 190, 40)), (300, 360, (210, 50, 40)))
+    for start, end, colour in arcs:
+        def on_arc(x, y, start=start, end=end):
+            a = math.degrees(math.atan2(y - cy, x - cx)) % 360
+            d = math.hypot(x - cx, y - cy)
+            return start <= a <= end and r * 0.56 <= d <= r - 2.2
+        cover(c, on_arc, colour)
+    a = math.radians(-35)
+    tx, ty = cx + math.cos(a) * (r - 2.5), cy + math.sin(a) * (r - 2.5)
+
+    def needle(x, y):
+        # distance from the segment centre..tip
+        vx, vy = tx - cx, ty - cy
+        t = max(0.0, min(1.0, ((x - cx) * vx + (y - cy) * vy) / (vx * vx + vy * vy)))
+        return math.hypot(x - (cx + vx * t), y - (cy + vy * t)) <= 0.9
+    cover(c, needle, (30, 30, 30))
+    cover(c, in_ring(cx, cy, 0, 1.8), (30, 30, 30))
+
+
+def main_header_bitmap():
+    """32x32 on the white header band: a folder with a size gauge, the
+    picture of the folder list."""
+    c = Canvas(32, 32, WHITE)
+    folder_large(c, 1, 3, 27, 25)
+    gauge(c, 22, 22, 9)
+    return c
+
+
+def folder_header_bitmap():
+    """32x32 on the white header band: a folder with a gear, the picture of
+    the properties dialogs."""
+    c = Canvas(32, 32, WHITE)
+    folder_large(c, 1, 3, 27, 25)
+    gear(c, 22.5, 22.5, 9)
     return c
 
 
@@ -331,6 +564,13 @@ def main():
         'action_run.bmp': bmp24(run_bitmap()),
         'menu_images.bmp': bmp24(strip([draw() for draw in MENU_IMAGES])),
         'hand.cur': ico([hand_cursor()], hotspots=[(7, 0)]),
+        'main_header.bmp': bmp24(main_header_bitmap()),
+        'folder_header.bmp': bmp24(folder_header_bitmap()),
+        'folder.bmp': bmp24(folder_bitmap()),
+        'local_folder.bmp': bmp24(local_folder_bitmap()),
+        'drive_root.bmp': bmp24(drive_root_bitmap()),
+        'network_folder.bmp': bmp24(network_folder_bitmap()),
+        'removable_drive.bmp': bmp24(removable_drive_bitmap()),
     }
     for name, blob in files.items():
         with open(os.path.join(OUT, name), 'wb') as f:
