@@ -3,6 +3,7 @@
 #include <memory>
 #include <utility>
 
+#include "actions/RunDialog.h"
 #include "config/XmlDom.h"
 
 namespace krn {
@@ -11,13 +12,6 @@ namespace {
 const RunParams* AsRunParams(const void* params)
 {
     return static_cast<const RunParams*>(params);
-}
-
-// The Run dialog comes with its own step; until then every edit is cancelled,
-// as a dialog that could not be created would be.
-DWORD ShowRunDialog(HWND, RunParams&)
-{
-    return ERROR_CANCELLED;
 }
 
 } // namespace
@@ -85,7 +79,10 @@ HRESULT RunAction::EditParams(HWND owner, bool isNew, ActionSlot& slot)
     auto* block = static_cast<RunParams*>(slot.params);
     if (!block)
         return E_POINTER;
-    if (ShowRunDialog(owner, *block) == ERROR_SUCCESS)
+    RunDialog dialog;
+    dialog.SetParams(block);
+    // Anything but OK counts as a cancel, a dialog that could not be created too.
+    if (dialog.Run(owner) == ERROR_SUCCESS)
         return S_OK;
     if (!isNew)
         return S_FALSE;

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include "actions/RunAction.h"
 #include "actions/StandardKinds.h"
 #include "config/ActionKindRegistry.h"
 
@@ -38,26 +37,6 @@ TEST(ActionKinds, RegistryHoldsTheThreeKindsInMenuOrder)
     }
     for (HBITMAP bitmap : bitmaps)
         EXPECT_EQ(GetObjectType(bitmap), 0u) << "a kind deletes its bitmap";
-}
-
-// Until the Run dialog comes every edit is cancelled: a new block is dropped,
-// an old one kept as it was, and a block handed in for a new action is never
-// overwritten.
-TEST(RunAction, CancelledEditDropsANewBlockAndKeepsAnOldOne)
-{
-    RunAction kind;
-    const RunParams original{L"a.exe", std::nullopt};
-    ActionSlot fresh(nullptr, &kind);
-    ActionSlot existing(nullptr, &kind);
-    ASSERT_EQ(kind.CloneParams(&existing.params, &original), S_OK);
-    void* const block = existing.params;
-    EXPECT_EQ(kind.EditParams(nullptr, true, fresh), E_FAIL);
-    EXPECT_EQ(fresh.params, nullptr);
-    EXPECT_EQ(kind.EditParams(nullptr, false, existing), S_FALSE);
-    EXPECT_EQ(existing.params, block);
-    EXPECT_EQ(kind.CompareParams(block, &original), 0);
-    EXPECT_EQ(kind.EditParams(nullptr, true, existing), E_INVALIDARG);
-    EXPECT_EQ(existing.params, block);
 }
 
 } // namespace
