@@ -1,8 +1,11 @@
 #include "actions/RunAction.h"
 
+#include <shellapi.h>
+
 #include <memory>
 #include <utility>
 
+#include "acl/ListView.h"
 #include "actions/RunDialog.h"
 #include "config/XmlDom.h"
 
@@ -97,7 +100,15 @@ HRESULT RunAction::FillParamsCell(acl::ListView_Cell* cell, const void* params)
     const RunParams* block = AsRunParams(params);
     if (!block || !block->path)
         return S_OK;
-    // The icon and the path text go in with the owner-drawn list view.
+    // The path is used as it stands: quoted or with variables it names no
+    // file, and only the text shows.
+    acl::unique_hicon large;
+    acl::unique_hicon small;
+    ExtractIconExW(block->path->c_str(), 0, large.put(), small.put(), 1);
+    large.reset();  // the list shows the small one only
+    if (small)
+        cell->AddItem(std::make_unique<acl::ListView_Icon>(std::move(small)));
+    cell->AddItem(std::make_unique<acl::ListView_Text>(block->path->c_str()));
     return S_OK;
 }
 

@@ -1,6 +1,7 @@
 // The "Run ..." dialog through RunAction::EditParams: the real modal dialog,
 // driven from its own message loop, with the real open-file dialog and the
-// real help viewer.
+// real help viewer; and the action's list cell.
+#include "acl/ListView.h"
 #include "actions/RunAction.h"
 #include "resource.h"
 #include "settings/HelpLauncher.h"
@@ -13,6 +14,7 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 namespace krn::test {
 namespace {
@@ -255,6 +257,52 @@ TEST_F(RunDialogTest, BackgroundIsTheBodyColour)
     EXPECT_EQ(pixels.at(pixels.width() - 2, pixels.height() - 2), body);
     EXPECT_EQ(pixels.at(label.right - 2, (label.top + label.bottom) / 2), body) << "the label's background";
     EXPECT_EQ(pixels.at(params.right - 6, (params.top + params.bottom) / 2), GetSysColor(COLOR_WINDOW));
+}
+
+// The list cell: the small icon of a file that has one, then the path; a
+// quoted path or one with a variable names no file and gives the text alone.
+TEST(RunAction, FillParamsCellShowsTheIconOfAnExistingFileThenThePath)
+{
+    TempFolder files;
+    const std::wstring text = files / L"notes.txt";
+    WriteFileBytes(text, "no icon here");
+    using Kinds = std::vector<uint32_t>;
+    const Kinds iconAndText{acl::ListView_Item::kIcon, acl::ListView_Item::kText};
+    const Kinds textOnly{acl::ListView_Item::kText};
+    const struct {
+        OptionalText path;
+        Kinds kinds;
+    } cases[] = {
+        {ProgramPath(), iconAndText},
+        {text, textOnly},
+        {L"\"" + ProgramPath() + L"\"", textOnly},
+        {L"%currentdir%\\tool.exe", textOnly},
+        {std::nullopt, {}},
+    };
+    RunAction kind;
+    for (const auto& c : cases) {
+        const std::string trace = testing::PrintToString(c.path.value_or(L"(none)"));
+        const RunParams block{c.path, L"-q"};
+        acl::ListView_Cell cell(nullptr);
+        EXPECT_EQ(kind.FillParamsCell(&cell, &block), S_OK) << trace;
+        Kinds kinds;
+        for (size_t i = 0; i < cell.ItemCount(); ++i)
+            kinds.push_back(cell.ItemAt(i)->kind);
+        EXPECT_EQ(kinds, c.kinds) << trace;
+        if (kinds == iconAndText) {
+            const auto* icon = static_cast<acl::ListView_Icon*>(cell.ItemAt(0));
+            EXPECT_TRUE(icon->OwnsIcon());
+            EXPECT_EQ(icon->Info().bmWidth, GetSystemMetrics(SM_CXSMICON)) << "the small icon";
+        }
+        if (!kinds.empty()) {
+            EXPECT_EQ(static_cast<acl::ListView_Text*>(cell.ItemAt(kinds.size() - 1))->Text(), *c.path) << trace;
+        }
+    }
+    acl::ListView_Cell cell(nullptr);
+    EXPECT_EQ(kind.FillParamsCell(&cell, nullptr), S_OK);
+    EXPECT_EQ(cell.ItemCount(), 0u);
+    const RunParams block{ProgramPath(), std::nullopt};
+    EXPECT_EQ(kind.FillParamsCell(nullptr, &block), E_ABORT);
 }
 
 } // namespace
