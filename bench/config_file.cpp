@@ -32,9 +32,9 @@ double BestOf(int runs, const std::function<void()>& work)
     return best;
 }
 
-krn::FolderList MakeFolders(const krn::ActionKindRegistry& kinds, int count)
+krn::FolderEntries MakeFolders(const krn::ActionKindRegistry& kinds, int count)
 {
-    krn::FolderList folders;
+    krn::FolderEntries folders;
     for (int i = 0; i < count; ++i) {
         auto entry = std::make_unique<krn::FolderEntry>();
         entry->path = L"C:\\Users\\someone\\Documents\\Projects\\folder " + std::to_wstring(i);
@@ -60,7 +60,7 @@ int wmain(int argc, wchar_t** argv)
     base::OleInit ole;
     krn::ActionKindRegistry kinds;
     krn::AddStandardKinds(kinds, GetModuleHandleW(nullptr));
-    const krn::FolderList folders = MakeFolders(kinds, count);
+    const krn::FolderEntries folders = MakeFolders(kinds, count);
 
     wchar_t temp[MAX_PATH] = {};
     GetTempPathW(MAX_PATH, temp);
@@ -72,7 +72,7 @@ int wmain(int argc, wchar_t** argv)
     std::size_t loadedCount = 0;
     DWORD loadStatus = 0;
     const double load = BestOf(runs, [&] {
-        krn::FolderList loaded;
+        krn::FolderEntries loaded;
         loadStatus = krn::LoadConfiguration(path.c_str(), kinds, loaded);
         loadedCount = loaded.size();
     });

@@ -349,7 +349,7 @@ void ConfigDocument::Close()
     document_.reset();
 }
 
-DWORD SaveConfiguration(const wchar_t* path, const FolderList& folders, ConfigurationOwner* owner)
+DWORD SaveConfiguration(const wchar_t* path, const FolderEntries& folders, ConfigurationOwner* owner)
 {
     ConfigDocument document;
     document.NewDocument();
@@ -367,7 +367,7 @@ DWORD SaveConfiguration(const wchar_t* path, const FolderList& folders, Configur
     return ERROR_SUCCESS;
 }
 
-DWORD LoadConfiguration(const wchar_t* path, const ActionKindRegistry& registry, FolderList& folders,
+DWORD LoadConfiguration(const wchar_t* path, const ActionKindRegistry& registry, FolderEntries& folders,
                         ConfigurationOwner* owner)
 {
     ConfigDocument document(&registry);

@@ -60,10 +60,10 @@ inline constexpr DWORD ERROR_CONFIG_NOT_SAVED = ERROR_INTERNAL_ERROR;  // 1359
 
 // Writes the whole list; 0, or 1359. On success the owner clears its modified
 // state.
-DWORD SaveConfiguration(const wchar_t* path, const FolderList& folders, ConfigurationOwner* owner = nullptr);
+DWORD SaveConfiguration(const wchar_t* path, const FolderEntries& folders, ConfigurationOwner* owner = nullptr);
 // Appends the file's folders to `folders`; 0 when the file was opened and its
 // version accepted (even if not every folder could be read), else 1006.
-DWORD LoadConfiguration(const wchar_t* path, const ActionKindRegistry& registry, FolderList& folders,
+DWORD LoadConfiguration(const wchar_t* path, const ActionKindRegistry& registry, FolderEntries& folders,
                         ConfigurationOwner* owner = nullptr);
 
 } // namespace krn

@@ -12,11 +12,11 @@ namespace krn {
 
 // Owns its entries; the order is the row order of the folder list and the
 // order of the Folder elements in the file.
-using FolderList = std::vector<std::unique_ptr<FolderEntry>>;
+using FolderEntries = std::vector<std::unique_ptr<FolderEntry>>;
 
 struct Configuration {
     ActionKindRegistry kinds;
-    FolderList folders;  // after the kinds: entries release their blocks through kinds still alive
+    FolderEntries folders;  // after the kinds: entries release their blocks through kinds still alive
 };
 
 // The main window's side of a save and a load.

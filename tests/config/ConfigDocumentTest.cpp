@@ -25,7 +25,7 @@ TEST_F(ConfigFileTest, RoundTripUnderAnotherLocaleGivesEqualEntriesAndFlags)
     SetThreadLocale(MAKELCID(MAKELANGID(LANG_GERMAN, SUBLANG_GERMAN), SORT_DEFAULT));
     ASSERT_NE(_wsetlocale(LC_ALL, L"German_Germany.1252"), nullptr);
     ASSERT_EQ(*localeconv()->decimal_point, ',');
-    FolderList original, loaded;
+    FolderEntries original, loaded;
     original.push_back(Entry(L"C:\\Ünïcödé ™ 𝄞", 3, {0.1, SizeUnit_KB, 0, L"<min> & \"q\""},
                              {0.1 + 0.2, SizeUnit_TB, 0, L""},
                              Slots(Slot(msgBox()), RunSlot(L"\"C:\\a b\\x.exe\"", L"%currentdir%"),
@@ -52,7 +52,7 @@ TEST_F(ConfigFileTest, RoundTripUnderAnotherLocaleGivesEqualEntriesAndFlags)
 
 TEST_F(ConfigFileTest, SavedBytesFollowTheFormat)
 {
-    FolderList folders;
+    FolderEntries folders;
     folders.push_back(Entry(L"C:\\x", 3, {1.5, SizeUnit_KB, 0, L"low"}, {2.0, SizeUnit_MB, 0, std::nullopt},
                             Slots(Slot(msgBox()), RunSlot(L"a.exe", std::nullopt), Slot(addToLog()))));
     folders.push_back(Entry(L"C:\\y", 0, {5.0, SizeUnit_TB, 0, L"not in force"}, {}));
@@ -67,7 +67,7 @@ TEST_F(ConfigFileTest, SavedBytesFollowTheFormat)
 
 TEST_F(ConfigFileTest, EmptyListsMissingFilesAndMissingFolders)
 {
-    FolderList folders;
+    FolderEntries folders;
     RecordingOwner owner;
     EXPECT_EQ(SaveConfiguration((temp / L"no\\such.xml").c_str(), folders, &owner), 1359u);
     EXPECT_EQ(LoadConfiguration((temp / L"absent.xml").c_str(), kinds, folders, &owner), 1006u);

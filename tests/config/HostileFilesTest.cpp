@@ -68,7 +68,7 @@ std::wstring Number(double value)
 }
 
 // One line per entry, in the form of the pieces above.
-std::wstring Describe(const FolderList& folders)
+std::wstring Describe(const FolderEntries& folders)
 {
     std::wstring text;
     for (const auto& entry : folders) {
@@ -118,7 +118,7 @@ std::string Generate(unsigned seed, std::wstring& expected)
 // one with a few bytes changed (either way); then monsters.
 TEST_F(ConfigTest, HostileFilesLoadExactlyAsTheFormatSaysOrAreRefused)
 {
-    const auto load = [&](const std::string& bytes, FolderList& folders) {
+    const auto load = [&](const std::string& bytes, FolderEntries& folders) {
         folders.push_back(std::make_unique<FolderEntry>());
         WriteFileBytes(temp / L"load.xml", bytes);
         const DWORD status = LoadConfiguration((temp / L"load.xml").c_str(), kinds, folders);
@@ -129,7 +129,7 @@ TEST_F(ConfigTest, HostileFilesLoadExactlyAsTheFormatSaysOrAreRefused)
     for (unsigned seed = 1; seed <= 300; ++seed) {
         std::wstring expected;
         std::string bytes = Generate(seed, expected);
-        FolderList folders, cut, changed;
+        FolderEntries folders, cut, changed;
         ASSERT_EQ(load(bytes, folders), expected.empty() ? 1006u : 0u) << "seed " << seed;
         ASSERT_EQ(Describe(folders), expected.empty() ? kFresh : expected) << "seed " << seed;
         accepted += !expected.empty();
@@ -147,7 +147,7 @@ TEST_F(ConfigTest, HostileFilesLoadExactlyAsTheFormatSaysOrAreRefused)
     const std::string huge = "<!--" + std::string(12 << 20, 'x') + "--><Folder Path=\"after\"><Actions/></Folder>";
     for (const std::string& monster : {std::string(), std::string("not XML"), FileText(kHeaders[0].first, deep),
                                        FileText(kHeaders[0].first, huge)}) {
-        FolderList folders;
+        FolderEntries folders;
         load(monster, folders);
     }
 }
