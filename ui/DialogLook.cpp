@@ -73,10 +73,21 @@ void AddHeaderSchemes(acl::ColorSchemeSet& schemes, HWND dialog, acl::unique_hfo
                       std::initializer_list<int> titleIds)
 {
     AddBodyScheme(schemes, dialog);
-    const int header[] = {kHeaderTitleId};
-    schemes.AddScheme(dialog, L"header", header, 1, kBlack, acl::kHeaderColor, std::move(headerFont));
+    AddFontScheme(schemes, dialog, L"header", {kHeaderTitleId}, acl::kHeaderColor, std::move(headerFont));
     schemes.AddScheme(dialog, L"title", titleIds.begin(), static_cast<uint32_t>(titleIds.size()), kBlack,
                       acl::kHeaderColor, {});
+}
+
+void AddFontScheme(acl::ColorSchemeSet& schemes, HWND dialog, const wchar_t* name, std::initializer_list<int> ids,
+                   COLORREF background, acl::unique_hfont font)
+{
+    const HFONT shared = font.get();
+    schemes.AddScheme(dialog, name, ids.begin(), static_cast<uint32_t>(ids.size()), kBlack, background,
+                      std::move(font));
+    if (!shared)
+        return;
+    for (const int id : ids)
+        SendDlgItemMessageW(dialog, id, WM_SETFONT, reinterpret_cast<WPARAM>(shared), FALSE);
 }
 
 void AddBodyScheme(acl::ColorSchemeSet& schemes, HWND dialog)
