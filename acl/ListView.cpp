@@ -261,13 +261,19 @@ DWORD ListView::DeleteColumn(uint64_t index)
 int64_t ListView::AddRow(uint64_t, uint64_t, uint64_t tag)
 {
     auto row = std::make_unique<ListView_Row>();
-    if (!SendMessageW(list_, LVM_SETITEMCOUNT, static_cast<WPARAM>(rowCount_ + 1), 0))
+    if (batchDepth_ == 0 && !SendMessageW(list_, LVM_SETITEMCOUNT, static_cast<WPARAM>(rowCount_ + 1), 0))
         return -1;
     ++rowCount_;
     row->tag = tag;
     rows_.push_back(std::move(row));
     rows_.back()->SetSettings(&settings_, false);
     return static_cast<int64_t>(rowCount_) - 1;
+}
+
+ListView::Batch::~Batch()
+{
+    if (--list_.batchDepth_ == 0)
+        SendMessageW(list_.list_, LVM_SETITEMCOUNT, static_cast<WPARAM>(list_.rowCount_), 0);
 }
 
 DWORD ListView::DeleteRow(uint64_t index, std::unique_ptr<ListView_Row>& removed)

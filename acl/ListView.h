@@ -283,6 +283,21 @@ public:
     DWORD DeleteColumn(uint64_t index);
 
     int64_t AddRow(uint64_t /*unused*/, uint64_t /*unused*/, uint64_t tag);
+
+    // While a batch is open, the rows AddRow appends reach the control as one
+    // item-count update when the batch closes, instead of one update per row
+    // (each update recomputes the control's scroll range, which dominated
+    // filling a long list). Until then the control's count lags the list's.
+    class Batch {
+    public:
+        explicit Batch(ListView& list) noexcept : list_(list) { ++list_.batchDepth_; }
+        Batch(const Batch&) = delete;
+        Batch& operator=(const Batch&) = delete;
+        ~Batch();
+
+    private:
+        ListView& list_;
+    };
     // The row leaves the list but is not destroyed: it is handed to the caller.
     DWORD DeleteRow(uint64_t index, std::unique_ptr<ListView_Row>& removed);
     DWORD DeleteAllRows(std::vector<std::unique_ptr<ListView_Row>>& removed);
@@ -334,6 +349,7 @@ private:
     HWND parent_ = nullptr;
     uint64_t columnCount_ = 0;
     uint64_t rowCount_ = 0;
+    int batchDepth_ = 0;
 };
 
 } // namespace acl

@@ -298,4 +298,28 @@ TEST(ListViewSort, HeaderClicksSortStablyAndOneRowOrNoneOnlyRecordTheColumn)
     EXPECT_EQ(list.GetSelectedRow(), 0) << "the highlight stays on the position";
 }
 
+// Rows added in a batch reach the control once, when the batch closes; the
+// bitmaps read at construction are the same either way.
+TEST(ListViewControl, RowsAddedInABatchReachTheControlWhenItCloses)
+{
+    ListViewDemo demo;
+    acl::ListView& list = demo.view();
+    list.AddColumn(L"A", 50);
+    list.AddRow(0, 0, 1);
+    {
+        acl::ListView::Batch batch(list);
+        {
+            acl::ListView::Batch nested(list);
+            for (uint64_t tag : {2, 3, 4})
+                EXPECT_EQ(list.AddRow(0, 0, tag), static_cast<int64_t>(tag - 1));
+        }
+        EXPECT_EQ(SendMessageW(demo.list(), LVM_GETITEMCOUNT, 0, 0), 1) << "the outer batch is still open";
+        list.AddItem(3, 0, std::make_unique<acl::ListView_Bitmap>(demo.ActionBitmap(1)));
+    }
+    EXPECT_EQ(list.RowCount(), 4u);
+    EXPECT_EQ(SendMessageW(demo.list(), LVM_GETITEMCOUNT, 0, 0), 4);
+    const auto* bitmap = static_cast<const acl::ListView_Bitmap*>(list.GetCell(3, 0, true)->ItemAt(0));
+    EXPECT_EQ(bitmap->TransparentColor(), RGB(0xFF, 0x00, 0xFF)) << "the top-left pixel of the action bitmap";
+}
+
 } // namespace
