@@ -22,7 +22,7 @@ unique_hdc DesktopMemoryDc()
 }
 
 // The colour of a bitmap's top-left pixel, drawn as transparent. Read as a
-// one-line DIB through a memory DC kept for the thread: selecting the bitmap
+// top-down DIB through a memory DC kept for the thread: selecting the bitmap
 // into a fresh DC and asking GetPixel cost a tenth of a millisecond per item,
 // which made filling a long list slow.
 // The reading DC is made once per thread and kept for the thread's life: it
@@ -60,10 +60,12 @@ COLORREF TopLeftPixel(HBITMAP bitmap, const BITMAP& info)
     format.bmiHeader.biPlanes = 1;
     format.bmiHeader.biBitCount = 32;
     format.bmiHeader.biCompression = BI_RGB;
-    std::vector<RGBQUAD> line(static_cast<size_t>(info.bmWidth));
-    if (!GetDIBits(reader.get(), bitmap, 0, 1, line.data(), &format, DIB_RGB_COLORS))
+    // The whole picture: which line a partial read starts from differs between
+    // systems for a top-down format, the first pixel of the whole does not.
+    std::vector<RGBQUAD> pixels(static_cast<size_t>(info.bmWidth) * static_cast<size_t>(info.bmHeight));
+    if (!GetDIBits(reader.get(), bitmap, 0, static_cast<UINT>(info.bmHeight), pixels.data(), &format, DIB_RGB_COLORS))
         return CLR_INVALID;
-    return RGB(line[0].rgbRed, line[0].rgbGreen, line[0].rgbBlue);
+    return RGB(pixels[0].rgbRed, pixels[0].rgbGreen, pixels[0].rgbBlue);
 }
 
 } // namespace

@@ -1,11 +1,32 @@
-// The help launcher with Wine's real HTML Help control and a real .chm built
-// beside this test program.
+// The help file the build puts beside the program, and the help launcher with
+// Wine's real HTML Help control. This test program is built into the
+// program's folder, so the launcher finds the help file where the program does.
+#include "base/Com.h"
 #include "settings/HelpLauncher.h"
 #include "support/Gui.h"
+
+#include <objbase.h>
 
 #include <gtest/gtest.h>
 
 #include <string>
+
+// The storage interface of the compiled help file system (itss.dll), as far
+// as opening a file goes; the SDK headers do not declare it. COM objects are
+// released, never deleted, hence no virtual destructor. It stays outside the
+// anonymous namespace: GCC knows every class derived from a type declared
+// there, finds no implementation of these functions, and compiles the calls
+// into jumps to nowhere.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
+struct IITStorage : IUnknown {
+    virtual HRESULT STDMETHODCALLTYPE StgCreateDocfile(const WCHAR*, DWORD, DWORD, IStorage**) = 0;
+    virtual HRESULT STDMETHODCALLTYPE StgCreateDocfileOnILockBytes(ILockBytes*, DWORD, DWORD, IStorage**) = 0;
+    virtual HRESULT STDMETHODCALLTYPE StgIsStorageFile(const WCHAR*) = 0;
+    virtual HRESULT STDMETHODCALLTYPE StgIsStorageILockBytes(ILockBytes*) = 0;
+    virtual HRESULT STDMETHODCALLTYPE StgOpenStorage(const WCHAR*, IStorage*, DWORD, SNB, DWORD, IStorage**) = 0;
+};
+#pragma GCC diagnostic pop
 
 namespace {
 
@@ -14,11 +35,64 @@ using krn::HelpEntry;
 using krn::HelpLauncher;
 using krn::HelpPage;
 
-TEST(HelpLauncher, OpensEachPageOfTheRealHelpFileBesideTheProgram)
+std::wstring ProgramFolder()
 {
     wchar_t program[MAX_PATH] = {};
     GetModuleFileNameW(nullptr, program, MAX_PATH);
-    const std::wstring folder = std::wstring(program).substr(0, std::wstring(program).rfind(L'\\'));
+    const std::wstring path(program);
+    return path.substr(0, path.rfind(L'\\'));
+}
+
+constexpr CLSID kITStorage = {0x5d02926a, 0x212e, 0x11d0, {0x9d, 0xf9, 0x00, 0xa0, 0xc9, 0x22, 0xe6, 0xec}};
+constexpr IID kIITStorage = {0x88cc31de, 0x27ab, 0x11d0, {0x9d, 0xf9, 0x00, 0xa0, 0xc9, 0x22, 0xe6, 0xec}};
+
+// A file inside the help file, as text; empty when it is not there.
+std::string ReadHelpFile(IStorage* help, const wchar_t* name)
+{
+    base::com_ptr<IStream> stream;
+    std::string text;
+    if (FAILED(help->OpenStream(name, nullptr, STGM_READ | STGM_SHARE_EXCLUSIVE, 0, stream.put())))
+        return text;
+    char buffer[4096];
+    ULONG read = 0;
+    while (SUCCEEDED(stream->Read(buffer, sizeof buffer, &read)) && read)
+        text.append(buffer, read);
+    return text;
+}
+
+TEST(HelpFile, LiesBesideTheProgramWithItsPagesInTheContents)
+{
+    const std::wstring folder = ProgramFolder();
+    EXPECT_NE(GetFileAttributesW((folder + L"\\KRN Properties.exe").c_str()), INVALID_FILE_ATTRIBUTES)
+        << "this test runs from the program's folder";
+    const std::wstring path = folder + L"\\BrimwellPro.chm";
+    ASSERT_NE(GetFileAttributesW(path.c_str()), INVALID_FILE_ATTRIBUTES) << "no help file beside the program";
+
+    base::com_ptr<IITStorage> storage;
+    ASSERT_EQ(CoCreateInstance(kITStorage, nullptr, CLSCTX_INPROC_SERVER, kIITStorage, storage.put_void()),
+              S_OK);
+    base::com_ptr<IStorage> help;
+    ASSERT_EQ(storage->StgOpenStorage(path.c_str(), nullptr, STGM_READ | STGM_SHARE_DENY_WRITE, nullptr, 0, help.put()),
+              S_OK);
+    const std::string contents = ReadHelpFile(help.get(), L"toc.hhc");
+    const struct {
+        const wchar_t* page;
+        const char* title;
+    } pages[] = {
+        {L"index.html", "<title>Kestrune Properties</title>"},
+        {L"krn-managefolders.html", "<title>Managing folders</title>"},
+        {L"krn-run.html", "<title>The Run application action</title>"},
+    };
+    for (const auto& p : pages) {
+        EXPECT_NE(ReadHelpFile(help.get(), p.page).find(p.title), std::string::npos) << "page and title of " << p.title;
+        const std::string link = "value=\"" + std::string(p.page, p.page + wcslen(p.page)) + "\"";
+        EXPECT_NE(contents.find(link), std::string::npos) << "contents entry " << link;
+    }
+}
+
+TEST(HelpLauncher, OpensEachPageOfTheRealHelpFileBesideTheProgram)
+{
+    const std::wstring folder = ProgramFolder();
     const struct {
         HelpPage page;
         std::wstring path;
