@@ -621,11 +621,12 @@ TEST_F(FolderDialogTest, BrowsingReplacesThePathWithTheChosenFolder)
 }
 
 // The white header band over the body colour, the texts on their own
-// backgrounds, and a selected action on the body colour, as on screen.
+// backgrounds, and a selected action on the body colour, as on screen. (A Run
+// action is there for whoever looks at the picture: its icon and path.)
 TEST_F(FolderDialogTest, LooksLikeTheOtherDialogs)
 {
     FolderEntry entry;
-    Prepare(entry, {kMessage, kLog});
+    Prepare(entry, {kMessage, kLog, kRun});
     Pixels shot;
     RECT title{}, label{}, line{}, rows[2]{};
     DialogDriver driver;
