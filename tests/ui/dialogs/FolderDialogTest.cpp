@@ -279,18 +279,17 @@ TEST_F(FolderDialogTest, NewEntryStartsEmptyAndTheHeaderFollowsThePath)
     const std::wstring logs = folder / L"Logs";
     CreateDirectoryW(logs.c_str(), nullptr);
     const struct {
-        std::wstring typed;                // or, when empty, dropped:
-        std::vector<std::wstring> dropped;
+        std::vector<std::wstring> dropped;  // none: the path is typed
         std::wstring path;
         std::wstring header;
     } cases[] = {
-        {L"C:\\Data\\Logs", {}, L"C:\\Data\\Logs", L"Logs"},
-        {L"C:\\Data\\Logs\\", {}, L"C:\\Data\\Logs\\", L"Logs"},
-        {L"C:\\", {}, L"C:\\", L"C:"},
-        {L"Logs", {}, L"Logs", L"Logs"},
-        {L"", {file, logs}, L"Logs", L"Logs"},
-        {L"", {logs, file}, logs, L"Logs"},
-        {L"", {folder / L"gone"}, logs, L"Logs"},
+        {{}, L"C:\\Data\\Logs", L"Logs"},
+        {{}, L"C:\\Data\\Logs\\", L"Logs"},
+        {{}, L"C:\\", L"C:"},
+        {{}, L"Logs", L"Logs"},
+        {{file, logs}, L"Logs", L"Logs"},
+        {{logs, file}, logs, L"Logs"},
+        {{folder / L"gone"}, logs, L"Logs"},
     };
     FolderEntry entry;
     entry.path = folder.path() + L"\\";
@@ -308,7 +307,7 @@ TEST_F(FolderDialogTest, NewEntryStartsEmptyAndTheHeaderFollowsThePath)
         for (const auto& c : cases) {
             SCOPED_TRACE(testing::PrintToString(c.path));
             if (c.dropped.empty())
-                SetDlgItemTextW(dialog, IDC_FOLDER_PATH, c.typed.c_str());
+                SetDlgItemTextW(dialog, IDC_FOLDER_PATH, c.path.c_str());
             else
                 SendMessageW(dialog, WM_DROPFILES, reinterpret_cast<WPARAM>(MakeDrop(c.dropped)), 0);
             EXPECT_EQ(Text(dialog, IDC_FOLDER_PATH), c.path);
