@@ -12,6 +12,19 @@ namespace {
 
 using krn::test::Pixels;
 
+} // namespace
+
+void PrintTo(const ACL_MenuColors& c, std::ostream* os)
+{
+    *os << std::hex << "{background " << c.background << ", selection " << c.selectionBackground << ", gradient "
+        << c.gradientStart << ".." << c.gradientEnd << ", text " << c.textColor << ", selected text "
+        << c.selectedTextColor << ", disabled text " << c.disabledTextColor << ", frame " << c.frameColor
+        << ", separator " << c.separatorColor << ", check " << c.checkColor << ", bar " << c.barBackground
+        << ", shadow " << c.shadowColor << "}";
+}
+
+namespace {
+
 // The main dialog's colours, with distinct frame, separator and check colours
 // so that every part of a drawing can be told apart.
 constexpr COLORREF kBack = RGB(0xFA, 0xFA, 0xFF), kSelection = RGB(0x8A, 0xA6, 0xD6), kWhite = RGB(255, 255, 255);
@@ -58,7 +71,8 @@ TEST_F(MenuTest, AttachCutsOneImagePerCommandAndConvertsEveryItemAndRefreshTheLa
     // In menu order: 2 bar items, each followed by the 6 items of its drop-down.
     ASSERT_EQ(menu.items().size(), 14u);
     EXPECT_EQ(menu.items()[6]->text, L"E&xit");
-    EXPECT_EQ(menu.items()[0]->topLevel * 10 + menu.items()[6]->topLevel, 10u) << "bar item, drop-down item";
+    EXPECT_EQ(menu.items()[0]->topLevel, 1u) << "a bar item";
+    EXPECT_EQ(menu.items()[6]->topLevel, 0u) << "a drop-down item";
     EXPECT_TRUE(menu.items()[3]->state & MF_SEPARATOR);
     EXPECT_EQ(Record(ID_FILE_EXIT)->image, Image(ID_FILE_EXIT));
     for (HMENU m : {menu.menu(), GetSubMenu(menu.menu(), 1)})
@@ -107,9 +121,8 @@ TEST_F(MenuTest, MeasuresSeparatorsItemsAndBarItems)
         MEASUREITEMSTRUCT mis{ODT_MENU};
         mis.itemData = reinterpret_cast<ULONG_PTR>(c.record);
         EXPECT_EQ(menu.MeasureItem(mis), 0u);
-        EXPECT_EQ(std::to_string(mis.itemWidth) + "x" + std::to_string(mis.itemHeight),
-                  std::to_string(c.width) + "x" + std::to_string(c.height))
-            << c.record->text << ", images of " << c.imageSize;
+        EXPECT_EQ(mis.itemWidth, static_cast<UINT>(c.width)) << c.record->text << ", images of " << c.imageSize;
+        EXPECT_EQ(mis.itemHeight, static_cast<UINT>(c.height)) << c.record->text << ", images of " << c.imageSize;
     }
 }
 
@@ -118,11 +131,15 @@ TEST_F(MenuTest, MeasuresSeparatorsItemsAndBarItems)
 // shows a framed cell and the mark around (11, 13) instead of its image.
 TEST_F(MenuTest, DrawsRaisedGreyAndCheckedItems)
 {
+    struct PixelAt {
+        int x, y;
+        COLORREF color;
+    };
     enum Look { kRaised, kGrey, kChecked };
     const struct {
         UINT state;
         Look look;
-        struct { int x, y; COLORREF color; } at[8];
+        std::vector<PixelAt> at;
     } cases[] = {
         {ODS_SELECTED, kRaised, {{0, 0, kFrame}, {199, 19, kFrame}, {198, 10, kSelection}}},
         {ODS_SELECTED | ODS_GRAYED, kGrey, {{199, 0, kBack}, {0, 0, kWhite}}},  // the gradient starts white
@@ -143,7 +160,7 @@ TEST_F(MenuTest, DrawsRaisedGreyAndCheckedItems)
             EXPECT_EQ(menu.DrawItem(dis), 0u);
         });
         for (const auto& at : c.at)
-            EXPECT_TRUE(!at.color || p.at(at.x, at.y) == at.color) << "at " << at.x << "," << at.y;
+            EXPECT_EQ(p.at(at.x, at.y), at.color) << "at " << at.x << "," << at.y;
         // What the image cell must show: shadow down-right of the image's place
         // (3, 2) and the image up-left of it, or the grey image in place.
         std::vector<COLORREF> want(22 * 20, CLR_INVALID);
@@ -162,8 +179,13 @@ TEST_F(MenuTest, DrawsRaisedGreyAndCheckedItems)
             }
             marks += p.at(i % 22, i / 22) == kCheck;
         }
-        EXPECT_GT(drawn, c.look == kChecked ? -1 : 50);
-        EXPECT_TRUE(c.look == kChecked ? marks > 12 && marks < 40 : marks == 0) << marks << " pixels of the mark";
+        if (c.look == kChecked) {
+            EXPECT_GT(marks, 12) << "pixels of the mark";
+            EXPECT_LT(marks, 40) << "pixels of the mark";
+        } else {
+            EXPECT_GT(drawn, 50) << "pixels of the image";
+            EXPECT_EQ(marks, 0) << "pixels of a mark";
+        }
     }
 }
 
@@ -179,7 +201,7 @@ TEST(MenuThemes, NineToFourteenChangeNothingAndLightComesFromTheHighlight)
     EXPECT_EQ(three.background, RGB(0xBC, 0x95, 0x65));
     for (unsigned theme = 9; theme <= 14; ++theme) {
         menu.SetTheme(theme);
-        EXPECT_TRUE(menu.colors() == three) << "theme " << theme;
+        EXPECT_EQ(menu.colors(), three) << "theme " << theme;
     }
     menu.SetTheme(17);
     EXPECT_EQ(menu.colors().frameColor, h);
@@ -211,7 +233,8 @@ TEST(MenuOwnership, ADropDownDeletedByPositionLosesEverySecondItemAndALentCheckB
         menu.SetCheckBitmap(ACL_Menu::kKeepCheckBitmap, 1);  // the flag decides for a kept bitmap too
         menu.SetCheckBitmap(given, 0);
     }
-    EXPECT_EQ(GetObjectType(given) * 10 + (GetObjectType(lent) != 0), 1u) << "given, lent";
+    EXPECT_EQ(GetObjectType(given), 0u) << "a given check bitmap goes with the menu";
+    EXPECT_EQ(GetObjectType(lent), static_cast<DWORD>(OBJ_BITMAP)) << "a lent one stays";
     DeleteObject(lent);
 }
 
