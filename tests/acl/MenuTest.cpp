@@ -1,10 +1,16 @@
 #include "acl/Menu.h"
 
+#include "TestDialog.h"
 #include "resource.h"
 #include "support/Gui.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <functional>
+#include <map>
+#include <set>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -236,6 +242,324 @@ TEST(MenuOwnership, ADropDownDeletedByPositionLosesEverySecondItemAndALentCheckB
     EXPECT_EQ(GetObjectType(given), 0u) << "a given check bitmap goes with the menu";
     EXPECT_EQ(GetObjectType(lent), static_cast<DWORD>(OBJ_BITMAP)) << "a lent one stays";
     DeleteObject(lent);
+}
+
+// The main window's menu as the main window has it: attached with the window
+// as owner, its colours, and WM_MEASUREITEM / WM_DRAWITEM for menus handed to
+// the menu. Every drawing request that arrives is recorded.
+constexpr COLORREF kBlack = RGB(0, 0, 0);
+const COLORREF kGrayText = GetSysColor(COLOR_GRAYTEXT);
+
+class MenuInWindow : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        host.Create(20, 20);
+        ASSERT_EQ(menu.Attach(GetModuleHandleW(nullptr), IDR_MAIN_MENU, IDR_MENU_IMAGES, IDB_MENU_IMAGES, host.window()),
+                  0u);
+        menu.SetImageMetrics(16, 16, ACL_Menu::kKeep, ACL_Menu::kKeep);
+        menu.SetColors(kBack, kSelection, kWhite, kSelection, kBlack, kWhite, kGrayText, kBlack, kBlack, kBlack);
+    }
+
+    // Opens `popup` as a context menu of the window, captures it once every
+    // item is drawn, lets the keyboard highlight its first item and captures
+    // it again.
+    void Track(HMENU popup)
+    {
+        tracked = popup;
+        tracking = this;
+        POINT cursor{};
+        GetCursorPos(&cursor);
+        // Below the other tests' topmost windows and away from the pointer, which
+        // would hot-track an item it is over.
+        const int x = cursor.x > 400 ? 100 : 900;
+        const UINT_PTR timer = SetTimer(nullptr, 0, 20, &OnTrackTimer);
+        started = GetTickCount();
+        TrackPopupMenu(popup, TPM_LEFTALIGN | TPM_TOPALIGN | TPM_RETURNCMD, x, 600, 0, host.window(), nullptr);
+        KillTimer(nullptr, timer);
+        tracking = nullptr;
+    }
+
+    // Runs inside the menu's own modal loop; gives up after 5 s.
+    static void CALLBACK OnTrackTimer(HWND, UINT, UINT_PTR, DWORD)
+    {
+        MenuInWindow& self = *tracking;
+        const HWND window = FindWindowW(L"#32768", nullptr);  // the popup menu's window class
+        const bool visible = window && IsWindowVisible(window);
+        if (GetTickCount() - self.started > 5000) {
+            EndMenu();
+        } else if (visible && self.shown.empty() &&
+                   self.draws.size() >= static_cast<size_t>(GetMenuItemCount(self.tracked))) {
+            self.shown = krn::test::CaptureScreen(window);
+            PostMessageW(self.host.window(), WM_KEYDOWN, VK_DOWN, 0);  // the menu's loop takes any key of the thread
+        } else if (visible && !self.shown.empty() && self.Highlighted()) {
+            self.highlighted = krn::test::CaptureScreen(window);
+            EndMenu();
+        }
+    }
+
+    const DRAWITEMSTRUCT* Highlighted() const
+    {
+        for (const DRAWITEMSTRUCT& dis : draws)
+            if (dis.itemState & ODS_SELECTED)
+                return &dis;
+        return nullptr;
+    }
+
+    bool Forward(UINT message, LPARAM lParam)
+    {
+        if (message == WM_MEASUREITEM && reinterpret_cast<const MEASUREITEMSTRUCT*>(lParam)->CtlType == ODT_MENU) {
+            menu.MeasureItem(*reinterpret_cast<MEASUREITEMSTRUCT*>(lParam));
+            return true;
+        }
+        if (message == WM_DRAWITEM && reinterpret_cast<const DRAWITEMSTRUCT*>(lParam)->CtlType == ODT_MENU) {
+            draws.push_back(*reinterpret_cast<const DRAWITEMSTRUCT*>(lParam));
+            menu.DrawItem(draws.back());
+            return true;
+        }
+        return false;
+    }
+
+    const ACL_MenuImage& Image(UINT command) const
+    {
+        for (const auto& image : menu.images())
+            if (image->commandId == command)
+                return *image;
+        ADD_FAILURE() << "no image for command " << command;
+        return *menu.images().front();
+    }
+
+    static inline MenuInWindow* tracking = nullptr;
+    ACL_Menu menu;
+    acl::test::TestDialog host{[this](UINT message, WPARAM, LPARAM lParam, INT_PTR*) { return Forward(message, lParam); }};
+    HMENU tracked = nullptr;
+    DWORD started = 0;
+    std::vector<DRAWITEMSTRUCT> draws;
+    Pixels shown, highlighted;
+};
+
+// A menu image as pixels.
+Pixels PixelsOf(const ACL_MenuImage& image)
+{
+    return krn::test::Render(16, 16, 0, [&](HDC dc) {
+        const acl::unique_hdc bitmapDc(CreateCompatibleDC(dc));
+        acl::SelectGuard select(bitmapDc.get(), image.bitmap.get());
+        BitBlt(dc, 0, 0, 16, 16, bitmapDc.get(), 0, 0, SRCCOPY);
+    });
+}
+
+// How many of the image's opaque pixels the capture does not show, as `look`
+// makes them, with the image's top-left corner at (x, y).
+int Misplaced(const Pixels& p, const ACL_MenuImage& image, int x, int y, COLORREF (*look)(COLORREF))
+{
+    const Pixels source = PixelsOf(image);
+    int opaque = 0, misplaced = 0;
+    for (int row = 0; row < 16; ++row)
+        for (int col = 0; col < 16; ++col)
+            if (const COLORREF pixel = source.at(col, row); pixel != image.transparentColor) {
+                ++opaque;
+                misplaced += p.at(x + col, y + row) != look(pixel);
+            }
+    EXPECT_GT(opaque, 50) << "too few pixels in image " << image.commandId << " to tell its place";
+    return misplaced;
+}
+
+COLORREF AsIs(COLORREF color) { return color; }
+
+// The colours of the capture in a rectangle, with the number of their pixels.
+std::map<COLORREF, int> Colours(const Pixels& p, LONG left, LONG top, LONG right, LONG bottom)
+{
+    std::map<COLORREF, int> colours;
+    for (LONG y = top; y < bottom; ++y)
+        for (LONG x = left; x < right; ++x)
+            ++colours[p.at(x, y)];
+    return colours;
+}
+
+std::set<COLORREF> Keys(const std::map<COLORREF, int>& colours)
+{
+    std::set<COLORREF> keys;
+    for (const auto& [colour, count] : colours)
+        keys.insert(colour);
+    return keys;
+}
+
+// The points of the capture that are not `colour`, as "x,y: colour" relative
+// to `origin`; empty when all are.
+std::string Unlike(const Pixels& p, const std::vector<POINT>& points, COLORREF colour, POINT origin)
+{
+    std::ostringstream out;
+    for (const POINT at : points)
+        if (p.at(at.x, at.y) != colour)
+            out << at.x - origin.x << "," << at.y - origin.y << ": " << std::hex << p.at(at.x, at.y) << std::dec << "; ";
+    return out.str();
+}
+
+// The one-pixel border of a rectangle.
+std::vector<POINT> Border(LONG left, LONG top, LONG right, LONG bottom)
+{
+    std::vector<POINT> points;
+    for (LONG x = left; x < right; ++x)
+        points.insert(points.end(), {POINT{x, top}, POINT{x, bottom - 1}});
+    for (LONG y = top; y < bottom; ++y)
+        points.insert(points.end(), {POINT{left, y}, POINT{right - 1, y}});
+    return points;
+}
+
+// InsertItem puts the item where InsertMenuW puts it, owner-drawn, with a new
+// record; only a by-position add to the bar itself makes a bar item.
+TEST_F(MenuInWindow, InsertItemPutsAnOwnerDrawnItemWithItsRecordAtThePlaceGiven)
+{
+    enum Menu { kBar, kFile, kHelp };
+    const struct {
+        const char* what;
+        Menu target;  // kBar: null, the attached menu
+        UINT position, flags;
+        bool append;
+        Menu landsIn;
+        int landsAt;
+        uint32_t topLevel;
+    } cases[] = {
+        {"into a drop-down by position", kHelp, 1, MF_BYPOSITION | MF_STRING, false, kHelp, 1, 0},
+        {"into the bar by position", kBar, 1, MF_BYPOSITION | MF_STRING, false, kBar, 1, 1},
+        {"into the bar before a command, which is in a drop-down", kBar, ID_FILE_EXIT, MF_BYCOMMAND | MF_STRING, false,
+         kFile, 5, 0},
+        {"appended to a drop-down", kHelp, 0, MF_STRING | MF_GRAYED, true, kHelp, 6, 0},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        ACL_Menu fresh;
+        ASSERT_EQ(fresh.Attach(GetModuleHandleW(nullptr), IDR_MAIN_MENU, 0, 0, host.window()), 0u);
+        const HMENU menus[] = {fresh.menu(), GetSubMenu(fresh.menu(), 0), GetSubMenu(fresh.menu(), 1)};
+        ASSERT_EQ(fresh.InsertItem(c.position, c.flags, 900, L"&New", c.append, c.target == kBar ? nullptr : menus[c.target]),
+                  1);
+        EXPECT_EQ(GetMenuItemID(menus[c.landsIn], c.landsAt), 900u);
+        MENUITEMINFOW info{sizeof(info), MIIM_FTYPE | MIIM_DATA};
+        ASSERT_TRUE(GetMenuItemInfoW(menus[c.landsIn], static_cast<UINT>(c.landsAt), TRUE, &info));
+        EXPECT_TRUE(info.fType & MFT_OWNERDRAW);
+        ASSERT_EQ(reinterpret_cast<ACL_MenuItem*>(info.dwItemData), fresh.items().back().get()) << "the item data";
+        const ACL_MenuItem& record = *fresh.items().back();
+        EXPECT_EQ(record.state, c.flags | MF_OWNERDRAW);
+        EXPECT_EQ(record.topLevel, c.topLevel);
+        EXPECT_EQ(record.text, L"&New");
+    }
+}
+
+// The Help drop-down, with an item inserted at position 1, "Norlath web-site"
+// checked and "About" disabled, opened in a real popup menu: the drawing is
+// checked where the drawing rules put each part, first with nothing
+// highlighted, then with the first item highlighted by the keyboard.
+TEST_F(MenuInWindow, APopupShowsItemsSeparatorsAndTheHighlightWhereTheRulesPutThem)
+{
+    const HMENU help = GetSubMenu(menu.menu(), 1);
+    ASSERT_EQ(menu.InsertItem(1, MF_BYPOSITION | MF_STRING, 900, L"&Inserted", false, help), 1);
+    CheckMenuItem(help, ID_HELP_WEBSITE, MF_BYCOMMAND | MF_CHECKED);
+    EnableMenuItem(help, ID_HELP_ABOUT, MF_BYCOMMAND | MF_GRAYED);
+    Track(help);
+    ASSERT_FALSE(shown.empty()) << "the popup did not show all its items";
+    ASSERT_FALSE(highlighted.empty()) << "the keyboard highlighted nothing";
+
+    std::vector<UINT> ids;
+    for (size_t i = 0; i < 7; ++i)
+        ids.push_back(draws[i].itemID);
+    EXPECT_EQ(ids, (std::vector<UINT>{ID_HELP_HELP, 900, 0, ID_HELP_WEBSITE, ID_HELP_SUPPORT, 0, ID_HELP_ABOUT}))
+        << "drawn in menu order: the inserted item second";
+    EXPECT_EQ(draws[1].itemData, reinterpret_cast<ULONG_PTR>(menu.items().back().get()));
+
+    const int cell = static_cast<int>(menu.cellWidth()), textX = cell + static_cast<int>(menu.textGapX());
+    {
+        SCOPED_TRACE("an item: background, the image column's gradient, the image, the text");
+        const RECT r = draws[0].rcItem;
+        for (const LONG y : {r.top, r.bottom - 1}) {
+            EXPECT_EQ(shown.at(r.left, y), kWhite) << "the gradient starts at the left, y " << y;
+            EXPECT_EQ(shown.at(r.left + cell, y), kBack) << "right of the column, y " << y;
+            EXPECT_EQ(shown.at(r.right - 1, y), kBack) << "the right edge, y " << y;
+        }
+        // The last column is one step short of gradientEnd.
+        const COLORREF last = shown.at(r.left + cell - 1, r.top);
+        EXPECT_NEAR(GetRValue(last), GetRValue(kSelection), 6);
+        EXPECT_NEAR(GetGValue(last), GetGValue(kSelection), 6);
+        EXPECT_NEAR(GetBValue(last), GetBValue(kSelection), 6);
+        std::vector<int> reds;
+        for (int x = 0; x < cell; ++x)
+            reds.push_back(GetRValue(shown.at(r.left + x, r.top)));
+        EXPECT_TRUE(std::is_sorted(reds.begin(), reds.end(), std::greater<>())) << "red, left to right: "
+                                                                               << testing::PrintToString(reds);
+        EXPECT_EQ(Misplaced(shown, Image(ID_HELP_HELP), r.left + 3, r.top + 2, AsIs), 0) << "the image at marginX, marginY";
+        EXPECT_EQ(Keys(Colours(shown, r.left + cell, r.top, r.left + textX, r.bottom)), std::set<COLORREF>{kBack})
+            << "nothing between the column and the text";
+        auto text = Colours(shown, r.left + textX, r.top, r.right, r.bottom);
+        EXPECT_EQ(Keys(text), (std::set<COLORREF>{kBack, kBlack}));
+        EXPECT_GT(text[kBlack], 10) << "pixels of text";
+    }
+    {
+        SCOPED_TRACE("a separator: background, the gradient 5 high, a line at the middle from the text on");
+        const RECT r = draws[2].rcItem;
+        ASSERT_EQ(r.bottom - r.top, 5);
+        const LONG line = r.bottom - (r.bottom - r.top) / 2;
+        std::vector<POINT> points;
+        for (LONG x = r.left + textX; x < r.right; ++x)
+            points.push_back({x, line});
+        EXPECT_EQ(Unlike(shown, points, kBlack, {r.left, r.top}), "") << "the line";
+        EXPECT_EQ(shown.at(r.left + textX - 1, line), kBack) << "the line starts at the text";
+        for (const LONG y : {line - 1, line + 1}) {
+            EXPECT_EQ(shown.at(r.left + textX, y), kBack) << "one pixel high, y " << y;
+            EXPECT_EQ(shown.at(r.right - 1, y), kBack) << "one pixel high, y " << y;
+        }
+        EXPECT_EQ(shown.at(r.left, r.top), kWhite) << "the gradient";
+        EXPECT_EQ(shown.at(r.left, r.bottom - 1), kWhite) << "the gradient";
+        EXPECT_EQ(shown.at(r.left + cell, r.top), kBack);
+    }
+    {
+        SCOPED_TRACE("a checked item: a framed cell with the mark instead of the image");
+        const RECT r = draws[3].rcItem;
+        const int height = r.bottom - r.top;
+        EXPECT_EQ(Unlike(shown, Border(r.left, r.top, r.left + cell, r.bottom), kBlack, {r.left, r.top}), "")
+            << "the cell's frame";
+        // Centre (cell / 2, 2 height / 3): a thick stroke from 3 left and 4 up,
+        // a thin one on to 7 right and 9 up.
+        const int cx = r.left + cell / 2, cy = r.top + 2 * height / 3;
+        for (const POINT at : {POINT{cx - 2, cy - 3}, POINT{cx - 1, cy - 1}, POINT{cx + 4, cy - 5}})
+            EXPECT_EQ(shown.at(at.x, at.y), kBlack) << "the mark at " << at.x - r.left << "," << at.y - r.top;
+        int mark = 0;
+        for (int y = 1; y < height - 1; ++y)
+            for (int x = 1; x < cell - 1; ++x) {
+                const COLORREF pixel = shown.at(r.left + x, r.top + y);
+                mark += pixel == kBlack;
+                if (pixel != kBlack) {
+                    EXPECT_EQ(pixel, shown.at(r.left + x, r.top + 1)) << "only gradient besides the mark at " << x << "," << y;
+                }
+            }
+        EXPECT_GT(mark, 12) << "pixels of the mark";
+        EXPECT_LT(mark, 40) << "pixels of the mark";
+    }
+    {
+        SCOPED_TRACE("a disabled item: the image grey and in place, the text grey");
+        const RECT r = draws[6].rcItem;
+        EXPECT_EQ(Misplaced(shown, Image(ID_HELP_ABOUT), r.left + 3, r.top + 2, acl::GreyOf), 0);
+        EXPECT_EQ(Keys(Colours(shown, r.left + textX, r.top, r.right, r.bottom)), (std::set<COLORREF>{kBack, kGrayText}));
+    }
+    {
+        SCOPED_TRACE("the highlighted item: framed selection fill, the image raised over its shadow, white text");
+        ASSERT_EQ(Highlighted()->itemID, static_cast<UINT>(ID_HELP_HELP));
+        const RECT r = Highlighted()->rcItem;
+        EXPECT_EQ(Unlike(highlighted, Border(r.left, r.top, r.right, r.bottom), kBlack, {r.left, r.top}), "")
+            << "the frame";
+        std::vector<POINT> inside = Border(r.left + 1, r.top + 1, r.right - 1, r.bottom - 1);
+        std::erase_if(inside, [&](POINT at) { return at.x > r.left + 1 && at.x < r.left + cell; });  // the image's place
+        EXPECT_EQ(Unlike(highlighted, inside, kSelection, {r.left, r.top}), "") << "the fill just inside the frame";
+        const ACL_MenuImage& image = Image(ID_HELP_HELP);
+        EXPECT_EQ(Misplaced(highlighted, image, r.left + 2, r.top + 1, AsIs), 0) << "one pixel up and left";
+        // The opaque pixel furthest down and right casts a shadow nothing covers.
+        const Pixels source = PixelsOf(image);
+        POINT last{-1, -1};
+        for (int i = 0; i < 16 * 16; ++i)
+            if (source.at(i % 16, i / 16) != image.transparentColor && i % 16 + i / 16 >= last.x + last.y)
+                last = {i % 16, i / 16};
+        EXPECT_EQ(highlighted.at(r.left + 3 + last.x + 1, r.top + 2 + last.y + 1), menu.colors().shadowColor);
+        const auto text = Colours(highlighted, r.left + textX, r.top + 1, r.right - 1, r.bottom - 1);
+        EXPECT_EQ(Keys(text), (std::set<COLORREF>{kSelection, kWhite}));
+    }
 }
 
 } // namespace
