@@ -84,10 +84,6 @@ TEST(ListViewSettings, SystemColoursThenSetStyleTouchesOnlyTheMaskedGroupsAndApp
     for (const auto& c : kCases) {
         SCOPED_TRACE("mask " + std::to_string(c.mask));
         ListView_Settings s;
-        EXPECT_EQ(s.styles[0].set, 0u) << "defaults";
-        EXPECT_EQ(s.styles[1].set, 0u) << "defaults";
-        EXPECT_EQ(s.paddingX, 1) << "defaults";
-        EXPECT_EQ(s.paddingY, 1) << "defaults";
         s.SetStyle(0, 15, RGB(5, 5, 5), TRANSPARENT, RGB(6, 6, 6), 0, RGB(7, 7, 7), 0, font.get(), false);
         const HBRUSH oldBackground = s.styles[0].backgroundBrush.get(), oldFrame = s.styles[0].frameBrush.get();
         s.SetStyle(0, c.mask, c.text, OPAQUE, c.background, 0, c.frame, 0, nullptr, false);
@@ -112,7 +108,7 @@ TEST(ListViewSettings, SystemColoursThenSetStyleTouchesOnlyTheMaskedGroupsAndApp
     s.SetStyle(1, 8, 0, 0, 0, 0, 0, 0, lent, false);
     s.SetStyle(1, 8, 0, 0, 0, 0, 0, 0, nullptr, false);
     EXPECT_FALSE(Alive(owned)) << "replaced by the lent font";
-    EXPECT_FALSE(Alive(lent)) << "owned since the style owns fonts, replaced by null";
+    EXPECT_FALSE(Alive(lent)) << "owned, as the style had owned a font, and replaced by null";
     EXPECT_EQ(s.styles[1].set, 8u);
     EXPECT_EQ(s.styles[1].Owned(), 4u);
 

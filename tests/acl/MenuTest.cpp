@@ -1,3 +1,6 @@
+// The owner-drawn menu on the main window's menu: attaching and converting,
+// measuring, adding and deleting items, themes, and the drawing, checked in a
+// real popup menu of a window that hands its menu messages to the menu.
 #include "acl/Menu.h"
 
 #include "TestDialog.h"
@@ -8,17 +11,11 @@
 
 #include <algorithm>
 #include <functional>
-#include <map>
 #include <set>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
-
-namespace {
-
-using krn::test::Pixels;
-
-} // namespace
 
 void PrintTo(const ACL_MenuColors& c, std::ostream* os)
 {
@@ -31,25 +28,32 @@ void PrintTo(const ACL_MenuColors& c, std::ostream* os)
 
 namespace {
 
-// The main dialog's colours, with distinct frame, separator and check colours
-// so that every part of a drawing can be told apart.
-constexpr COLORREF kBack = RGB(0xFA, 0xFA, 0xFF), kSelection = RGB(0x8A, 0xA6, 0xD6), kWhite = RGB(255, 255, 255);
-constexpr COLORREF kFrame = RGB(0, 0, 255), kSeparator = RGB(0, 128, 0), kCheck = RGB(255, 0, 0);
+using krn::test::Pixels;
 
+// The main window's colours.
+constexpr COLORREF kBack = RGB(0xFA, 0xFA, 0xFF), kSelection = RGB(0x8A, 0xA6, 0xD6);
+constexpr COLORREF kWhite = RGB(255, 255, 255), kBlack = RGB(0, 0, 0);
+const COLORREF kGrayText = GetSysColor(COLOR_GRAYTEXT);
+
+// The main window's menu as the main window has it: attached with the window
+// as owner, its image size and colours, and WM_MEASUREITEM / WM_DRAWITEM for
+// menus handed to the menu. Every drawing request that arrives is recorded.
 class MenuTest : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        // No owner window: measuring and cutting images use the screen's DC.
-        ASSERT_EQ(menu.Attach(GetModuleHandleW(nullptr), IDR_MAIN_MENU, IDR_MENU_IMAGES, IDB_MENU_IMAGES, nullptr), 0u);
+        host.Create(20, 20);
+        ASSERT_EQ(menu.Attach(GetModuleHandleW(nullptr), IDR_MAIN_MENU, IDR_MENU_IMAGES, IDB_MENU_IMAGES, host.window()),
+                  0u);
         menu.SetImageMetrics(16, 16, ACL_Menu::kKeep, ACL_Menu::kKeep);
-        menu.SetColors(kBack, kSelection, kWhite, kSelection, RGB(0, 0, 0), kWhite, GetSysColor(COLOR_GRAYTEXT), kFrame,
-                       kSeparator, kCheck);
+        menu.SetColors(kBack, kSelection, kWhite, kSelection, kBlack, kWhite, kGrayText, kBlack, kBlack, kBlack);
     }
-    ACL_MenuItem* Record(UINT command, HMENU in = nullptr, BOOL byPosition = FALSE) const
+
+    // The record of an owner-drawn item; null for any other.
+    ACL_MenuItem* Record(UINT item, HMENU in = nullptr, BOOL byPosition = FALSE) const
     {
         MENUITEMINFOW info{sizeof(info), MIIM_FTYPE | MIIM_DATA};
-        GetMenuItemInfoW(in ? in : menu.menu(), command, byPosition, &info);
+        GetMenuItemInfoW(in ? in : menu.menu(), item, byPosition, &info);
         return info.fType & MFT_OWNERDRAW ? reinterpret_cast<ACL_MenuItem*>(info.dwItemData) : nullptr;
     }
     const ACL_MenuImage* Image(UINT command) const
@@ -60,8 +64,133 @@ protected:
         return nullptr;
     }
 
+    // Opens `popup` as a context menu of the window, captures it once every
+    // item is drawn, lets the keyboard highlight its first item and captures
+    // it again.
+    void Track(HMENU popup)
+    {
+        tracked = popup;
+        tracking = this;
+        POINT cursor{};
+        GetCursorPos(&cursor);
+        // Below the other tests' topmost windows and away from the pointer, which
+        // would hot-track an item it is over.
+        const int x = cursor.x > 400 ? 100 : 900;
+        const UINT_PTR timer = SetTimer(nullptr, 0, 20, &OnTrackTimer);
+        started = GetTickCount();
+        TrackPopupMenu(popup, TPM_LEFTALIGN | TPM_TOPALIGN | TPM_RETURNCMD, x, 600, 0, host.window(), nullptr);
+        KillTimer(nullptr, timer);
+        tracking = nullptr;
+    }
+
+    // Runs inside the menu's own modal loop; gives up after 5 s.
+    static void CALLBACK OnTrackTimer(HWND, UINT, UINT_PTR, DWORD)
+    {
+        MenuTest& self = *tracking;
+        const HWND window = FindWindowW(L"#32768", nullptr);  // the popup menu's window class
+        const bool visible = window && IsWindowVisible(window);
+        if (GetTickCount() - self.started > 5000) {
+            EndMenu();
+        } else if (visible && self.shown.empty() &&
+                   self.draws.size() >= static_cast<size_t>(GetMenuItemCount(self.tracked))) {
+            self.shown = krn::test::CaptureScreen(window);
+            PostMessageW(self.host.window(), WM_KEYDOWN, VK_DOWN, 0);  // the menu's loop takes any key of the thread
+        } else if (visible && !self.shown.empty() && self.Highlighted()) {
+            self.highlighted = krn::test::CaptureScreen(window);
+            EndMenu();
+        }
+    }
+
+    const DRAWITEMSTRUCT* Highlighted() const
+    {
+        for (const DRAWITEMSTRUCT& dis : draws)
+            if (dis.itemState & ODS_SELECTED)
+                return &dis;
+        return nullptr;
+    }
+
+    bool Forward(UINT message, LPARAM lParam)
+    {
+        if (message == WM_MEASUREITEM && reinterpret_cast<const MEASUREITEMSTRUCT*>(lParam)->CtlType == ODT_MENU) {
+            menu.MeasureItem(*reinterpret_cast<MEASUREITEMSTRUCT*>(lParam));
+            return true;
+        }
+        if (message == WM_DRAWITEM && reinterpret_cast<const DRAWITEMSTRUCT*>(lParam)->CtlType == ODT_MENU) {
+            draws.push_back(*reinterpret_cast<const DRAWITEMSTRUCT*>(lParam));
+            menu.DrawItem(draws.back());
+            return true;
+        }
+        return false;
+    }
+
+    static inline MenuTest* tracking = nullptr;
     ACL_Menu menu;
+    acl::test::TestDialog host{[this](UINT message, WPARAM, LPARAM lParam, INT_PTR*) { return Forward(message, lParam); }};
+    HMENU tracked = nullptr;
+    DWORD started = 0;
+    std::vector<DRAWITEMSTRUCT> draws;
+    Pixels shown, highlighted;
 };
+
+// A menu image as pixels.
+Pixels PixelsOf(const ACL_MenuImage& image)
+{
+    return krn::test::Render(16, 16, 0, [&](HDC dc) {
+        const acl::unique_hdc bitmapDc(CreateCompatibleDC(dc));
+        acl::SelectGuard select(bitmapDc.get(), image.bitmap.get());
+        BitBlt(dc, 0, 0, 16, 16, bitmapDc.get(), 0, 0, SRCCOPY);
+    });
+}
+
+// How many of the image's opaque pixels the capture does not show, as `look`
+// makes them, with the image's top-left corner at (x, y).
+int Misplaced(const Pixels& p, const ACL_MenuImage& image, int x, int y, COLORREF (*look)(COLORREF))
+{
+    const Pixels source = PixelsOf(image);
+    int opaque = 0, misplaced = 0;
+    for (int row = 0; row < 16; ++row)
+        for (int col = 0; col < 16; ++col)
+            if (const COLORREF pixel = source.at(col, row); pixel != image.transparentColor) {
+                ++opaque;
+                misplaced += p.at(x + col, y + row) != look(pixel);
+            }
+    EXPECT_GT(opaque, 50) << "too few pixels in image " << image.commandId << " to tell its place";
+    return misplaced;
+}
+
+COLORREF AsIs(COLORREF color) { return color; }
+
+// The colours of the capture in a rectangle.
+std::set<COLORREF> Colours(const Pixels& p, LONG left, LONG top, LONG right, LONG bottom)
+{
+    std::set<COLORREF> colours;
+    for (LONG y = top; y < bottom; ++y)
+        for (LONG x = left; x < right; ++x)
+            colours.insert(p.at(x, y));
+    return colours;
+}
+
+// The points of the capture that are not `colour`, as "x,y: colour" relative
+// to `origin`; empty when all are.
+std::string Unlike(const Pixels& p, const std::vector<POINT>& points, COLORREF colour, POINT origin)
+{
+    std::ostringstream out;
+    for (const POINT at : points)
+        if (p.at(at.x, at.y) != colour)
+            out << at.x - origin.x << "," << at.y - origin.y << ": " << std::hex << p.at(at.x, at.y) << std::dec << "; ";
+    return out.str();
+}
+
+// The one-pixel border of a rectangle.
+std::vector<POINT> Border(LONG left, LONG top, LONG right, LONG bottom)
+{
+    std::vector<POINT> points;
+    for (LONG x = left; x < right; ++x)
+        points.insert(points.end(), {POINT{x, top}, POINT{x, bottom - 1}});
+    for (LONG y = top; y < bottom; ++y)
+        points.insert(points.end(), {POINT{left, y}, POINT{right - 1, y}});
+    return points;
+}
 
 TEST_F(MenuTest, AttachCutsOneImagePerCommandAndConvertsEveryItemAndRefreshTheLaterOnes)
 {
@@ -132,283 +261,9 @@ TEST_F(MenuTest, MeasuresSeparatorsItemsAndBarItems)
     }
 }
 
-// A highlighted image moves one pixel up-left over its shadow; a disabled one
-// is grey, unshifted and never highlighted; a checked item without a bitmap
-// shows a framed cell and the mark around (11, 13) instead of its image.
-TEST_F(MenuTest, DrawsRaisedGreyAndCheckedItems)
-{
-    struct PixelAt {
-        int x, y;
-        COLORREF color;
-    };
-    enum Look { kRaised, kGrey, kChecked };
-    const struct {
-        UINT state;
-        Look look;
-        std::vector<PixelAt> at;
-    } cases[] = {
-        {ODS_SELECTED, kRaised, {{0, 0, kFrame}, {199, 19, kFrame}, {198, 10, kSelection}}},
-        {ODS_SELECTED | ODS_GRAYED, kGrey, {{199, 0, kBack}, {0, 0, kWhite}}},  // the gradient starts white
-        {ODS_CHECKED, kChecked, {{0, 0, kFrame}, {21, 0, kFrame}, {0, 19, kFrame}, {21, 19, kFrame}, {21, 10, kFrame},
-                                 {9, 10, kCheck}, {10, 12, kCheck}, {15, 8, kCheck}}},
-    };
-    const ACL_MenuImage& source = *Image(ID_HELP_SUPPORT);  // many pixels with red != green
-    const Pixels image = krn::test::Render(16, 16, 0, [&](HDC dc) {
-        const acl::unique_hdc bitmapDc(CreateCompatibleDC(dc));
-        acl::SelectGuard select(bitmapDc.get(), source.bitmap.get());
-        BitBlt(dc, 0, 0, 16, 16, bitmapDc.get(), 0, 0, SRCCOPY);
-    });
-    for (const auto& c : cases) {
-        SCOPED_TRACE(testing::Message() << "state " << c.state);
-        const Pixels p = krn::test::Render(200, 20, RGB(1, 1, 1), [&](HDC dc) {
-            DRAWITEMSTRUCT dis{ODT_MENU, 0, 0, ODA_DRAWENTIRE, c.state, nullptr, dc, {0, 0, 200, 20}};
-            dis.itemData = reinterpret_cast<ULONG_PTR>(Record(ID_HELP_SUPPORT));
-            EXPECT_EQ(menu.DrawItem(dis), 0u);
-        });
-        for (const auto& at : c.at)
-            EXPECT_EQ(p.at(at.x, at.y), at.color) << "at " << at.x << "," << at.y;
-        // What the image cell must show: shadow down-right of the image's place
-        // (3, 2) and the image up-left of it, or the grey image in place.
-        std::vector<COLORREF> want(22 * 20, CLR_INVALID);
-        for (const int shift : {1, -1, 0})
-            for (int i = 0; i < 16 * 16; ++i) {
-                const COLORREF pixel = image.at(i % 16, i / 16);
-                const unsigned l = (77 * GetRValue(pixel) + 150 * GetGValue(pixel) + 29 * GetBValue(pixel)) / 256;
-                if (pixel != source.transparentColor && (shift == 0) == (c.look == kGrey) && c.look != kChecked)
-                    want[(2 + shift + i / 16) * 22 + 3 + shift + i % 16] =
-                        shift > 0 ? menu.colors().shadowColor : shift < 0 ? pixel : RGB(l, l, l);
-            }
-        int drawn = 0, marks = 0;
-        for (int i = 0; i < 22 * 20; ++i) {
-            if (want[i] != CLR_INVALID && ++drawn) {
-                EXPECT_EQ(p.at(i % 22, i / 22), want[i]) << "at " << i % 22 << "," << i / 22;
-            }
-            marks += p.at(i % 22, i / 22) == kCheck;
-        }
-        if (c.look == kChecked) {
-            EXPECT_GT(marks, 12) << "pixels of the mark";
-            EXPECT_LT(marks, 40) << "pixels of the mark";
-        } else {
-            EXPECT_GT(drawn, 50) << "pixels of the image";
-            EXPECT_EQ(marks, 0) << "pixels of a mark";
-        }
-    }
-}
-
-TEST(MenuThemes, NineToFourteenChangeNothingAndLightComesFromTheHighlight)
-{
-    ACL_Menu menu;
-    const COLORREF h = GetSysColor(COLOR_HIGHLIGHT);
-    const auto light = [](BYTE c) { return BYTE(179 + 3 * (c / 10)); };
-    EXPECT_EQ(menu.colors().gradientEnd, RGB(0xA6, 0xC4, 0xF5)) << "theme 15 from the start";
-    EXPECT_EQ(menu.colors().selectionBackground, RGB(light(GetRValue(h)), light(GetGValue(h)), light(GetBValue(h))));
-    menu.SetTheme(3);
-    const ACL_MenuColors three = menu.colors();
-    EXPECT_EQ(three.background, RGB(0xBC, 0x95, 0x65));
-    for (unsigned theme = 9; theme <= 14; ++theme) {
-        menu.SetTheme(theme);
-        EXPECT_EQ(menu.colors(), three) << "theme " << theme;
-    }
-    menu.SetTheme(17);
-    EXPECT_EQ(menu.colors().frameColor, h);
-}
-
-TEST(MenuOwnership, ADropDownDeletedByPositionLosesEverySecondItemAndALentCheckBitmapStays)
-{
-    const HBITMAP given = CreateBitmap(16, 16, 1, 32, nullptr), lent = CreateBitmap(16, 16, 1, 32, nullptr);
-    {
-        ACL_Menu menu;
-        HMENU bar = CreateMenu(), drop = CreatePopupMenu();
-        for (const wchar_t* text : {L"a", L"b", L"c", L"d", L"e"})
-            AppendMenuW(drop, MF_STRING, text[0], text);
-        AppendMenuW(bar, MF_POPUP, reinterpret_cast<UINT_PTR>(drop), L"&Edit");
-        ASSERT_EQ(menu.AttachMenu(nullptr, bar, 0, 0, nullptr, 1), 0u);
-        EXPECT_EQ(menu.AppendItem(MF_STRING, 10, L"&Go"), 1);
-        ASSERT_EQ(menu.items().size(), 7u);
-
-        EXPECT_EQ(menu.DeleteItem(0, MF_BYPOSITION), 1);
-        std::vector<std::wstring> left;
-        for (const auto& item : menu.items())
-            left.push_back(item->text);
-        EXPECT_EQ(left, (std::vector<std::wstring>{L"b", L"d", L"&Go"}));
-        EXPECT_EQ(menu.DeleteItem(10, MF_BYCOMMAND), 1);
-        EXPECT_EQ(menu.DeleteItem(10, MF_BYCOMMAND), 0) << "gone already";
-        EXPECT_EQ(GetMenuItemCount(bar), 0);
-
-        menu.SetCheckBitmap(lent, 0);
-        menu.SetCheckBitmap(ACL_Menu::kKeepCheckBitmap, 1);  // the flag decides for a kept bitmap too
-        menu.SetCheckBitmap(given, 0);
-    }
-    EXPECT_EQ(GetObjectType(given), 0u) << "a given check bitmap goes with the menu";
-    EXPECT_EQ(GetObjectType(lent), static_cast<DWORD>(OBJ_BITMAP)) << "a lent one stays";
-    DeleteObject(lent);
-}
-
-// The main window's menu as the main window has it: attached with the window
-// as owner, its colours, and WM_MEASUREITEM / WM_DRAWITEM for menus handed to
-// the menu. Every drawing request that arrives is recorded.
-constexpr COLORREF kBlack = RGB(0, 0, 0);
-const COLORREF kGrayText = GetSysColor(COLOR_GRAYTEXT);
-
-class MenuInWindow : public ::testing::Test {
-protected:
-    void SetUp() override
-    {
-        host.Create(20, 20);
-        ASSERT_EQ(menu.Attach(GetModuleHandleW(nullptr), IDR_MAIN_MENU, IDR_MENU_IMAGES, IDB_MENU_IMAGES, host.window()),
-                  0u);
-        menu.SetImageMetrics(16, 16, ACL_Menu::kKeep, ACL_Menu::kKeep);
-        menu.SetColors(kBack, kSelection, kWhite, kSelection, kBlack, kWhite, kGrayText, kBlack, kBlack, kBlack);
-    }
-
-    // Opens `popup` as a context menu of the window, captures it once every
-    // item is drawn, lets the keyboard highlight its first item and captures
-    // it again.
-    void Track(HMENU popup)
-    {
-        tracked = popup;
-        tracking = this;
-        POINT cursor{};
-        GetCursorPos(&cursor);
-        // Below the other tests' topmost windows and away from the pointer, which
-        // would hot-track an item it is over.
-        const int x = cursor.x > 400 ? 100 : 900;
-        const UINT_PTR timer = SetTimer(nullptr, 0, 20, &OnTrackTimer);
-        started = GetTickCount();
-        TrackPopupMenu(popup, TPM_LEFTALIGN | TPM_TOPALIGN | TPM_RETURNCMD, x, 600, 0, host.window(), nullptr);
-        KillTimer(nullptr, timer);
-        tracking = nullptr;
-    }
-
-    // Runs inside the menu's own modal loop; gives up after 5 s.
-    static void CALLBACK OnTrackTimer(HWND, UINT, UINT_PTR, DWORD)
-    {
-        MenuInWindow& self = *tracking;
-        const HWND window = FindWindowW(L"#32768", nullptr);  // the popup menu's window class
-        const bool visible = window && IsWindowVisible(window);
-        if (GetTickCount() - self.started > 5000) {
-            EndMenu();
-        } else if (visible && self.shown.empty() &&
-                   self.draws.size() >= static_cast<size_t>(GetMenuItemCount(self.tracked))) {
-            self.shown = krn::test::CaptureScreen(window);
-            PostMessageW(self.host.window(), WM_KEYDOWN, VK_DOWN, 0);  // the menu's loop takes any key of the thread
-        } else if (visible && !self.shown.empty() && self.Highlighted()) {
-            self.highlighted = krn::test::CaptureScreen(window);
-            EndMenu();
-        }
-    }
-
-    const DRAWITEMSTRUCT* Highlighted() const
-    {
-        for (const DRAWITEMSTRUCT& dis : draws)
-            if (dis.itemState & ODS_SELECTED)
-                return &dis;
-        return nullptr;
-    }
-
-    bool Forward(UINT message, LPARAM lParam)
-    {
-        if (message == WM_MEASUREITEM && reinterpret_cast<const MEASUREITEMSTRUCT*>(lParam)->CtlType == ODT_MENU) {
-            menu.MeasureItem(*reinterpret_cast<MEASUREITEMSTRUCT*>(lParam));
-            return true;
-        }
-        if (message == WM_DRAWITEM && reinterpret_cast<const DRAWITEMSTRUCT*>(lParam)->CtlType == ODT_MENU) {
-            draws.push_back(*reinterpret_cast<const DRAWITEMSTRUCT*>(lParam));
-            menu.DrawItem(draws.back());
-            return true;
-        }
-        return false;
-    }
-
-    const ACL_MenuImage& Image(UINT command) const
-    {
-        for (const auto& image : menu.images())
-            if (image->commandId == command)
-                return *image;
-        ADD_FAILURE() << "no image for command " << command;
-        return *menu.images().front();
-    }
-
-    static inline MenuInWindow* tracking = nullptr;
-    ACL_Menu menu;
-    acl::test::TestDialog host{[this](UINT message, WPARAM, LPARAM lParam, INT_PTR*) { return Forward(message, lParam); }};
-    HMENU tracked = nullptr;
-    DWORD started = 0;
-    std::vector<DRAWITEMSTRUCT> draws;
-    Pixels shown, highlighted;
-};
-
-// A menu image as pixels.
-Pixels PixelsOf(const ACL_MenuImage& image)
-{
-    return krn::test::Render(16, 16, 0, [&](HDC dc) {
-        const acl::unique_hdc bitmapDc(CreateCompatibleDC(dc));
-        acl::SelectGuard select(bitmapDc.get(), image.bitmap.get());
-        BitBlt(dc, 0, 0, 16, 16, bitmapDc.get(), 0, 0, SRCCOPY);
-    });
-}
-
-// How many of the image's opaque pixels the capture does not show, as `look`
-// makes them, with the image's top-left corner at (x, y).
-int Misplaced(const Pixels& p, const ACL_MenuImage& image, int x, int y, COLORREF (*look)(COLORREF))
-{
-    const Pixels source = PixelsOf(image);
-    int opaque = 0, misplaced = 0;
-    for (int row = 0; row < 16; ++row)
-        for (int col = 0; col < 16; ++col)
-            if (const COLORREF pixel = source.at(col, row); pixel != image.transparentColor) {
-                ++opaque;
-                misplaced += p.at(x + col, y + row) != look(pixel);
-            }
-    EXPECT_GT(opaque, 50) << "too few pixels in image " << image.commandId << " to tell its place";
-    return misplaced;
-}
-
-COLORREF AsIs(COLORREF color) { return color; }
-
-// The colours of the capture in a rectangle, with the number of their pixels.
-std::map<COLORREF, int> Colours(const Pixels& p, LONG left, LONG top, LONG right, LONG bottom)
-{
-    std::map<COLORREF, int> colours;
-    for (LONG y = top; y < bottom; ++y)
-        for (LONG x = left; x < right; ++x)
-            ++colours[p.at(x, y)];
-    return colours;
-}
-
-std::set<COLORREF> Keys(const std::map<COLORREF, int>& colours)
-{
-    std::set<COLORREF> keys;
-    for (const auto& [colour, count] : colours)
-        keys.insert(colour);
-    return keys;
-}
-
-// The points of the capture that are not `colour`, as "x,y: colour" relative
-// to `origin`; empty when all are.
-std::string Unlike(const Pixels& p, const std::vector<POINT>& points, COLORREF colour, POINT origin)
-{
-    std::ostringstream out;
-    for (const POINT at : points)
-        if (p.at(at.x, at.y) != colour)
-            out << at.x - origin.x << "," << at.y - origin.y << ": " << std::hex << p.at(at.x, at.y) << std::dec << "; ";
-    return out.str();
-}
-
-// The one-pixel border of a rectangle.
-std::vector<POINT> Border(LONG left, LONG top, LONG right, LONG bottom)
-{
-    std::vector<POINT> points;
-    for (LONG x = left; x < right; ++x)
-        points.insert(points.end(), {POINT{x, top}, POINT{x, bottom - 1}});
-    for (LONG y = top; y < bottom; ++y)
-        points.insert(points.end(), {POINT{left, y}, POINT{right - 1, y}});
-    return points;
-}
-
 // InsertItem puts the item where InsertMenuW puts it, owner-drawn, with a new
 // record; only a by-position add to the bar itself makes a bar item.
-TEST_F(MenuInWindow, InsertItemPutsAnOwnerDrawnItemWithItsRecordAtThePlaceGiven)
+TEST_F(MenuTest, InsertItemPutsAnOwnerDrawnItemWithItsRecordAtThePlaceGiven)
 {
     enum Menu { kBar, kFile, kHelp };
     const struct {
@@ -449,7 +304,7 @@ TEST_F(MenuInWindow, InsertItemPutsAnOwnerDrawnItemWithItsRecordAtThePlaceGiven)
 // checked and "About" disabled, opened in a real popup menu: the drawing is
 // checked where the drawing rules put each part, first with nothing
 // highlighted, then with the first item highlighted by the keyboard.
-TEST_F(MenuInWindow, APopupShowsItemsSeparatorsAndTheHighlightWhereTheRulesPutThem)
+TEST_F(MenuTest, APopupShowsItemsSeparatorsAndTheHighlightWhereTheRulesPutThem)
 {
     const HMENU help = GetSubMenu(menu.menu(), 1);
     ASSERT_EQ(menu.InsertItem(1, MF_BYPOSITION | MF_STRING, 900, L"&Inserted", false, help), 1);
@@ -485,12 +340,10 @@ TEST_F(MenuInWindow, APopupShowsItemsSeparatorsAndTheHighlightWhereTheRulesPutTh
             reds.push_back(GetRValue(shown.at(r.left + x, r.top)));
         EXPECT_TRUE(std::is_sorted(reds.begin(), reds.end(), std::greater<>())) << "red, left to right: "
                                                                                << testing::PrintToString(reds);
-        EXPECT_EQ(Misplaced(shown, Image(ID_HELP_HELP), r.left + 3, r.top + 2, AsIs), 0) << "the image at marginX, marginY";
-        EXPECT_EQ(Keys(Colours(shown, r.left + cell, r.top, r.left + textX, r.bottom)), std::set<COLORREF>{kBack})
+        EXPECT_EQ(Misplaced(shown, *Image(ID_HELP_HELP), r.left + 3, r.top + 2, AsIs), 0) << "the image at marginX, marginY";
+        EXPECT_EQ(Colours(shown, r.left + cell, r.top, r.left + textX, r.bottom), std::set<COLORREF>{kBack})
             << "nothing between the column and the text";
-        auto text = Colours(shown, r.left + textX, r.top, r.right, r.bottom);
-        EXPECT_EQ(Keys(text), (std::set<COLORREF>{kBack, kBlack}));
-        EXPECT_GT(text[kBlack], 10) << "pixels of text";
+        EXPECT_EQ(Colours(shown, r.left + textX, r.top, r.right, r.bottom), (std::set<COLORREF>{kBack, kBlack}));
     }
     {
         SCOPED_TRACE("a separator: background, the gradient 5 high, a line at the middle from the text on");
@@ -522,22 +375,37 @@ TEST_F(MenuInWindow, APopupShowsItemsSeparatorsAndTheHighlightWhereTheRulesPutTh
         for (const POINT at : {POINT{cx - 2, cy - 3}, POINT{cx - 1, cy - 1}, POINT{cx + 4, cy - 5}})
             EXPECT_EQ(shown.at(at.x, at.y), kBlack) << "the mark at " << at.x - r.left << "," << at.y - r.top;
         int mark = 0;
+        std::vector<POINT> column;  // besides the mark, only the gradient: each column in one colour
         for (int y = 1; y < height - 1; ++y)
-            for (int x = 1; x < cell - 1; ++x) {
-                const COLORREF pixel = shown.at(r.left + x, r.top + y);
-                mark += pixel == kBlack;
-                if (pixel != kBlack) {
-                    EXPECT_EQ(pixel, shown.at(r.left + x, r.top + 1)) << "only gradient besides the mark at " << x << "," << y;
-                }
-            }
+            for (int x = 1; x < cell - 1; ++x)
+                if (shown.at(r.left + x, r.top + y) == kBlack)
+                    ++mark;
+                else if (shown.at(r.left + x, r.top + y) != shown.at(r.left + x, r.top + 1))
+                    column.push_back({r.left + x, r.top + y});
+        if (!column.empty())
+            ADD_FAILURE() << column.size() << " pixels neither mark nor gradient, the first at "
+                          << column.front().x - r.left << "," << column.front().y - r.top;
         EXPECT_GT(mark, 12) << "pixels of the mark";
         EXPECT_LT(mark, 40) << "pixels of the mark";
     }
     {
         SCOPED_TRACE("a disabled item: the image grey and in place, the text grey");
         const RECT r = draws[6].rcItem;
-        EXPECT_EQ(Misplaced(shown, Image(ID_HELP_ABOUT), r.left + 3, r.top + 2, acl::GreyOf), 0);
-        EXPECT_EQ(Keys(Colours(shown, r.left + textX, r.top, r.right, r.bottom)), (std::set<COLORREF>{kBack, kGrayText}));
+        EXPECT_EQ(Misplaced(shown, *Image(ID_HELP_ABOUT), r.left + 3, r.top + 2, acl::GreyOf), 0);
+        EXPECT_EQ(Colours(shown, r.left + textX, r.top, r.right, r.bottom), (std::set<COLORREF>{kBack, kGrayText}));
+        // Highlighted, it looks just the same.
+        const int width = r.right - r.left, height = r.bottom - r.top;
+        const Pixels selected = krn::test::Render(width, height, RGB(1, 2, 3), [&](HDC dc) {
+            DRAWITEMSTRUCT dis = draws[6];
+            dis.hDC = dc;
+            dis.itemState |= ODS_SELECTED;
+            dis.rcItem = {0, 0, width, height};
+            menu.DrawItem(dis);
+        });
+        int different = 0;
+        for (int i = 0; i < width * height; ++i)
+            different += selected.at(i % width, i / width) != shown.at(r.left + i % width, r.top + i / width);
+        EXPECT_EQ(different, 0) << "pixels that differ when the disabled item is highlighted";
     }
     {
         SCOPED_TRACE("the highlighted item: framed selection fill, the image raised over its shadow, white text");
@@ -548,7 +416,7 @@ TEST_F(MenuInWindow, APopupShowsItemsSeparatorsAndTheHighlightWhereTheRulesPutTh
         std::vector<POINT> inside = Border(r.left + 1, r.top + 1, r.right - 1, r.bottom - 1);
         std::erase_if(inside, [&](POINT at) { return at.x > r.left + 1 && at.x < r.left + cell; });  // the image's place
         EXPECT_EQ(Unlike(highlighted, inside, kSelection, {r.left, r.top}), "") << "the fill just inside the frame";
-        const ACL_MenuImage& image = Image(ID_HELP_HELP);
+        const ACL_MenuImage& image = *Image(ID_HELP_HELP);
         EXPECT_EQ(Misplaced(highlighted, image, r.left + 2, r.top + 1, AsIs), 0) << "one pixel up and left";
         // The opaque pixel furthest down and right casts a shadow nothing covers.
         const Pixels source = PixelsOf(image);
@@ -557,9 +425,72 @@ TEST_F(MenuInWindow, APopupShowsItemsSeparatorsAndTheHighlightWhereTheRulesPutTh
             if (source.at(i % 16, i / 16) != image.transparentColor && i % 16 + i / 16 >= last.x + last.y)
                 last = {i % 16, i / 16};
         EXPECT_EQ(highlighted.at(r.left + 3 + last.x + 1, r.top + 2 + last.y + 1), menu.colors().shadowColor);
-        const auto text = Colours(highlighted, r.left + textX, r.top + 1, r.right - 1, r.bottom - 1);
-        EXPECT_EQ(Keys(text), (std::set<COLORREF>{kSelection, kWhite}));
+        EXPECT_EQ(Colours(highlighted, r.left + textX, r.top + 1, r.right - 1, r.bottom - 1),
+                  (std::set<COLORREF>{kSelection, kWhite}));
     }
+}
+
+// Theme 15 from the start; 9 to 14 change nothing; L, the lightened
+// highlight, is 179 + 3 (c / 10) per channel; grey is (77 R + 150 G + 29 B) / 256.
+TEST(MenuThemes, NineToFourteenChangeNothingAndLightAndGreyFollowTheirRules)
+{
+    ACL_Menu menu;
+    const COLORREF h = GetSysColor(COLOR_HIGHLIGHT);
+    EXPECT_EQ(menu.colors().gradientEnd, RGB(0xA6, 0xC4, 0xF5)) << "theme 15 from the start";
+    EXPECT_EQ(menu.colors().selectionBackground, acl::LightenedHighlight(h));
+    menu.SetTheme(3);
+    const ACL_MenuColors three = menu.colors();
+    EXPECT_EQ(three.background, RGB(0xBC, 0x95, 0x65));
+    for (unsigned theme = 9; theme <= 14; ++theme) {
+        menu.SetTheme(theme);
+        EXPECT_EQ(menu.colors(), three) << "theme " << theme;
+    }
+    menu.SetTheme(17);
+    EXPECT_EQ(menu.colors().frameColor, h);
+    const std::tuple<COLORREF, COLORREF, COLORREF> colours[] = {
+        // colour, lightened, grey
+        {RGB(0, 0, 0), RGB(179, 179, 179), RGB(0, 0, 0)},
+        {RGB(255, 255, 255), RGB(254, 254, 254), RGB(255, 255, 255)},
+        {RGB(255, 0, 0), RGB(254, 179, 179), RGB(76, 76, 76)},
+        {RGB(0, 255, 0), RGB(179, 254, 179), RGB(149, 149, 149)},
+        {RGB(0, 0, 255), RGB(179, 179, 254), RGB(28, 28, 28)},
+        {RGB(49, 106, 197), RGB(191, 209, 236), RGB(99, 99, 99)},
+    };
+    for (const auto& [colour, lightened, grey] : colours) {
+        EXPECT_EQ(acl::LightenedHighlight(colour), lightened) << std::hex << colour;
+        EXPECT_EQ(acl::GreyOf(colour), grey) << std::hex << colour;
+    }
+}
+
+TEST(MenuOwnership, ADropDownDeletedByPositionLosesEverySecondItemAndALentCheckBitmapStays)
+{
+    const HBITMAP given = CreateBitmap(16, 16, 1, 32, nullptr), lent = CreateBitmap(16, 16, 1, 32, nullptr);
+    {
+        ACL_Menu menu;
+        HMENU bar = CreateMenu(), drop = CreatePopupMenu();
+        for (const wchar_t* text : {L"a", L"b", L"c", L"d", L"e"})
+            AppendMenuW(drop, MF_STRING, text[0], text);
+        AppendMenuW(bar, MF_POPUP, reinterpret_cast<UINT_PTR>(drop), L"&Edit");
+        ASSERT_EQ(menu.AttachMenu(nullptr, bar, 0, 0, nullptr, 1), 0u);
+        EXPECT_EQ(menu.AppendItem(MF_STRING, 10, L"&Go"), 1);
+        ASSERT_EQ(menu.items().size(), 7u);
+
+        EXPECT_EQ(menu.DeleteItem(0, MF_BYPOSITION), 1);
+        std::vector<std::wstring> left;
+        for (const auto& item : menu.items())
+            left.push_back(item->text);
+        EXPECT_EQ(left, (std::vector<std::wstring>{L"b", L"d", L"&Go"}));
+        EXPECT_EQ(menu.DeleteItem(10, MF_BYCOMMAND), 1);
+        EXPECT_EQ(menu.DeleteItem(10, MF_BYCOMMAND), 0) << "gone already";
+        EXPECT_EQ(GetMenuItemCount(bar), 0);
+
+        menu.SetCheckBitmap(lent, 0);
+        menu.SetCheckBitmap(ACL_Menu::kKeepCheckBitmap, 1);  // the flag decides for a kept bitmap too
+        menu.SetCheckBitmap(given, 0);
+    }
+    EXPECT_EQ(GetObjectType(given), 0u) << "a given check bitmap goes with the menu";
+    EXPECT_EQ(GetObjectType(lent), static_cast<DWORD>(OBJ_BITMAP)) << "a lent one stays";
+    DeleteObject(lent);
 }
 
 } // namespace
