@@ -73,7 +73,9 @@ TEST_F(HyperlinkTest, HoverChangesColourAndUnderlinesUntilTheMouseLeaves)
         ASSERT_EQ(h.Init(Link::kCommand, link, dialog.window(), TD_LINK, &settings), 0u);
         InvalidateRect(link, nullptr, FALSE);  // Init itself does not repaint
         const auto [text, textRun] = CountAndRun(link, kText);
-        EXPECT_TRUE(text > 20 && textRun < 20 && CountAndRun(link, kHover).first == 0) << text << " " << textRun;
+        EXPECT_GT(text, 20) << "pixels in the text colour";
+        EXPECT_LT(textRun, 20) << "no underline before the mouse comes";
+        EXPECT_EQ(CountAndRun(link, kHover).first, 0) << "pixels in the hover colour";
         const Pixels normal = krn::test::CaptureScreen(link);
         EXPECT_EQ(normal.at(0, 0), kBackground) << "text starts at x = 1";
         EXPECT_EQ(normal.at(normal.width() - 1, normal.height() - 1), kBackground);
@@ -81,7 +83,9 @@ TEST_F(HyperlinkTest, HoverChangesColourAndUnderlinesUntilTheMouseLeaves)
         SendMessageW(link, WM_MOUSEMOVE, 0, MAKELPARAM(3, 3));
         const auto [hover, hoverRun] = CountAndRun(link, kHover);
         EXPECT_EQ(hoverRun > 40, underline) << "the underline spans the text, longest run " << hoverRun;
-        EXPECT_TRUE(underline || hover == text) << "only the colour changes: " << hover << " vs " << text;
+        if (!underline) {
+            EXPECT_EQ(hover, text) << "only the colour changes";
+        }
 
         SendMessageW(link, WM_MOUSELEAVE, 0, 0);
         EXPECT_EQ(CountAndRun(link, kText).first, text);
@@ -136,8 +140,11 @@ TEST_F(HyperlinkTest, TheAtomLivesWhileAnyControlIsSubclassed)
     const WNDPROC original = ProcOf(link);
     // The atom table is the session's: another program's links may hold it too.
     const bool alone = GlobalFindAtomW(kAtomName) == 0;
-    const auto deleted = [&] {
-        return acl::SubclassControlBase::Atom() == 0 && (!alone || !GlobalFindAtomW(kAtomName));
+    const auto expectDeleted = [&](const char* when) {
+        EXPECT_EQ(acl::SubclassControlBase::Atom(), 0) << when;
+        if (alone) {
+            EXPECT_EQ(GlobalFindAtomW(kAtomName), 0) << when;
+        }
     };
     {
         Link first, second;
@@ -150,7 +157,7 @@ TEST_F(HyperlinkTest, TheAtomLivesWhileAnyControlIsSubclassed)
         EXPECT_EQ(GlobalFindAtomW(kAtomName), atom);
         EXPECT_EQ(GetPropW(link, MAKEINTATOM(atom)), nullptr);
         second.Detach();
-        EXPECT_TRUE(deleted());
+        expectDeleted("after the last Detach");
 
         // Made again by the next Attach; attaching elsewhere restores the first window.
         EXPECT_EQ(first.Attach(link, 0), 0u);
@@ -162,7 +169,7 @@ TEST_F(HyperlinkTest, TheAtomLivesWhileAnyControlIsSubclassed)
         EXPECT_EQ(GetWindowLongPtrW(other, GWL_STYLE), style | WS_BORDER);
         EXPECT_EQ(acl::SubclassControlBase::UserCount(), 1);
     }
-    EXPECT_TRUE(deleted()) << "destruction detaches";
+    expectDeleted("destruction detaches");
 }
 
 } // namespace

@@ -27,6 +27,24 @@ COLORREF BrushColor(const acl::unique_hbrush& brush)
 
 HFONT NewFont(int height) { return CreateFontW(height, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, L"Tahoma"); }
 
+// What Apply sets in a DC, and the DC the settings remember.
+struct DcState {
+    COLORREF text, background;
+    int mode;
+    HGDIOBJ font;
+    HDC settingsDc;
+    static DcState Of(HDC dc, const ListView_Settings& s)
+    {
+        return {GetTextColor(dc), GetBkColor(dc), GetBkMode(dc), GetCurrentObject(dc, OBJ_FONT), s.dc};
+    }
+    bool operator==(const DcState&) const = default;
+};
+void PrintTo(const DcState& d, std::ostream* os)
+{
+    *os << std::hex << "{text " << d.text << ", background " << d.background << ", mode " << d.mode << ", font "
+        << d.font << ", settings dc " << d.settingsDc << "}";
+}
+
 // Settings and items that say when they are destroyed.
 std::vector<std::string> destroyed;
 struct TracedSettings : ListView_Settings {
@@ -46,12 +64,13 @@ TEST(ListViewSettings, SystemColoursThenSetStyleTouchesOnlyTheMaskedGroupsAndApp
 {
     acl::ListView list;
     for (const int i : {0, 1}) {
+        SCOPED_TRACE(testing::Message() << "style " << i);
         const acl::ListView_Style& style = list.GetSettings().styles[i];
-        EXPECT_EQ((std::vector<COLORREF>{style.set, style.Owned(), style.textColor, BrushColor(style.backgroundBrush),
-                                         BrushColor(style.frameBrush)}),
-                  (std::vector<COLORREF>{7, 3, GetSysColor(i ? COLOR_HIGHLIGHTTEXT : COLOR_WINDOWTEXT),
-                                         GetSysColor(i ? COLOR_HIGHLIGHT : COLOR_WINDOW),
-                                         GetSysColor(COLOR_WINDOWFRAME)}));
+        EXPECT_EQ(style.set, 7u);
+        EXPECT_EQ(style.Owned(), 3u);
+        EXPECT_EQ(style.textColor, GetSysColor(i ? COLOR_HIGHLIGHTTEXT : COLOR_WINDOWTEXT));
+        EXPECT_EQ(BrushColor(style.backgroundBrush), GetSysColor(i ? COLOR_HIGHLIGHT : COLOR_WINDOW));
+        EXPECT_EQ(BrushColor(style.frameBrush), GetSysColor(COLOR_WINDOWFRAME));
     }
     // Each case starts from a style with every group set.
     const struct {
@@ -65,18 +84,18 @@ TEST(ListViewSettings, SystemColoursThenSetStyleTouchesOnlyTheMaskedGroupsAndApp
     for (const auto& c : kCases) {
         SCOPED_TRACE("mask " + std::to_string(c.mask));
         ListView_Settings s;
-        EXPECT_EQ(s.styles[0].set | s.styles[1].set | s.paddingX << 8 | s.paddingY << 12, 0x1100u) << "defaults";
         s.SetStyle(0, 15, RGB(5, 5, 5), TRANSPARENT, RGB(6, 6, 6), 0, RGB(7, 7, 7), 0, font.get(), false);
         const HBRUSH oldBackground = s.styles[0].backgroundBrush.get(), oldFrame = s.styles[0].frameBrush.get();
         s.SetStyle(0, c.mask, c.text, OPAQUE, c.background, 0, c.frame, 0, nullptr, false);
         const acl::ListView_Style& style = s.styles[0];
-        EXPECT_EQ(style.set * 10 + style.Owned(), c.set * 10 + c.owned) << "set, owned";
+        EXPECT_EQ(style.set, c.set);
+        EXPECT_EQ(style.Owned(), c.owned);
         EXPECT_EQ(style.backgroundMode, c.mask & 1 ? OPAQUE : TRANSPARENT) << "the mode travels with the text";
-        EXPECT_EQ(Alive(oldBackground) * 10 + Alive(oldFrame), !(c.mask & 2) * 10 + !(c.mask & 4))
-            << "replaced brushes";
+        EXPECT_EQ(Alive(oldBackground), !(c.mask & 2)) << "the old background brush goes when its group is set";
+        EXPECT_EQ(Alive(oldFrame), !(c.mask & 4)) << "the old frame brush goes when its group is set";
         if (c.background != kNone) {
-            EXPECT_EQ(std::pair(BrushColor(style.backgroundBrush), BrushColor(style.frameBrush)),
-                      std::pair(c.background, c.frame));
+            EXPECT_EQ(BrushColor(style.backgroundBrush), c.background);
+            EXPECT_EQ(BrushColor(style.frameBrush), c.frame);
         }
     }
     EXPECT_TRUE(Alive(font.get())) << "a lent font stays the caller's";
@@ -88,25 +107,23 @@ TEST(ListViewSettings, SystemColoursThenSetStyleTouchesOnlyTheMaskedGroupsAndApp
     s.SetStyle(1, 8, 0, 0, 0, 0, 0, 0, owned, true);
     s.SetStyle(1, 8, 0, 0, 0, 0, 0, 0, lent, false);
     s.SetStyle(1, 8, 0, 0, 0, 0, 0, 0, nullptr, false);
-    EXPECT_EQ(Alive(owned) * 10 + Alive(lent), 0) << "owned, lent";
-    EXPECT_EQ(s.styles[1].set * 10 + s.styles[1].Owned(), 84u) << "set, owned";
+    EXPECT_FALSE(Alive(owned)) << "replaced by the lent font";
+    EXPECT_FALSE(Alive(lent)) << "owned, as the style had owned a font, and replaced by null";
+    EXPECT_EQ(s.styles[1].set, 8u);
+    EXPECT_EQ(s.styles[1].Owned(), 4u);
 
     const acl::unique_hdc dc(CreateCompatibleDC(nullptr));
     s.SetStyle(1, 15, RGB(10, 20, 30), TRANSPARENT, RGB(40, 50, 60), 0, RGB(1, 1, 1), 0, font.get(), false);
-    const auto dcState = [&] {
-        return std::vector<uintptr_t>{GetTextColor(dc.get()), GetBkColor(dc.get()), uintptr_t(GetBkMode(dc.get())),
-                                      uintptr_t(GetCurrentObject(dc.get(), OBJ_FONT)), uintptr_t(s.dc)};
-    };
-    const auto before = dcState();
+    const DcState before = DcState::Of(dc.get(), s);
     acl::ListView_DrawState state;
     s.Apply(dc.get(), 1, state);
-    EXPECT_EQ(dcState(), (std::vector<uintptr_t>{RGB(10, 20, 30), RGB(40, 50, 60), TRANSPARENT, uintptr_t(font.get()),
-                                                 uintptr_t(dc.get())}));
+    EXPECT_EQ(DcState::Of(dc.get(), s), (DcState{RGB(10, 20, 30), RGB(40, 50, 60), TRANSPARENT, font.get(), dc.get()}));
     EXPECT_EQ(state.frameBrush, s.styles[1].frameBrush.get());
     s.Restore(state);
-    EXPECT_EQ(dcState(), before);
-    EXPECT_EQ(uintptr_t(state.font), before[3]);
-    EXPECT_FALSE(state.backgroundBrush || state.frameBrush) << "Apply never saves brushes";
+    EXPECT_EQ(DcState::Of(dc.get(), s), before);
+    EXPECT_EQ(state.font, before.font);
+    EXPECT_FALSE(state.backgroundBrush) << "Apply never saves brushes";
+    EXPECT_FALSE(state.frameBrush) << "Apply never saves brushes";
 }
 
 TEST(ListViewTree, NodesDestroyOnlyWhatTheyOwn)
@@ -135,7 +152,8 @@ TEST(ListViewTree, NodesDestroyOnlyWhatTheyOwn)
         EXPECT_EQ(third->ItemAt(0)->GetSettings(), &lent) << "an item keeps settings it has";
         EXPECT_EQ(third->ItemAt(1)->GetSettings(), third->GetSettings());
         EXPECT_EQ(third->ItemAt(1)->GetParent(), third);
-        EXPECT_EQ(third->RemoveItem(5) + third->RemoveItems(5, 1), 2 * kNotFound);
+        EXPECT_EQ(third->RemoveItem(5), kNotFound);
+        EXPECT_EQ(third->RemoveItems(5, 1), kNotFound);
         EXPECT_EQ(third->RemoveItem(1), 0u);        // b
         EXPECT_EQ(third->RemoveItemsByTag(2), 0u);  // c, e
         EXPECT_EQ(third->RemoveItems(1, 10), 0u);   // d, stopping at the end
@@ -156,15 +174,35 @@ TEST(ListViewTree, NodesDestroyOnlyWhatTheyOwn)
         iconItem.GetSize(w, h);
         RECT rc{0, 0, 40, 40};
         const acl::unique_hdc dc(CreateCompatibleDC(nullptr));
-        EXPECT_EQ(iconItem.Draw(dc.get(), 0, rc) * 10000 + w * 100 + h, 321616u)
-            << "drawn at its size, laid out as a small icon";
+        EXPECT_EQ(iconItem.Draw(dc.get(), 0, rc), 32) << "drawn at its size";
+        EXPECT_EQ(w, 16u) << "laid out as a small icon";
+        EXPECT_EQ(h, 16u) << "laid out as a small icon";
         ASSERT_EQ(seen.size(), 2u) << "the bitmaps of GetIconInfo";
-        EXPECT_FALSE(Alive(seen[0]) || Alive(seen[1])) << "are deleted at once";
+        EXPECT_FALSE(Alive(seen[0])) << "the mask is deleted at once";
+        EXPECT_FALSE(Alive(seen[1])) << "the colour bitmap is deleted at once";
     }
     ICONINFO info{};
-    EXPECT_EQ(Alive(lent) * 10 + Alive(given), 10) << "lent, given";
+    EXPECT_TRUE(Alive(lent)) << "a lent bitmap stays the caller's";
+    EXPECT_FALSE(Alive(given)) << "a given bitmap goes with its item";
     EXPECT_FALSE(GetIconInfo(icon, &info)) << "an owned icon is destroyed";
     DeleteObject(lent);
+}
+
+// The list's own counts beside the control's and its header's.
+struct Shape {
+    uint64_t columns, rows;
+    LRESULT headerItems, controlItems;
+    static Shape Of(ListViewDemo& demo)
+    {
+        return {demo.view().ColumnCount(), demo.view().RowCount(), SendMessageW(demo.header(), HDM_GETITEMCOUNT, 0, 0),
+                SendMessageW(demo.list(), LVM_GETITEMCOUNT, 0, 0)};
+    }
+    bool operator==(const Shape&) const = default;
+};
+void PrintTo(const Shape& s, std::ostream* os)
+{
+    *os << "{columns " << s.columns << ", rows " << s.rows << ", header items " << s.headerItems
+        << ", control items " << s.controlItems << "}";
 }
 
 TEST(ListViewControl, RowsMeasureTheirTallestItemPlusTheFrameAndCountsStayEqualToTheControls)
@@ -174,23 +212,20 @@ TEST(ListViewControl, RowsMeasureTheirTallestItemPlusTheFrameAndCountsStayEqualT
     EXPECT_EQ(SendMessageW(demo.list(), LVM_GETEXTENDEDLISTVIEWSTYLE, 0, 0) & 0x1400, 0x1400);
     MEASUREITEMSTRUCT empty{ODT_LISTVIEW, TD_LIST, 0, 1, 1};
     list.OnMeasureItem(TD_LIST, empty);
-    EXPECT_EQ(empty.itemWidth * 100 + empty.itemHeight, 0u) << "an empty list measures 0";
+    EXPECT_EQ(empty.itemWidth, 0u) << "an empty list measures 0";
+    EXPECT_EQ(empty.itemHeight, 0u) << "an empty list measures 0";
     const auto rowHeight = [&] {
         RECT rc{LVIR_BOUNDS};
         SendMessageW(demo.list(), LVM_GETITEMRECT, 0, reinterpret_cast<LPARAM>(&rc));
         return rc.bottom - rc.top;
     };
-    const auto counts = [&] {
-        return std::to_string(list.ColumnCount()) + "x" + std::to_string(list.RowCount()) + " / " +
-               std::to_string(SendMessageW(demo.header(), HDM_GETITEMCOUNT, 0, 0)) + "x" +
-               std::to_string(SendMessageW(demo.list(), LVM_GETITEMCOUNT, 0, 0));
-    };
+    const auto counts = [&] { return Shape::Of(demo); };
     EXPECT_EQ(list.InsertColumn(0, L"X", 10), kNotFound) << "no columns yet";
     EXPECT_EQ(list.AddColumn(L"A", 50), 0);
     EXPECT_EQ(list.AddColumn(L"C", 50), 1);
     for (uint64_t tag : {10, 11, 12, 13})
         EXPECT_EQ(list.AddRow(0, 0, tag), static_cast<int64_t>(tag - 10));
-    EXPECT_EQ(counts(), "2x4 / 2x4");
+    EXPECT_EQ(counts(), (Shape{2, 4, 2, 4}));
     EXPECT_EQ(list.RowAt(2)->GetSettings(), &list.GetSettings());
 
     list.AddItem(1, 1, std::make_unique<acl::ListView_Bitmap>(demo.ActionBitmap(0)));  // 16 high
@@ -219,7 +254,7 @@ TEST(ListViewControl, RowsMeasureTheirTallestItemPlusTheFrameAndCountsStayEqualT
     std::unique_ptr<acl::ListView_Row> removed;
     EXPECT_EQ(list.DeleteRow(4, removed), kNotFound);
     EXPECT_EQ(list.DeleteRow(1, removed), 0u);
-    EXPECT_EQ(counts(), "2x3 / 2x3");
+    EXPECT_EQ(counts(), (Shape{2, 3, 2, 3}));
     ASSERT_TRUE(removed);
     EXPECT_EQ(removed->tag, 11u) << "the caller holds the row it took out";
     EXPECT_EQ(list.RowAt(1), third) << "later rows move up; their objects are unchanged";
@@ -229,13 +264,15 @@ TEST(ListViewControl, RowsMeasureTheirTallestItemPlusTheFrameAndCountsStayEqualT
     EXPECT_EQ(list.GetCell(3, 0, false), nullptr) << "row equal to the count";
     EXPECT_EQ(list.AddItem(1, 3, std::make_unique<acl::ListView_Text>(L"x")), 0u);
     EXPECT_EQ(third->CellCount(), 4u) << "missing cells are made first";
-    EXPECT_EQ(list.RemoveItem(3, 0, 0) + list.RemoveItem(1, 4, 0) + list.ClearCell(1, 4), 3 * kNotFound)
-        << "no such row, no such cell";
-    EXPECT_EQ(list.RemoveItemsByTag(3, 0, 0) + list.ClearCell(1, 3), 0u);
+    EXPECT_EQ(list.RemoveItem(3, 0, 0), kNotFound) << "no such row";
+    EXPECT_EQ(list.RemoveItem(1, 4, 0), kNotFound) << "no such cell";
+    EXPECT_EQ(list.ClearCell(1, 4), kNotFound) << "no such cell";
+    EXPECT_EQ(list.RemoveItemsByTag(3, 0, 0), 0u);
+    EXPECT_EQ(list.ClearCell(1, 3), 0u);
     EXPECT_EQ(list.RemoveItems(1, 3, 0, 1), kNotFound) << "the cleared cell is empty";
     std::vector<std::unique_ptr<acl::ListView_Row>> all;
     EXPECT_EQ(list.DeleteAllRows(all), 0u);
-    EXPECT_EQ(counts(), "2x0 / 2x0");
+    EXPECT_EQ(counts(), (Shape{2, 0, 2, 0}));
     ASSERT_EQ(all.size(), 3u);
     EXPECT_EQ(all[1].get(), third);
     EXPECT_EQ(list.GetSelectedRow(), -1);
@@ -271,13 +308,14 @@ TEST(ListViewSort, HeaderClicksSortStablyAndOneRowOrNoneOnlyRecordTheColumn)
         int column;
         std::vector<uint64_t> order;
         int16_t direction;
+        int compares;  // a bubble sort compares every pair of every pass
     } kClicks[] = {
-        {{}, 1, {}, 1},
-        {{7}, 1, {7}, -1},  // one row: the direction still toggles
-        {{31, 12, 35, 20, 11}, 0, {7, 12, 11, 20, 31, 35}, 1},
-        {{}, 0, {31, 35, 20, 12, 11, 7}, -1},
-        {{}, 1, {20, 31, 11, 12, 35, 7}, 1},
-        {{}, 1, {7, 35, 12, 31, 11, 20}, -1},
+        {{}, 1, {}, 1, 0},
+        {{7}, 1, {7}, -1, 0},  // one row: the direction still toggles
+        {{31, 12, 35, 20, 11}, 0, {7, 12, 11, 20, 31, 35}, 1, 15},
+        {{}, 0, {31, 35, 20, 12, 11, 7}, -1, 15},
+        {{}, 1, {20, 31, 11, 12, 35, 7}, 1, 15},
+        {{}, 1, {7, 35, 12, 31, 11, 20}, -1, 15},
     };
     for (const auto& click : kClicks) {
         for (uint64_t tag : click.rows)
@@ -292,8 +330,9 @@ TEST(ListViewSort, HeaderClicksSortStablyAndOneRowOrNoneOnlyRecordTheColumn)
         int32_t column = 0;
         int16_t direction = 0;
         list.GetSortState(column, direction);
-        EXPECT_EQ(column * 10 + direction, click.column * 10 + click.direction);
-        EXPECT_EQ(comparer.calls, list.RowCount() < 2 ? 0 : 15) << "a bubble sort compares every pair of every pass";
+        EXPECT_EQ(column, click.column);
+        EXPECT_EQ(direction, click.direction) << "column " << click.column;
+        EXPECT_EQ(comparer.calls, click.compares) << "column " << click.column;
     }
     EXPECT_EQ(list.GetSelectedRow(), 0) << "the highlight stays on the position";
 }

@@ -1,4 +1,3 @@
-#include <clocale>
 #include <regex>
 
 #include "tests/config/ConfigFixture.h"
@@ -17,13 +16,11 @@ protected:
     const std::wstring path = temp / L"saved.xml";
 };
 
-// Texts round-trip where a limit is in force (an absent one comes back empty).
-// Thread and C runtime both use a decimal comma meanwhile.
+// Texts round-trip where a limit is in force (an absent one comes back empty),
+// under a locale with a decimal comma.
 TEST_F(ConfigFileTest, RoundTripUnderAnotherLocaleGivesEqualEntriesAndFlags)
 {
-    const LCID before = GetThreadLocale();
-    SetThreadLocale(MAKELCID(MAKELANGID(LANG_GERMAN, SUBLANG_GERMAN), SORT_DEFAULT));
-    ASSERT_NE(_wsetlocale(LC_ALL, L"German_Germany.1252"), nullptr);
+    const DecimalCommaLocale german;
     ASSERT_EQ(*localeconv()->decimal_point, ',');
     FolderEntries original, loaded;
     original.push_back(Entry(L"C:\\Ünïcödé ™ 𝄞", 3, {0.1, SizeUnit_KB, 0, L"<min> & \"q\""},
@@ -36,10 +33,7 @@ TEST_F(ConfigFileTest, RoundTripUnderAnotherLocaleGivesEqualEntriesAndFlags)
     original.push_back(Entry(L"D:\\nothing", 0, {}, {}));
     RecordingOwner owner;
     EXPECT_EQ(SaveConfiguration(path.c_str(), original, &owner), 0u);
-    const DWORD status = LoadConfiguration(path.c_str(), kinds, loaded, &owner);
-    SetThreadLocale(before);
-    _wsetlocale(LC_ALL, L"C");
-    ASSERT_EQ(status, 0u);
+    ASSERT_EQ(LoadConfiguration(path.c_str(), kinds, loaded, &owner), 0u);
     EXPECT_EQ(owner.calls, L"saved loaded ");
     EXPECT_NE(ReadFileBytes(path).find("Value=\"0.1\""), std::string::npos) << ReadFileBytes(path);
     ASSERT_EQ(loaded.size(), original.size());

@@ -4,12 +4,35 @@
 
 #include <gtest/gtest.h>
 
+#include <clocale>
+
 #include "actions/RunAction.h"
 #include "actions/StandardKinds.h"
 #include "config/ConfigDocument.h"
 #include "support/Scratch.h"
 
 namespace krn::test {
+
+// The C runtime and the thread use German conventions, a decimal comma among
+// them, while the object lives.
+class DecimalCommaLocale {
+public:
+    DecimalCommaLocale()
+    {
+        SetThreadLocale(MAKELCID(MAKELANGID(LANG_GERMAN, SUBLANG_GERMAN), SORT_DEFAULT));
+        _wsetlocale(LC_ALL, L"German_Germany.1252");
+    }
+    ~DecimalCommaLocale()
+    {
+        SetThreadLocale(thread_);
+        _wsetlocale(LC_ALL, L"C");
+    }
+    DecimalCommaLocale(const DecimalCommaLocale&) = delete;
+    DecimalCommaLocale& operator=(const DecimalCommaLocale&) = delete;
+
+private:
+    LCID thread_ = GetThreadLocale();
+};
 
 class ConfigTest : public ::testing::Test {
 public:

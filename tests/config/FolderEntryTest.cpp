@@ -21,18 +21,23 @@ TEST_F(FolderEntryTest, CopyResetAndCounterparts)
 {
     const auto original = Full();
     FolderEntry copy(*original);
-    EXPECT_TRUE(copy.Equals(*original) && copy.min.bytes == 1536u);
+    EXPECT_TRUE(copy.Equals(*original));
+    EXPECT_EQ(copy.min.bytes, 1536u) << "bytes are copied too, though Equals ignores them";
     Params(original->actions[1]).path = L"b.exe";
     EXPECT_EQ(*Params(copy.actions[1]).path, L"a.exe") << "the Run block must be cloned";
     copy.Reset();
-    EXPECT_TRUE(copy.Equals(FolderEntry()) && copy.actions.empty() && !copy.path && copy.flags == 0);
+    EXPECT_TRUE(copy.Equals(FolderEntry()));
+    EXPECT_TRUE(copy.actions.empty());
+    EXPECT_FALSE(copy.path);
+    EXPECT_EQ(copy.flags, 0u);
     const auto twoRuns = Entry(L"", 0, {}, {}, Slots(RunSlot(L"a", L""), RunSlot(L"a", L"")));
     const auto runAndLog = Entry(L"", 0, {}, {}, Slots(RunSlot(L"a", L""), Slot(addToLog())));
     const auto nullBlock = Entry(L"", 0, {}, {}, Slots(Slot(run())));
     const auto nan = Entry(std::nullopt, 0, {std::nan(""), 0, 0, std::nullopt}, {});
     EXPECT_TRUE(twoRuns->Equals(*runAndLog)) << "both Run slots find the same counterpart";
     EXPECT_FALSE(runAndLog->Equals(*twoRuns)) << "the log slot has none";
-    EXPECT_FALSE(nullBlock->Equals(*nullBlock) || nan->Equals(*nan));
+    EXPECT_FALSE(nullBlock->Equals(*nullBlock)) << "a null Run block matches nothing, not even itself";
+    EXPECT_FALSE(nan->Equals(*nan)) << "a NaN limit matches nothing";
 }
 
 // Each row changes one thing in a copy of Full(); Equals must see all but the
@@ -75,7 +80,8 @@ TEST(ComputeBytes, TruncatesFactorTimesValueOverTheFullUnsignedRange)
         FolderEntry entry;  // both limits, whether in force or not
         entry.min = entry.max = {value, units, 0, std::nullopt};
         entry.ComputeBytes();
-        EXPECT_EQ(std::make_pair(entry.min.bytes, entry.max.bytes), std::make_pair(bytes, bytes)) << value << " in " << units;
+        EXPECT_EQ(entry.min.bytes, bytes) << "min: " << value << " in " << units;
+        EXPECT_EQ(entry.max.bytes, bytes) << "max: " << value << " in " << units;
     }
 }
 

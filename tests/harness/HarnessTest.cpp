@@ -1,5 +1,6 @@
 // The test environment itself: hermetic registry and folders, the dialog
-// driver against real message boxes, pixel capture, and the manifest.
+// driver against real message boxes, and the manifest. (Pixel capture is
+// proven by every test that reads pixels.)
 #include "support/Gui.h"
 #include "support/Scratch.h"
 
@@ -60,21 +61,6 @@ TEST(DialogDriver, EndsAnUnexpectedDialogAndReportsIt)
     driver.AnswerMessageBox(L"Expected", IDOK);
     MessageBoxW(nullptr, L"Surprise", L"Unexpected", MB_OK);
     EXPECT_NE(driver.Report().find("found \"Unexpected\""), std::string::npos) << driver.Report();
-}
-
-TEST(Capture, ReadsTheColoursAWindowPaints)
-{
-    HWND window = CreateWindowExW(0, L"Static", L"", WS_POPUP | WS_VISIBLE | SS_BLACKRECT, 10, 10, 40, 30, nullptr,
-                                  nullptr, nullptr, nullptr);
-    ASSERT_TRUE(window);
-    PumpFor(50);
-    const Pixels client = CaptureClient(window);
-    ASSERT_EQ(client.width(), 40);
-    EXPECT_EQ(client.at(5, 5), GetSysColor(COLOR_3DDKSHADOW) & 0xFFFFFF);
-    const Pixels drawn = Render(8, 8, RGB(0x8A, 0xA6, 0xD6), [](HDC dc) { SetPixel(dc, 2, 3, RGB(1, 2, 3)); });
-    EXPECT_EQ(drawn.at(0, 0), RGB(0x8A, 0xA6, 0xD6));
-    EXPECT_EQ(drawn.at(2, 3), RGB(1, 2, 3));
-    DestroyWindow(window);
 }
 
 TEST(Manifest, LoadsCommonControlsVersion6)
