@@ -72,7 +72,8 @@ HWND DialogBase::CreateModeless(UINT resourceId, HWND owner)
     module.AddBinding(&binding_, this);
     HWND created = CreateDialogParamW(module.instance(), MAKEINTRESOURCEW(resourceId), owner, StartDialogProc, 0);
     module.CancelBinding(&binding_);
-    return created;
+    // A dialog that closed itself while it initialised has no window to give.
+    return created && IsWindow(created) ? created : nullptr;
 }
 
 INT_PTR DialogBase::RunModal(UINT resourceId, HWND owner)

@@ -21,7 +21,8 @@ public:
     // in its own destructor; this one only makes sure nothing is left behind.
     virtual ~DialogBase();
 
-    // A modeless dialog from the module's template `resourceId`; null on failure.
+    // A modeless dialog from the module's template `resourceId`; null on
+    // failure, and when the dialog closed itself while it initialised.
     HWND CreateModeless(UINT resourceId, HWND owner);
     // A modal dialog: EndDialog's result, or -1 when it could not be created.
     INT_PTR RunModal(UINT resourceId, HWND owner);
