@@ -1,0 +1,198 @@
+// The folder list of the real main window, filled from config.xml: what each
+// column shows, how each column sorts, and the layout values it keeps in the
+// registry.
+#include "MainWindowFixture.h"
+
+#include "resource.h"
+#include "settings/RegistryValues.h"
+
+#include <commctrl.h>
+
+namespace {
+
+using namespace krn::test;
+using krn::FolderColumn;
+
+using FolderListTest = MainWindowTest;
+
+std::wstring Wide(const std::string& ascii)
+{
+    return std::wstring(ascii.begin(), ascii.end());
+}
+
+// A parent path of more than 260 characters.
+std::string LongParent()
+{
+    std::string path = "C:";
+    for (int i = 0; i < 30; ++i)
+        path += "\\segment" + std::to_string(i);
+    return path;
+}
+
+TEST_F(FolderListTest, RowsShowNamesLimitsActionsAndLocationsInFileOrder)
+{
+    const struct {
+        std::string path;
+        std::string limits;
+        std::string actions;
+        std::wstring folder, min, max, actionsCell, location;
+    } rows[] = {
+        {"C:\\", "", "<MsgBox/>", L"C:", L"", L"", L"#208", L"#214|[Drive root]"},
+        {"\\\\server\\share\\dir", "", "<MsgBox/><AddToLog/>", L"dir", L"", L"", L"#208|#211",
+         L"#215|\\\\server\\share"},
+        {"D:\\Data", LimitXml("Min", "1.5", "MB") + LimitXml("Max", "2", "GB"), "<Run Path=\"a.exe\"/><MsgBox/>",
+         L"Data", L"1.50 MB", L"2.00 GB", L"#212|#208", L"#210|D:"},
+        // A trailing backslash is not a component of its own.
+        {"C:\\Data\\Logs\\", "", "<AddToLog/>", L"Logs", L"", L"", L"#211", L"#210|C:\\Data"},
+        // No backslash at all: the whole path is the name, like a drive root.
+        {"Data", "", "<MsgBox/>", L"Data", L"", L"", L"#208", L"#214|[Drive root]"},
+        // A negative maximum is shown, a negative minimum is not.
+        {"E:\\neg", LimitXml("Min", "-5", "KB") + LimitXml("Max", "-5", "KB"), "<MsgBox/>", L"neg", L"",
+         L"-5.00 KB", L"#208", L"#210|E:"},
+        {"E:\\zero", LimitXml("Min", "0", "TB"), "<MsgBox/>", L"zero", L"", L"", L"#208", L"#210|E:"},
+        {LongParent() + "\\last", "", "", L"last", L"", L"", L"",
+         L"#210|" + Wide(LongParent())},
+    };
+    std::string xml;
+    for (const auto& row : rows)
+        xml += FolderXml(row.path, row.limits, row.actions);
+    WriteConfig(xml);
+    ASSERT_TRUE(Open());
+    ASSERT_EQ(folders().RowCount(), static_cast<int>(std::size(rows)));
+    for (int i = 0; i < folders().RowCount(); ++i) {
+        const auto& row = rows[i];
+        SCOPED_TRACE(row.path);
+        EXPECT_EQ(Cell(i, krn::kColumnFolder), row.folder);
+        EXPECT_EQ(Cell(i, krn::kColumnMin), row.min);
+        EXPECT_EQ(Cell(i, krn::kColumnMax), row.max);
+        EXPECT_EQ(Cell(i, krn::kColumnSize), L"") << "sizes come with the refresh";
+        EXPECT_EQ(Cell(i, krn::kColumnActions), row.actionsCell);
+        EXPECT_EQ(Cell(i, krn::kColumnPath), row.location);
+    }
+    EXPECT_FALSE(ApplyEnabled()) << "loading is not a change";
+}
+
+// Values only a hand-edited file holds are shown whole, never cut or overflowing.
+TEST_F(FolderListTest, ExtremeLimitsAreShownWhole)
+{
+    WriteConfig(FolderXml("E:\\huge", LimitXml("Max", "1e308", "B")) +
+                FolderXml("E:\\nan", LimitXml("Min", "nan", "KB") + LimitXml("Max", "nan", "KB")));
+    ASSERT_TRUE(Open());
+    const std::wstring huge = Cell(0, krn::kColumnMax);
+    EXPECT_EQ(huge.size(), 309u + 5u) << "309 digits, two decimals and the unit";
+    EXPECT_EQ(huge.substr(0, 17), L"10000000000000000");
+    EXPECT_EQ(huge.substr(huge.size() - 5), L".00 B");
+    EXPECT_EQ(Cell(1, krn::kColumnMin), L"");
+    EXPECT_EQ(Cell(1, krn::kColumnMax), L"");
+}
+
+TEST_F(FolderListTest, EachColumnSortsStablyAndTheSizeColumnKeepsTheOrder)
+{
+    WriteConfig(FolderXml("C:\\b\\beta", LimitXml("Min", "2", "KB"), "<MsgBox/><AddToLog/>") +
+                FolderXml("\\\\srv\\alpha", LimitXml("Max", "1", "MB"), "<MsgBox/>") +
+                FolderXml("C:\\a\\Gamma", LimitXml("Min", "1", "MB") + LimitXml("Max", "3", "KB"), "<MsgBox/>") +
+                FolderXml("C:\\c\\gamma", LimitXml("Min", "2048", "B"), "<MsgBox/><AddToLog/><Run Path=\"x\"/>"));
+    // A stored Path width stands for the sort state: 150 names no column, so
+    // the first click on any column sorts ascending.
+    WriteRegDword(krn::registry::kSettingsKey, L"ColWidth_Path", 150);
+    ASSERT_TRUE(Open());
+    const struct {
+        FolderColumn column;
+        std::vector<std::wstring> order;
+    } clicks[] = {
+        // Letter case aside, Gamma and gamma are equal and keep their order.
+        {krn::kColumnFolder, {L"alpha", L"beta", L"Gamma", L"gamma"}},
+        {krn::kColumnFolder, {L"Gamma", L"gamma", L"beta", L"alpha"}},
+        // In bytes: none counts as 0; 2048 B and 2 KB are equal and keep their order.
+        {krn::kColumnMin, {L"alpha", L"gamma", L"beta", L"Gamma"}},
+        {krn::kColumnMin, {L"Gamma", L"gamma", L"beta", L"alpha"}},
+        {krn::kColumnMax, {L"gamma", L"beta", L"Gamma", L"alpha"}},
+        {krn::kColumnSize, {L"gamma", L"beta", L"Gamma", L"alpha"}},
+        {krn::kColumnActions, {L"Gamma", L"alpha", L"beta", L"gamma"}},
+        // By the parent path's text, folded to lower case: "\\srv" (a backslash
+        // is below 'c') before "c:\a", "c:\b", "c:\c".
+        {krn::kColumnPath, {L"alpha", L"Gamma", L"beta", L"gamma"}},
+    };
+    for (const auto& click : clicks) {
+        SCOPED_TRACE(testing::Message() << "click on column " << click.column);
+        ClickColumn(click.column);
+        EXPECT_EQ(FolderNames(), click.order);
+        EXPECT_EQ(folders().view().sortColumn, click.column);
+    }
+    ClickColumn(krn::kColumnPath);
+    EXPECT_EQ(folders().view().sortDirection, -1) << "the same column again sorts the other way";
+    EXPECT_EQ(FolderNames(), (std::vector<std::wstring>{L"gamma", L"beta", L"Gamma", L"alpha"}));
+    // The file follows the rows.
+    std::vector<std::wstring> entries;
+    for (const auto& entry : folders().Entries())
+        entries.push_back(*entry->path);
+    EXPECT_EQ(entries,
+              (std::vector<std::wstring>{L"C:\\c\\gamma", L"C:\\b\\beta", L"C:\\a\\Gamma", L"\\\\srv\\alpha"}));
+}
+
+TEST_F(FolderListTest, ColumnWidthsAndSortStateAreWrittenOnCloseAndTheStoredSortIsNotReadBack)
+{
+    WriteConfig(FolderXml("C:\\b") + FolderXml("C:\\a"));
+    WriteRegDword(krn::registry::kSettingsKey, L"ColWidth_Min", 91);
+    ASSERT_TRUE(Open());
+    const HWND list = item(IDC_FOLDER_LIST);
+    EXPECT_EQ(SendMessageW(list, LVM_GETCOLUMNWIDTH, krn::kColumnMin, 0), 91);
+    EXPECT_EQ(SendMessageW(list, LVM_GETCOLUMNWIDTH, krn::kColumnPath, 0), 150);
+    // With no Path width stored the sort state starts as column 0 ascending,
+    // so a first click on "Folder" sorts it descending.
+    ClickColumn(krn::kColumnFolder);
+    EXPECT_EQ(FolderNames(), (std::vector<std::wstring>{L"b", L"a"}));
+    SendMessageW(list, LVM_SETCOLUMNWIDTH, krn::kColumnActions, 44);
+    Command(IDCANCEL);
+    EXPECT_FALSE(IsWindow(window()));
+
+    const struct {
+        const wchar_t* name;
+        DWORD value;
+    } stored[] = {
+        {L"ColWidth_Folder", 100}, {L"ColWidth_Min", 91},   {L"ColWidth_Max", 70},
+        {L"ColWidth_Size", 80},    {L"ColWidth_Action", 44}, {L"ColWidth_Path", 150},
+        {L"ColSorting", 0},        {L"ColSortingMode", 0xFFFFFFFF},
+    };
+    for (const auto& value : stored) {
+        DWORD type = 0;
+        std::string data;
+        ASSERT_TRUE(ReadRegValue(krn::registry::kSettingsKey, value.name, &type, &data)) << value.name;
+        EXPECT_EQ(type, static_cast<DWORD>(REG_DWORD)) << value.name;
+        ASSERT_EQ(data.size(), 4u) << value.name;
+        EXPECT_EQ(*reinterpret_cast<const DWORD*>(data.data()), value.value) << value.name;
+    }
+
+    // The next start takes its sort state from the Path width (150), not from
+    // "ColSorting": the same first click now sorts ascending.
+    Close();
+    ASSERT_TRUE(Open());
+    ClickColumn(krn::kColumnFolder);
+    EXPECT_EQ(FolderNames(), (std::vector<std::wstring>{L"a", L"b"}));
+}
+
+TEST_F(FolderListTest, SelectedRowIsDrawnInTheBodyColourAndOthersInTheWindowColour)
+{
+    WriteConfig(FolderXml("C:\\first") + FolderXml("C:\\second"));
+    ASSERT_TRUE(Open());
+    ShowWindow(window(), SW_SHOWNA);
+    const HWND list = item(IDC_FOLDER_LIST);
+    LVITEMW state{};
+    state.stateMask = LVIS_SELECTED;
+    state.state = LVIS_SELECTED;
+    SendMessageW(list, LVM_SETITEMSTATE, 1, reinterpret_cast<LPARAM>(&state));
+    RECT first{LVIR_BOUNDS};
+    RECT second{LVIR_BOUNDS};
+    SendMessageW(list, LVM_GETITEMRECT, 0, reinterpret_cast<LPARAM>(&first));
+    SendMessageW(list, LVM_GETITEMRECT, 1, reinterpret_cast<LPARAM>(&second));
+    EXPECT_EQ(first.bottom - first.top, 18) << "fixed row height";
+    UpdateWindow(list);
+    const Pixels pixels = CaptureClient(list);
+    // Inside the Min cell, away from the grid and the text.
+    const int x = 100 + 35;
+    EXPECT_EQ(pixels.at(x, first.top + 9), GetSysColor(COLOR_WINDOW));
+    EXPECT_EQ(pixels.at(x, second.top + 9), RGB(0x8A, 0xA6, 0xD6));
+    EXPECT_EQ(folders().GetSelectedRow(), 1);
+}
+
+} // namespace
