@@ -1,5 +1,6 @@
 // The built program started as a user starts it: single instance, closing
-// commands and their exit codes, the stored placement, command-line mode.
+// commands and their exit codes, the stored placement. (Command-line mode has
+// tests of its own in CommandLineEndToEndTest.cpp.)
 #include "ChildProcess.h"
 #include "support/Gui.h"
 #include "support/Scratch.h"
@@ -88,24 +89,4 @@ TEST_F(ShellEndToEnd, SecondCopyBringsTheFirstToTheFrontAndExitsWith1)
 
 // The mode opens the folder properties dialog for the tail; the test answers
 // any dialog but the main window with Cancel, as a user may.
-TEST_F(ShellEndToEnd, CommandLineModeNeverShowsTheMainWindow)
-{
-    ChildProcess program(kProgram, L"\"C:\\Folder With Spaces\"");
-    ASSERT_TRUE(program.started());
-    DWORD code = STILL_ACTIVE;
-    bool shown = false;
-    PumpUntil(
-        [&] {
-            shown = shown || program.FindWindow(nullptr, kTitle, 0) != nullptr;
-            if (HWND dialog = program.FindWindow(L"#32770", nullptr, 0); dialog && WindowText(dialog) != kTitle)
-                PostMessageW(dialog, WM_COMMAND, IDCANCEL, 0);
-            code = program.Wait(0);
-            return code != STILL_ACTIVE;
-        },
-        kTimeout);
-    EXPECT_EQ(code, 0u);
-    EXPECT_FALSE(shown);
-    EXPECT_FALSE(ReadRegValue(kSettingsKey, L"WDP", nullptr, nullptr)) << "command-line mode stores no placement";
-}
-
 } // namespace
