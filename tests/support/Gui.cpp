@@ -1,5 +1,7 @@
 #include "support/Gui.h"
 
+#include <shlobj.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
@@ -171,6 +173,19 @@ std::string DialogDriver::Report() const
         report += "steps not reached: " + std::to_string(steps_.size() - next_) + ", next \"" +
                   narrow(steps_[next_].caption) + "\"\n";
     return report;
+}
+
+HDROP MakeDrop(const std::vector<std::wstring>& names)
+{
+    std::wstring list;
+    for (const auto& name : names)
+        list += name + L'\0';
+    HGLOBAL drop = GlobalAlloc(GHND, sizeof(DROPFILES) + (list.size() + 1) * sizeof(wchar_t));
+    auto* files = static_cast<DROPFILES*>(GlobalLock(drop));
+    *files = {sizeof(DROPFILES), {}, FALSE, TRUE};
+    memcpy(files + 1, list.data(), list.size() * sizeof(wchar_t));
+    GlobalUnlock(drop);
+    return static_cast<HDROP>(drop);
 }
 
 COLORREF Pixels::at(int x, int y) const

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <windows.h>
+#include <shellapi.h>
 
 #include <cstdint>
 #include <functional>
@@ -78,6 +79,11 @@ private:
     DWORD timeoutMs_;
     DWORD lastProgress_;
 };
+
+// What the shell hands over on a drop of these files: a DROPFILES block with
+// the wide names, each null-terminated, and one more null. The receiver of
+// WM_DROPFILES releases it with DragFinish.
+HDROP MakeDrop(const std::vector<std::wstring>& names);
 
 // A window's pixels, as COLORREF values (0x00BBGGRR).
 class Pixels {

@@ -254,21 +254,6 @@ struct Untouched {
     std::vector<void*> blocks;
 };
 
-// What the shell hands over on a drop: DROPFILES, then the wide names, each
-// null-terminated, and one more null.
-HDROP MakeDrop(const std::vector<std::wstring>& names)
-{
-    std::wstring list;
-    for (const auto& name : names)
-        list += name + L'\0';
-    HGLOBAL drop = GlobalAlloc(GHND, sizeof(DROPFILES) + (list.size() + 1) * sizeof(wchar_t));
-    auto* files = static_cast<DROPFILES*>(GlobalLock(drop));
-    *files = {sizeof(DROPFILES), {}, FALSE, TRUE};
-    memcpy(files + 1, list.data(), list.size() * sizeof(wchar_t));
-    GlobalUnlock(drop);
-    return static_cast<HDROP>(drop);
-}
-
 // A new entry with a path: the path and its last component in the header,
 // both limits off, no actions. Then the header follows the path as typed or
 // as dropped (only a folder counts, and only the first name).

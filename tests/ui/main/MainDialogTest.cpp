@@ -5,6 +5,7 @@
 #include "MainWindowFixture.h"
 
 #include "resource.h"
+#include "settings/HelpLauncher.h"
 #include "settings/RegistryValues.h"
 
 #include <commctrl.h>
@@ -314,6 +315,111 @@ TEST_F(MainDialogTest, HeaderBandIsWhiteDownToTheLineAndTheBodyBlueGrey)
     EXPECT_EQ(pixels.at(title.right - 2, title.bottom - 2), RGB(0xFF, 0xFF, 0xFF));
     const RECT label = ChildRect(window(), IDC_STATUS_LABEL);
     EXPECT_EQ(pixels.at(label.right - 2, label.bottom - 2), RGB(0x8A, 0xA6, 0xD6));
+}
+
+void DoubleClick(HWND window, int row)
+{
+    NMITEMACTIVATE click{};
+    click.hdr.hwndFrom = GetDlgItem(window, IDC_FOLDER_LIST);
+    click.hdr.idFrom = IDC_FOLDER_LIST;
+    click.hdr.code = NM_DBLCLK;
+    click.iItem = row;
+    SendMessageW(window, WM_NOTIFY, IDC_FOLDER_LIST, reinterpret_cast<LPARAM>(&click));
+}
+
+constexpr wchar_t kFolderDialog[] = L"Folder properties";
+
+// A double-click opens the clicked folder, and only a real change marks the
+// configuration modified; the edited row shows the change at once.
+TEST_F(MainDialogTest, DoubleClickEditsTheClickedFolderAndOnlyAChangeMarksItModified)
+{
+    const std::wstring data = scratch.root() + L"\\Data";
+    CreateDirectoryW(data.c_str(), nullptr);
+    const std::string path(data.begin(), data.end());
+    WriteConfig(FolderXml("C:\\first") + FolderXml(path, LimitXml("Max", "1", "GB")));
+    ASSERT_TRUE(Open());
+    {
+        DialogDriver nothing(1500);
+        DoubleClick(window(), -1);
+        EXPECT_EQ(nothing.Report(), "") << "a click below the rows opens nothing";
+    }
+    std::wstring shownPath;
+    {
+        DialogDriver driver;
+        driver.Expect(kFolderDialog, [&](HWND dialog) {
+            shownPath = WindowText(GetDlgItem(dialog, IDC_FOLDER_PATH));
+            DialogDriver::Click(dialog, IDOK);  // nothing changed
+        });
+        DoubleClick(window(), 1);
+        EXPECT_EQ(driver.Report(), "");
+    }
+    EXPECT_EQ(shownPath, data);
+    EXPECT_FALSE(ApplyEnabled()) << "OK without a change is no change";
+
+    {
+        DialogDriver driver;
+        driver.Expect(kFolderDialog, [](HWND dialog) {
+            SetDlgItemTextW(dialog, IDC_MAX_VALUE, L"2.5");
+            DialogDriver::Click(dialog, IDOK);
+        });
+        DoubleClick(window(), 1);
+        EXPECT_EQ(driver.Report(), "");
+    }
+    EXPECT_EQ(Cell(1, krn::kColumnMax), L"2.50 GB");
+    EXPECT_TRUE(ApplyEnabled());
+}
+
+// A dropped folder opens a new entry with its path; a dropped file, or a drop
+// whose first name is a file, opens nothing. The Add button opens an empty
+// entry, and cancelling it adds no row.
+TEST_F(MainDialogTest, DroppedFolderAndAddOpenANewEntryAndCancelAddsNothing)
+{
+    const std::wstring folder = scratch.root() + L"\\Dropped";
+    CreateDirectoryW(folder.c_str(), nullptr);
+    const std::wstring file = scratch.root() + L"\\notes.txt";
+    WriteFileBytes(file, "x");
+    ASSERT_TRUE(Open());
+    {
+        DialogDriver nothing(1500);
+        SendMessageW(window(), WM_DROPFILES, reinterpret_cast<WPARAM>(MakeDrop({file, folder})), 0);
+        EXPECT_EQ(nothing.Report(), "");
+    }
+    std::wstring dropped = L"<none>";
+    std::wstring added = L"<none>";
+    {
+        DialogDriver driver;
+        driver
+            .Expect(kFolderDialog,
+                    [&](HWND dialog) {
+                        dropped = WindowText(GetDlgItem(dialog, IDC_FOLDER_PATH));
+                        DialogDriver::Click(dialog, IDCANCEL);
+                    })
+            .Expect(kFolderDialog, [&](HWND dialog) {
+                added = WindowText(GetDlgItem(dialog, IDC_FOLDER_PATH));
+                DialogDriver::Click(dialog, IDCANCEL);
+            });
+        SendMessageW(window(), WM_DROPFILES, reinterpret_cast<WPARAM>(MakeDrop({folder, file})), 0);
+        Command(IDC_ADD);
+        EXPECT_EQ(driver.Report(), "");
+    }
+    EXPECT_EQ(dropped, folder);
+    EXPECT_EQ(added, L"");
+    EXPECT_EQ(folders().RowCount(), 0);
+    EXPECT_FALSE(ApplyEnabled());
+}
+
+// F1 opens the page on managing folders of the help file beside the program.
+TEST_F(MainDialogTest, F1OpensTheFolderManagementHelpPage)
+{
+    ASSERT_TRUE(Open());
+    HELPINFO help{sizeof help, HELPINFO_WINDOW, IDC_FOLDER_LIST, item(IDC_FOLDER_LIST), 0, {0, 0}};
+    EXPECT_EQ(SendMessageW(window(), WM_HELP, 0, reinterpret_cast<LPARAM>(&help)), TRUE);
+    HWND viewer = nullptr;
+    PumpUntil([&] { return (viewer = FindWindowW(L"HH Parent", nullptr)) != nullptr; }, 5000);
+    ASSERT_TRUE(viewer) << "no help window";
+    EXPECT_EQ(GetWindow(viewer, GW_OWNER), window());
+    krn::HelpLauncher::HtmlHelpW(nullptr, nullptr, 0x12 /* HH_CLOSE_ALL */, 0);
+    PumpUntil([] { return FindWindowW(L"HH Parent", nullptr) == nullptr; }, 5000);
 }
 
 } // namespace
