@@ -81,4 +81,27 @@ wchar_t* FormatSize(std::uint64_t bytes, wchar_t* text)
     return text;
 }
 
+wchar_t* LastPathComponent(wchar_t* buffer)
+{
+    wchar_t* last = std::wcsrchr(buffer, L'\\');
+    if (!last)
+        return buffer;
+    if (last[1] == L'\0') {
+        *last = L'\0';
+        last = std::wcsrchr(buffer, L'\\');
+        if (!last)
+            return buffer;
+    }
+    return last + 1;
+}
+
+std::wstring FormatLimitNumber(double value)
+{
+    // Room for the largest double in fixed notation (309 digits and more): a
+    // hand-edited 1e308 is shown whole instead of overflowing.
+    char digits[400];
+    const auto written = std::to_chars(digits, digits + sizeof digits, value, std::chars_format::fixed, 2);
+    return std::wstring(digits, written.ptr);
+}
+
 } // namespace krn

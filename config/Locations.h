@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 
 namespace krn {
 
@@ -22,6 +23,15 @@ DWORD BuildConfigPath(wchar_t* path);
 // Stores the default log file path in `path` (kLogPathChars). 0, or 1168 when
 // the documents folder is unknown.
 DWORD GetDefaultLogPath(wchar_t* path);
+
+// The last component of the path in `buffer`, which may lose a trailing
+// backslash on the way: C:\Data\Logs and C:\Data\Logs\ give Logs, C:\ gives
+// the whole (shortened) buffer C:, and a path without a backslash is whole.
+wchar_t* LastPathComponent(wchar_t* buffer);
+
+// A limit value as the user sees it: two decimals with a '.', whatever the
+// user's locale, so that a value shown can be read back by the same parser.
+std::wstring FormatLimitNumber(double value);
 
 // "1 023 B", "1.50 KB", "16 777 216.00 TB": two decimals from a kilobyte up,
 // blanks between thousands. `text` holds kFormatSizeChars; returns it.

@@ -13,6 +13,10 @@
 
 namespace krn {
 
+// The title the main window sets on itself (a second copy looks for exactly
+// this), and the caption of every message the program shows.
+inline constexpr wchar_t kMainWindowTitle[] = L"Kestrune™ Properties x64";
+
 // The controls every header band has.
 inline constexpr int kHeaderPictureId = 1026;
 inline constexpr int kHeaderTitleId = 1018;

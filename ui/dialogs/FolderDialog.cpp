@@ -3,15 +3,13 @@
 #include "base/Handles.h"
 #include "config/ActionKindRegistry.h"
 #include "config/ConfigDocument.h"
+#include "config/Locations.h"
 #include "resource.h"
-#include "ui/main/MainDialog.h"
 
 #include <shlobj.h>
 #include <shlwapi.h>
 
-#include <charconv>
 #include <string>
-#include <string_view>
 
 namespace krn {
 namespace {
@@ -88,19 +86,10 @@ void ApplyEnableRule(HWND dialog, const LimitControls& limit)
         EnableWindow(GetDlgItem(dialog, id), checked);
 }
 
-// Two decimals with a '.' whatever the user's locale, so the field always
-// reads back with the same parser.
-std::wstring FormatLimitField(double value)
-{
-    char digits[400];
-    const auto result = std::to_chars(digits, digits + sizeof digits, value, std::chars_format::fixed, 2);
-    return std::wstring(digits, result.ptr);
-}
-
 void ShowLimit(HWND dialog, const LimitControls& controls, const SizeLimit& limit)
 {
     CheckDlgButton(dialog, controls.check, BST_CHECKED);
-    SetDlgItemTextW(dialog, controls.value, FormatLimitField(limit.value).c_str());
+    SetDlgItemTextW(dialog, controls.value, FormatLimitNumber(limit.value).c_str());
     SetDlgItemTextW(dialog, controls.text, limit.msg ? limit.msg->c_str() : L"");
     SendDlgItemMessageW(dialog, controls.unit, CB_SETCURSEL, limit.units, 0);
     ApplyEnableRule(dialog, controls);
@@ -118,21 +107,6 @@ bool ReadLimit(HWND dialog, const LimitControls& controls, FolderEntry& edited)
     limit.units = static_cast<std::uint16_t>(SendDlgItemMessageW(dialog, controls.unit, CB_GETCURSEL, 0, 0));
     edited.flags |= controls.flag;
     return true;
-}
-
-// The folder's own name: the text after the last backslash, trailing
-// backslashes cut first, so "C:\Data\Logs\" gives "Logs" and "C:\" gives "C:".
-std::wstring_view LastPathComponent(std::wstring_view path)
-{
-    while (!path.empty()) {
-        const size_t slash = path.rfind(L'\\');
-        if (slash == std::wstring_view::npos)
-            return path;
-        if (slash + 1 < path.size())
-            return path.substr(slash + 1);
-        path.remove_suffix(1);
-    }
-    return path;
 }
 
 } // namespace
@@ -374,8 +348,9 @@ void FolderDialog::Browse()
 
 void FolderDialog::ShowHeaderText()
 {
-    const std::wstring path = ControlText(window(), IDC_FOLDER_PATH, kHeaderPathChars);
-    SetDlgItemTextW(window(), kHeaderTitleId, std::wstring(LastPathComponent(path)).c_str());
+    // The folder's own name: "C:\Data\Logs\" gives "Logs", "C:\" gives "C:".
+    std::wstring path = ControlText(window(), IDC_FOLDER_PATH, kHeaderPathChars);
+    SetDlgItemTextW(window(), kHeaderTitleId, LastPathComponent(path.data()));
 }
 
 void FolderDialog::AddAction()

@@ -2,12 +2,12 @@
 
 #include "actions/Action.h"
 #include "config/ConfigDocument.h"
+#include "config/Locations.h"
 #include "resource.h"
 #include "settings/RegistrySettings.h"
 #include "settings/RegistryValues.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <cwchar>
 #include <unordered_map>
 
@@ -106,28 +106,9 @@ int CompareIgnoringAsciiCase(const std::wstring& a, const std::wstring& b)
     return a.size() < b.size() ? -1 : 1;
 }
 
-wchar_t* LastPathComponent(wchar_t* buffer)
-{
-    wchar_t* last = std::wcsrchr(buffer, L'\\');
-    if (!last)
-        return buffer;
-    if (last[1] == L'\0') {
-        *last = L'\0';
-        last = std::wcsrchr(buffer, L'\\');
-        if (!last)
-            return buffer;
-    }
-    return last + 1;
-}
-
 std::wstring FormatLimit(double value, std::uint16_t units)
 {
-    const wchar_t* name = units < kSizeUnitCount ? LimitUnitNames[units] : L"";
-    // Room for the largest double in fixed notation (309 digits and more), so
-    // a hand-edited 1e308 shows whole instead of overflowing.
-    wchar_t text[400];
-    const int length = std::swprintf(text, std::size(text), L"%.2f %ls", value, name);
-    return length < 0 ? std::wstring() : std::wstring(text, static_cast<size_t>(length));
+    return FormatLimitNumber(value) + L" " + (units < kSizeUnitCount ? LimitUnitNames[units] : L"");
 }
 
 void FolderList::Attach(HWND dialog, UINT controlId)

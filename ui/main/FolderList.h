@@ -41,11 +41,6 @@ enum FolderColumn : int {
 
 inline constexpr wchar_t kDriveRootText[] = L"[Drive root]";
 
-// The last component of the path in `buffer`, which may lose a trailing
-// backslash on the way: C:\Data\Logs and C:\Data\Logs\ give Logs, C:\ gives
-// the whole (shortened) buffer C:, and a path without a backslash is whole.
-wchar_t* LastPathComponent(wchar_t* buffer);
-
 // Compares folder names and paths for sorting: only the ASCII letters are
 // folded, every other character compares by its code unit, so the order does
 // not depend on the user's locale.

@@ -25,9 +25,6 @@
 
 namespace krn {
 
-// The title the main window sets on itself; a second copy looks for exactly this.
-inline constexpr wchar_t kMainWindowTitle[] = L"Kestrune™ Properties x64";
-
 class MainDialog : public DialogBase,
                    public MessageFilter,
                    public IdleHandler,
