@@ -72,18 +72,27 @@ TEST_F(FolderListTest, RowsShowNamesLimitsActionsAndLocationsInFileOrder)
     EXPECT_FALSE(ApplyEnabled()) << "loading is not a change";
 }
 
-// Values only a hand-edited file holds are shown whole, never cut or overflowing.
-TEST_F(FolderListTest, ExtremeLimitsAreShownWhole)
+// What only a hand-edited file holds: limits shown whole, never cut or
+// overflowing, and a folder with a thousand actions, which the row lays out
+// only as far as its cell reaches.
+TEST_F(FolderListTest, HandEditedExtremesAreShownWholeAndDrawn)
 {
+    std::string thousand;
+    for (int i = 0; i < 1000; ++i)
+        thousand += "<MsgBox/>";
     WriteConfig(FolderXml("E:\\huge", LimitXml("Max", "1e308", "B")) +
-                FolderXml("E:\\nan", LimitXml("Min", "nan", "KB") + LimitXml("Max", "nan", "KB")));
+                FolderXml("E:\\nan", LimitXml("Min", "nan", "KB") + LimitXml("Max", "nan", "KB")) +
+                FolderXml("E:\\busy", "", thousand));
     ASSERT_TRUE(Open());
     const std::wstring huge = Cell(0, krn::kColumnMax);
     EXPECT_EQ(huge.size(), 309u + 5u) << "309 digits, two decimals and the unit";
     EXPECT_EQ(huge.substr(0, 17), L"10000000000000000");
     EXPECT_EQ(huge.substr(huge.size() - 5), L".00 B");
-    EXPECT_EQ(Cell(1, krn::kColumnMin), L"");
+    EXPECT_EQ(Cell(1, krn::kColumnMin), L"") << "a text that is no number reads as no limit";
     EXPECT_EQ(Cell(1, krn::kColumnMax), L"");
+    EXPECT_EQ(folders().view().RowAt(2)->CellAt(krn::kColumnActions)->ItemCount(), 1000u);
+    ShowWindow(window(), SW_SHOWNA);
+    EXPECT_TRUE(RedrawWindow(item(IDC_FOLDER_LIST), nullptr, nullptr, RDW_INVALIDATE | RDW_UPDATENOW));
 }
 
 TEST_F(FolderListTest, EachColumnSortsStablyAndTheSizeColumnKeepsTheOrder)
