@@ -257,18 +257,8 @@ TEST_F(MainDialogTest, ResizingMovesAndGrowsTheControlsByTheRuleAndMinimisingCha
 {
     ASSERT_TRUE(Open());
     ShowWindow(window(), SW_SHOWNA);
-    const int ids[] = {IDCANCEL,    IDC_APPLY,   IDC_HEADER_PICTURE, IDC_HEADER_TITLE, IDC_HEADER_TEXT,
-                       IDC_HEADER_LINE, IDC_FOLDER_LIST, IDC_ADD,   IDC_EDIT,         IDC_DELETE,
-                       IDC_STATUS_LINE, IDC_STATUS_LABEL, IDC_STATUS_LINK, IDOK};
-    std::map<int, RECT> before;
-    for (const int id : ids)
-        before[id] = ChildRect(window(), id);
-    RECT frame{};
-    GetWindowRect(window(), &frame);
     const int dx = 60;
     const int dy = 45;
-    SetWindowPos(window(), nullptr, 0, 0, frame.right - frame.left + dx, frame.bottom - frame.top + dy,
-                 SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
     const struct {
         int id;
         int left, top, width, height;  // the change of each
@@ -279,6 +269,13 @@ TEST_F(MainDialogTest, ResizingMovesAndGrowsTheControlsByTheRuleAndMinimisingCha
         {IDC_DELETE, dx, dy, 0, 0},      {IDC_STATUS_LINE, 0, dy, dx, 0},   {IDC_STATUS_LABEL, 0, dy, 0, 0},
         {IDC_STATUS_LINK, 0, dy, 0, 0},  {IDOK, dx, dy, 0, 0},
     };
+    std::map<int, RECT> before;
+    for (const auto& rule : rules)
+        before[rule.id] = ChildRect(window(), rule.id);
+    RECT frame{};
+    GetWindowRect(window(), &frame);
+    SetWindowPos(window(), nullptr, 0, 0, frame.right - frame.left + dx, frame.bottom - frame.top + dy,
+                 SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
     for (const auto& rule : rules) {
         SCOPED_TRACE(testing::Message() << "control " << rule.id);
         const RECT was = before[rule.id];
