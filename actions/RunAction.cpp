@@ -104,7 +104,13 @@ HRESULT RunAction::FillParamsCell(acl::ListView_Cell* cell, const void* params)
     // file, and only the text shows.
     acl::unique_hicon large;
     acl::unique_hicon small;
-    ExtractIconExW(block->path->c_str(), 0, large.put(), small.put(), 1);
+    const UINT extracted = ExtractIconExW(block->path->c_str(), 0, large.put(), small.put(), 1);
+    if (extracted == 0 || extracted == UINT_MAX) {
+        // A failed extraction may leave anything in the handles (Wine leaves
+        // what was on its stack): they are no icons to show or to destroy.
+        large.release();
+        small.release();
+    }
     large.reset();  // the list shows the small one only
     if (small)
         cell->AddItem(std::make_unique<acl::ListView_Icon>(std::move(small)));

@@ -68,8 +68,32 @@ MessageBoxInfo ReadMessageBox(HWND box)
     return info;
 }
 
+MenuInfo ReadMenu(HWND menuWindow)
+{
+    MenuInfo info;
+    const auto menu = reinterpret_cast<HMENU>(SendMessageW(menuWindow, MN_GETHMENU, 0, 0));
+    for (UINT i = 0; i < static_cast<UINT>(GetMenuItemCount(menu)); ++i) {
+        wchar_t text[64] = {};
+        GetMenuStringW(menu, i, text, 64, MF_BYPOSITION);
+        info.texts.push_back(text);
+        info.states.push_back(GetMenuState(menu, i, MF_BYPOSITION) & (MF_GRAYED | MF_DISABLED));
+    }
+    RECT r{};
+    GetWindowRect(menuWindow, &r);
+    info.topLeft = {r.left, r.top};
+    return info;
+}
+
 namespace {
 thread_local DialogDriver* activeDriver = nullptr;
+constexpr wchar_t kMenuClass[] = L"#32768";  // the window of a popup menu
+
+// What a step's caption is compared with: a popup menu has none, its class
+// stands in for it.
+std::wstring Title(HWND window)
+{
+    return ClassName(window) == kMenuClass ? kMenuClass : WindowText(window);
+}
 }
 
 DialogDriver::DialogDriver(DWORD timeoutMs) : timeoutMs_(timeoutMs), lastProgress_(GetTickCount())
@@ -102,6 +126,17 @@ DialogDriver& DialogDriver::AnswerMessageBox(std::wstring caption, int button, M
     });
 }
 
+DialogDriver& DialogDriver::ChooseFromMenu(int position, MenuInfo* seen)
+{
+    return Expect(kMenuClass, [position, seen](HWND menu) {
+        if (seen)
+            *seen = ReadMenu(menu);
+        for (int i = 0; i <= position; ++i)
+            PostMessageW(menu, WM_KEYDOWN, VK_DOWN, 0);
+        PostMessageW(menu, WM_KEYDOWN, position == kDismissMenu ? VK_ESCAPE : VK_RETURN, 0);
+    });
+}
+
 void DialogDriver::Click(HWND dialog, int id)
 {
     if (HWND control = GetDlgItem(dialog, id))
@@ -116,24 +151,30 @@ void CALLBACK DialogDriver::OnTimer(HWND, UINT, UINT_PTR, DWORD)
         activeDriver->Tick();
 }
 
-HWND DialogDriver::TopDialog() const
+// An open popup menu holds the thread's input: it is on top wherever it is in
+// the z-order.
+HWND DialogDriver::TopWindow() const
 {
     const DWORD thread = GetCurrentThreadId();
+    HWND dialog = nullptr;
     for (HWND w = GetTopWindow(nullptr); w; w = GetWindow(w, GW_HWNDNEXT)) {
-        if (GetWindowThreadProcessId(w, nullptr) != thread || !IsWindowVisible(w) || !IsWindowEnabled(w))
+        if (GetWindowThreadProcessId(w, nullptr) != thread || !IsWindowVisible(w))
             continue;
-        if (ClassName(w) == L"#32770")
+        const std::wstring name = ClassName(w);
+        if (name == kMenuClass)
             return w;
+        if (!dialog && name == L"#32770" && IsWindowEnabled(w))
+            dialog = w;
     }
-    return nullptr;
+    return dialog;
 }
 
 void DialogDriver::Tick()
 {
-    HWND top = TopDialog();
+    HWND top = TopWindow();
     if (lastActedOn_ && top == lastActedOn_ && IsWindow(top))
         return;  // still closing after the last step
-    if (top && next_ < steps_.size() && WindowText(top) == steps_[next_].caption) {
+    if (top && next_ < steps_.size() && Title(top) == steps_[next_].caption) {
         lastActedOn_ = top;
         lastProgress_ = GetTickCount();
         Step step = steps_[next_++];
@@ -145,12 +186,15 @@ void DialogDriver::Tick()
     // Timed out: say what was expected and what was there, and get out.
     std::wstring failure = next_ < steps_.size() ? L"expected a dialog \"" + steps_[next_].caption + L"\""
                                                  : std::wstring(L"no more dialogs expected");
-    failure += top ? L", found \"" + WindowText(top) + L"\"" : std::wstring(L", found none");
+    failure += top ? L", found \"" + Title(top) + L"\"" : std::wstring(L", found none");
     if (top) {
         failure += L" (ended)";
-        if (ClassName(top) == L"#32770")
+        if (ClassName(top) == kMenuClass) {
+            EndMenu();
+        } else {
             EndDialog(top, IDCANCEL);
-        PostMessageW(top, WM_COMMAND, IDCANCEL, 0);
+            PostMessageW(top, WM_COMMAND, IDCANCEL, 0);
+        }
         failures_.push_back(failure);
         lastProgress_ = GetTickCount() - timeoutMs_ + 500;  // retry the next one soon
     } else if (failures_.empty() || failures_.back() != failure) {

@@ -31,6 +31,14 @@ struct MessageBoxInfo {
 };
 MessageBoxInfo ReadMessageBox(HWND box);
 
+// What a popup menu offers, read from its window (class "#32768").
+struct MenuInfo {
+    std::vector<std::wstring> texts;
+    std::vector<UINT> states;  // the MF_GRAYED | MF_DISABLED bits of each item
+    POINT topLeft{};           // of the menu's window, on the screen
+};
+MenuInfo ReadMenu(HWND menuWindow);
+
 // Answers the modal dialogs and message boxes that appear on this thread, in
 // order. A thread timer fires inside the dialog's own modal loop; each tick
 // looks at the topmost visible, enabled dialog of the thread and, when its
@@ -38,9 +46,12 @@ MessageBoxInfo ReadMessageBox(HWND box);
 // by posting (never sending) so that nested modal loops do not re-enter the
 // timer. When nothing expected shows up in time, the failure is recorded and
 // whatever dialog is on top is ended, so the test fails instead of hanging.
+// While a popup menu is open (TrackPopupMenu runs a loop of its own, where
+// the timer fires too), the menu is what is on top.
 class DialogDriver {
 public:
     using Action = std::function<void(HWND dialog)>;
+    static constexpr int kDismissMenu = -1;
 
     explicit DialogDriver(DWORD timeoutMs = 10000);
     ~DialogDriver();
@@ -51,6 +62,11 @@ public:
     DialogDriver& Expect(std::wstring caption, Action action);
     // Adds a step that reads a message box and presses `button` on it.
     DialogDriver& AnswerMessageBox(std::wstring caption, int button, MessageBoxInfo* seen = nullptr);
+    // Adds a step for the next popup menu (its caption in a report: "#32768"):
+    // reads it, then moves onto the item at `position` with the keyboard
+    // (greyed items are moved onto too) and chooses it, or dismisses the menu
+    // for kDismissMenu.
+    DialogDriver& ChooseFromMenu(int position, MenuInfo* seen = nullptr);
 
     // All steps ran.
     bool done() const { return next_ == steps_.size(); }
@@ -65,7 +81,7 @@ public:
 private:
     static void CALLBACK OnTimer(HWND, UINT, UINT_PTR id, DWORD);
     void Tick();
-    HWND TopDialog() const;
+    HWND TopWindow() const;
 
     struct Step {
         std::wstring caption;
