@@ -1,5 +1,6 @@
 #include "support/Gui.h"
 
+#include <commctrl.h>
 #include <shlobj.h>
 
 #include <algorithm>
@@ -217,6 +218,18 @@ std::string DialogDriver::Report() const
         report += "steps not reached: " + std::to_string(steps_.size() - next_) + ", next \"" +
                   narrow(steps_[next_].caption) + "\"\n";
     return report;
+}
+
+void SelectRow(HWND list, int row)
+{
+    constexpr UINT selected = LVIS_SELECTED | LVIS_FOCUSED;
+    LVITEMW state{};
+    state.stateMask = selected;
+    SendMessageW(list, LVM_SETITEMSTATE, static_cast<WPARAM>(-1), reinterpret_cast<LPARAM>(&state));
+    if (row < 0)
+        return;
+    state.state = selected;
+    SendMessageW(list, LVM_SETITEMSTATE, static_cast<WPARAM>(row), reinterpret_cast<LPARAM>(&state));
 }
 
 HDROP MakeDrop(const std::vector<std::wstring>& names)

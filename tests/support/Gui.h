@@ -96,6 +96,9 @@ private:
     DWORD lastProgress_;
 };
 
+// Selects exactly `row` of a list view (none when -1), as a click does.
+void SelectRow(HWND list, int row);
+
 // What the shell hands over on a drop of these files: a DROPFILES block with
 // the wide names, each null-terminated, and one more null. The receiver of
 // WM_DROPFILES releases it with DragFinish.

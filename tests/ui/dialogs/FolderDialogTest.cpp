@@ -43,14 +43,6 @@ void Press(HWND dialog, int id) { SendDlgItemMessageW(dialog, id, BM_CLICK, 0, 0
 int RowCount(HWND dialog) { return ListView_GetItemCount(GetDlgItem(dialog, IDC_ACTION_LIST)); }
 
 // Selects exactly `row`, or nothing for -1.
-void SelectRow(HWND dialog, int row)
-{
-    constexpr UINT selected = LVIS_SELECTED | LVIS_FOCUSED;
-    ListView_SetItemState(GetDlgItem(dialog, IDC_ACTION_LIST), -1, 0, selected);
-    if (row >= 0)
-        ListView_SetItemState(GetDlgItem(dialog, IDC_ACTION_LIST), row, selected, selected);
-}
-
 // One limit's controls, and the limit as the user enters it with the number
 // the dialog must read from it.
 struct LimitIds {
@@ -299,7 +291,7 @@ TEST_F(FolderDialogTest, ActionsAreAddedEditedAndRemovedOnTheDialogsColours)
     driver.Expect(kCaption, press(IDC_ADD)).ChooseFromMenu(DialogDriver::kDismissMenu);
     driver.Expect(kCaption, [&](HWND dialog) {
         for (auto [row, editable] : selections) {  // only the Run action is editable
-            SelectRow(dialog, row);
+            SelectRow(GetDlgItem(dialog, IDC_ACTION_LIST), row);
             EXPECT_EQ(Enabled(dialog, IDC_EDIT), editable) << "row " << row;
         }
         Press(dialog, IDC_REMOVE);
@@ -311,12 +303,12 @@ TEST_F(FolderDialogTest, ActionsAreAddedEditedAndRemovedOnTheDialogsColours)
             ListView_GetItemRect(list, i, &rows[i], LVIR_BOUNDS);
             MapWindowPoints(list, dialog, reinterpret_cast<POINT*>(&rows[i]), 2);
         }
-        SelectRow(dialog, 1);
+        SelectRow(GetDlgItem(dialog, IDC_ACTION_LIST), 1);
         // Wine's PrintWindow leaves the controls out: the screen it is, uncovered.
         SetWindowPos(dialog, HWND_TOPMOST, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE);
         RedrawWindow(dialog, nullptr, nullptr, RDW_ERASE | RDW_INVALIDATE | RDW_UPDATENOW | RDW_ALLCHILDREN);
         shot = CaptureScreen(dialog);
-        SelectRow(dialog, 2);
+        SelectRow(GetDlgItem(dialog, IDC_ACTION_LIST), 2);
         DialogDriver::Click(dialog, IDC_EDIT);
     });
     driver.Expect(kRunCaption, answerRun(kNotepad, kRegedit, L"-e", IDCANCEL)).Expect(kCaption, [](HWND dialog) {
@@ -327,7 +319,7 @@ TEST_F(FolderDialogTest, ActionsAreAddedEditedAndRemovedOnTheDialogsColours)
         PostMessageW(list, WM_LBUTTONUP, 0, MAKELPARAM(row.left + 5, row.top + 5));
     });
     driver.Expect(kRunCaption, answerRun(kNotepad, kRegedit, L"-d", IDOK)).Expect(kCaption, [](HWND dialog) {
-        SelectRow(dialog, 1);
+        SelectRow(GetDlgItem(dialog, IDC_ACTION_LIST), 1);
         Press(dialog, IDC_REMOVE);
         DialogDriver::Click(dialog, IDOK);
     });

@@ -186,10 +186,7 @@ TEST_F(FolderListTest, SelectedRowIsDrawnInTheBodyColourAndOthersInTheWindowColo
     ASSERT_TRUE(Open());
     ShowWindow(window(), SW_SHOWNA);
     const HWND list = item(IDC_FOLDER_LIST);
-    LVITEMW state{};
-    state.stateMask = LVIS_SELECTED;
-    state.state = LVIS_SELECTED;
-    SendMessageW(list, LVM_SETITEMSTATE, 1, reinterpret_cast<LPARAM>(&state));
+    SelectRow(list, 1);
     RECT first{LVIR_BOUNDS};
     RECT second{LVIR_BOUNDS};
     SendMessageW(list, LVM_GETITEMRECT, 0, reinterpret_cast<LPARAM>(&first));

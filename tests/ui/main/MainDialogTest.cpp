@@ -40,14 +40,6 @@ int PostedQuitCode()
     return static_cast<int>(msg.wParam);
 }
 
-void SelectRow(HWND list, int row)
-{
-    LVITEMW state{};
-    state.stateMask = LVIS_SELECTED;
-    state.state = LVIS_SELECTED;
-    SendMessageW(list, LVM_SETITEMSTATE, static_cast<WPARAM>(row), reinterpret_cast<LPARAM>(&state));
-}
-
 // The standard file dialog: types `path` into its file name box and presses OK.
 DialogDriver::Action ChooseFile(const std::wstring& path)
 {
