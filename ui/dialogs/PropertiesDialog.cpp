@@ -16,7 +16,8 @@ namespace krn {
 namespace {
 
 constexpr wchar_t kWatcherFileName[] = L"\\KRN Watcher.exe";
-// The first description doubles its word; users have always seen it that way.
+// "Log files files" is the product's own wording, kept so that the dialog reads
+// the way its users know it.
 constexpr wchar_t kLogFileFilter[] = L"Log files files\0*.log;*.txt\0All\0*.*\0";
 // The save dialog is told of 520 characters; the buffer holds all of them, so
 // a long choice cannot run past it.
