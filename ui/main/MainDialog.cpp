@@ -10,7 +10,9 @@
 #include "settings/RegistryValues.h"
 #include "settings/WindowPlacementStore.h"
 #include "ui/MakerPages.h"
+#include "ui/dialogs/AboutDialog.h"
 #include "ui/dialogs/FolderDialog.h"
+#include "ui/dialogs/PropertiesDialog.h"
 
 #include <commctrl.h>
 #include <commdlg.h>
@@ -364,9 +366,15 @@ void MainDialog::OnCommand(UINT id, UINT code)
     case ID_FILE_EXPORT:
         OnExport();
         break;
+    case ID_FILE_PROPERTIES:
+        // The program-wide settings go to the registry at once; the
+        // configuration's modified state is not theirs.
+        PropertiesDialog().Run(window());
+        break;
     case ID_HELP_HELP:
     case ID_HELP_WEBSITE:
     case ID_HELP_SUPPORT:
+    case ID_HELP_ABOUT:
         OnHelpCommand(id);
         break;
     case IDC_STATUS_LINK:
@@ -518,6 +526,9 @@ void MainDialog::OnHelpCommand(UINT id)
         break;
     case ID_HELP_SUPPORT:
         ShellExecuteW(nullptr, L"open", kMakerSupportPage, L"", L"", SW_SHOW);
+        break;
+    case ID_HELP_ABOUT:
+        AboutDialog().Run(window());
         break;
     }
 }

@@ -19,26 +19,6 @@ namespace {
 
 constexpr wchar_t kCaption[] = L"About Brimwell™ Pro x64";
 
-// The stand-in opener's record, one address per line, sorted (each click
-// starts a launcher of its own); Wine shows the Unix root as drive Z:.
-std::wstring OpenedLog()
-{
-    wchar_t unixPath[MAX_PATH] = {};
-    GetEnvironmentVariableW(L"KRN_OPENED_LOG", unixPath, MAX_PATH);
-    std::wstring path = std::wstring(L"Z:") + unixPath;
-    std::replace(path.begin(), path.end(), L'/', L'\\');
-    return path;
-}
-std::vector<std::string> Opened()
-{
-    std::vector<std::string> lines;
-    std::istringstream in(ReadFileBytes(OpenedLog()));
-    for (std::string line; std::getline(in, line);)
-        lines.push_back(line);
-    std::sort(lines.begin(), lines.end());
-    return lines;
-}
-
 INT_PTR RunAbout(DialogDriver& driver)
 {
     AboutDialog dialog;
@@ -59,7 +39,7 @@ TEST(AboutDialogTest, ShowsTheVersionAndLinksToTheMakersPages)
         {IDC_SUPPORT_LINK, L"https://www.norlath.com/kestrune/support/"},
         {IDC_CONTACT_LINK, L"Click here to contact us via our Web site."},
     };
-    DeleteFileW(OpenedLog().c_str());
+    DeleteFileW(OpenedAddressLog().c_str());
     DialogDriver driver;
     Pixels shot;
     RECT label{}, link{};
@@ -81,8 +61,8 @@ TEST(AboutDialogTest, ShowsTheVersionAndLinksToTheMakersPages)
     EXPECT_EQ(RunAbout(driver), 0);
     const std::vector<std::string> expected = {"https://www.norlath.com/contact/", "https://www.norlath.com/kestrune/",
                                                "https://www.norlath.com/kestrune/support/"};
-    PumpUntil([&] { return Opened().size() >= expected.size(); }, 10000);
-    EXPECT_EQ(Opened(), expected);
+    PumpUntil([&] { return OpenedAddresses().size() >= expected.size(); }, 10000);
+    EXPECT_EQ(OpenedAddresses(), expected);
     ASSERT_FALSE(shot.empty());
     const COLORREF about = RGB(0x9E, 0xBA, 0xEA);
     EXPECT_EQ(shot.at(3, 3), about) << "dialog";
