@@ -111,7 +111,7 @@ std::optional<std::wstring> ChooseConfigurationFile(HWND owner, bool save)
 
 } // namespace
 
-MainDialog::MainDialog() : folders_(images_) {}
+MainDialog::MainDialog() : folders_(images_), monitor_(folders_, linkSettings_) {}
 
 // Destroying the window here, while the whole object still exists, lets it
 // see its last messages (the status link detaches on WM_DESTROY).
@@ -167,6 +167,9 @@ std::optional<LRESULT> MainDialog::OnMessage(UINT message, WPARAM wParam, LPARAM
         return OnMeasureItem(*reinterpret_cast<MEASUREITEMSTRUCT*>(lParam));
     case WM_DRAWITEM:
         return OnDrawItem(*reinterpret_cast<const DRAWITEMSTRUCT*>(lParam));
+    case WM_TIMER:
+        monitor_.OnTimer(wParam);
+        return 0;
     case WM_SIZE:
         OnSize(static_cast<UINT>(wParam), LOWORD(lParam), HIWORD(lParam));
         return 0;
@@ -210,6 +213,7 @@ BOOL MainDialog::OnInitDialog()
     RECT client{};
     GetClientRect(window(), &client);
     layout_ = {client.right, client.bottom, true};
+    monitor_.Start(window(), GetDlgItem(window(), IDC_STATUS_LINK), handCursor_.get());
     if (commandLinePath_)
         RunCommandLineMode();
     return TRUE;
@@ -365,6 +369,10 @@ void MainDialog::OnCommand(UINT id, UINT code)
     case ID_HELP_SUPPORT:
         OnHelpCommand(id);
         break;
+    case IDC_STATUS_LINK:
+        if (!monitor_.toggleBusy())
+            monitor_.OnToggleWatcher();
+        break;
     case IDC_ADD:
         if (code == BN_CLICKED)
             AddFolder(nullptr);
@@ -468,6 +476,7 @@ void MainDialog::OnApply()
 {
     wchar_t path[kConfigPathChars] = L"";
     if (ConfigFilePath(path) && SaveConfiguration(path, folders_.Entries(), this) == ERROR_SUCCESS) {
+        monitor_.NotifyWatcherReload();
         SetModified(false);
         return;
     }

@@ -50,12 +50,12 @@ DialogDriver::Action ChooseFile(const std::wstring& path)
     };
 }
 
-TEST_F(MainDialogTest, StartsTitledWithApplyDisabledAndTheStatusLinkWaiting)
+TEST_F(MainDialogTest, StartsTitledWithApplyDisabledAndTheWatcherStateShown)
 {
     ASSERT_TRUE(Open());
     EXPECT_EQ(WindowText(window()), kCaption);
     EXPECT_FALSE(ApplyEnabled());
-    EXPECT_EQ(WindowText(item(IDC_STATUS_LINK)), L"...");
+    EXPECT_EQ(WindowText(item(IDC_STATUS_LINK)), L"Inactive") << "the first refresh runs at once";
     EXPECT_EQ(WindowText(item(IDC_STATUS_LABEL)), L"Kestrune is");
     EXPECT_EQ(folders().RowCount(), 0) << "no config.xml: a first start";
     EXPECT_FALSE(std::filesystem::exists(ConfigPath())) << "a start writes nothing";
