@@ -7,11 +7,10 @@
 
 #include "Kestrune.h"
 #include "server/ServerObject.h"
+#include "watcher/PresenceMutex.h"
 #include "watcher/WatcherState.h"
 
 namespace krn {
-
-inline constexpr wchar_t kWatcherMutexName[] = L"KRNWatcher.{BF53F76E-372B-404b-B4F4-4F55FDCB42FD}";
 
 class WatcherControl final : public server::ServerObject<IWatcherControl> {
 public:
