@@ -1,9 +1,12 @@
-// The server scaffolding in this process: the command line, the module's
-// lock count and linger, and the objects a class factory makes.
+// The server scaffolding in this process: the command line, the module's lock
+// count and linger, the objects a class factory makes.
 #include <windows.h>
 #include <oleidl.h>
 
 #include <gtest/gtest.h>
+
+#include <map>
+#include <vector>
 
 #include "server/ServerCommandLine.h"
 #include "server/ServerObject.h"
@@ -11,31 +14,20 @@
 namespace server {
 namespace {
 
-struct CommandLineCase {
-    const wchar_t* tail;
-    ServerCommand command;
-    bool embedding;
-};
-
-const CommandLineCase kCommandLines[] = {
-    {nullptr, ServerCommand::Run, false},
-    {L"", ServerCommand::Run, false},
-    {L"-Embedding", ServerCommand::Run, true},
-    {L"/Embedding", ServerCommand::Run, true},
-    {L"  -embedding  ", ServerCommand::Run, true},
-    {L"/RegServer", ServerCommand::Register, false},
-    {L"-regserver", ServerCommand::Register, false},
-    {L"/UnregServer", ServerCommand::Unregister, false},
-    {L"-UNREGSERVER", ServerCommand::Unregister, false},
-    {L"RegServer", ServerCommand::Run, false},
-    {L"/RegServerX", ServerCommand::Run, false},
-    {L"/", ServerCommand::Run, false},
-    {L"other /RegServer", ServerCommand::Register, false},
-};
-
 TEST(ServerCommandLineTest, Switches)
 {
-    for (const CommandLineCase& c : kCommandLines) {
+    const struct {
+        const wchar_t* tail;
+        ServerCommand command;
+        bool embedding;
+    } cases[] = {
+        {nullptr, ServerCommand::Run, false},         {L"-Embedding", ServerCommand::Run, true},
+        {L"  /embedding ", ServerCommand::Run, true}, {L"/RegServer", ServerCommand::Register, false},
+        {L"-regserver", ServerCommand::Register, false}, {L"/UnregServer", ServerCommand::Unregister, false},
+        {L"-UNREGSERVER", ServerCommand::Unregister, false}, {L"RegServer", ServerCommand::Run, false},
+        {L"/RegServerX", ServerCommand::Run, false},  {L"x /RegServer", ServerCommand::Register, false},
+    };
+    for (const auto& c : cases) {
         SCOPED_TRACE(testing::Message() << "tail: " << (c.tail ? c.tail : L"(null)"));
         const ServerCommandLine parsed = ParseServerCommandLine(c.tail);
         EXPECT_EQ(parsed.command, c.command);
@@ -43,168 +35,94 @@ TEST(ServerCommandLineTest, Switches)
     }
 }
 
-constexpr DWORD kLinger = 100;
-
-// Runs `module` until it ends by itself or after `limitMs`; the time it ran.
-struct RunResult {
-    int exitCode;
-    DWORD elapsedMs;
+using Step = void (*)(ServerModule&);
+struct LingerCase {
+    const char* name;
+    DWORD linger;
+    std::vector<std::pair<DWORD, Step>> steps;  // at that many ms after the start
+    int exitCode;                               // -1: still running at the end of the test
+    DWORD endsAfterMs;
 };
 
-RunResult RunFor(ServerModule& module, DWORD limitMs)
-{
-    struct Limit {
-        static void CALLBACK Elapsed(HWND, UINT, UINT_PTR timer, DWORD) noexcept
-        {
-            KillTimer(nullptr, timer);
-            PostQuitMessage(-1);
-        }
-    };
-    const UINT_PTR limit = SetTimer(nullptr, 0, limitMs, &Limit::Elapsed);
-    const DWORD start = GetTickCount();
-    const int exitCode = module.Run();
-    KillTimer(nullptr, limit);
-    return {exitCode, GetTickCount() - start};
-}
+constexpr DWORD kTestEnd = 1000;
+void Lock(ServerModule& module) { module.Lock(); }
+void Unlock(ServerModule& module) { module.Unlock(); }
+void Quit7(ServerModule& module) { module.Quit(7); }
 
-// Calls `action` once after `delayMs` on this thread while the module runs.
-template <typename Action>
-class Later {
-public:
-    Later(DWORD delayMs, Action action) : action_(action)
-    {
-        current = this;
-        timer_ = SetTimer(nullptr, 0, delayMs, &Later::Elapsed);
-    }
-    ~Later() { KillTimer(nullptr, timer_); }
-
-private:
-    static void CALLBACK Elapsed(HWND, UINT, UINT_PTR timer, DWORD) noexcept
-    {
-        KillTimer(nullptr, timer);
-        current->action_();
-    }
-    static inline Later* current = nullptr;
-    Action action_;
-    UINT_PTR timer_;
+const LingerCase kLingerCases[] = {
+    {"an unused server ends after one linger", 100, {}, 0, 100},
+    {"the linger starts with the last unlock", 100, {{1, Lock}, {1, Lock}, {300, Unlock}, {500, Unlock}}, 0, 600},
+    {"a lock during the linger keeps it running", 100, {{50, Lock}}, -1, kTestEnd},
+    {"a never-ending server outlives its last unlock", ServerModule::kNeverEnd, {{1, Lock}, {50, Unlock}}, -1,
+     kTestEnd},
+    {"a never-ending server ends by Quit", ServerModule::kNeverEnd, {{50, Quit7}}, 7, 50},
 };
 
-TEST(ServerModuleTest, UnusedServerEndsAfterOneLinger)
+std::map<UINT_PTR, Step> pending;
+ServerModule* running = nullptr;
+void CALLBACK RunStep(HWND, UINT, UINT_PTR timer, DWORD)
 {
-    ServerModule module(kLinger);
-    const RunResult result = RunFor(module, 5000);
-    EXPECT_EQ(result.exitCode, 0);
-    EXPECT_GE(result.elapsedMs, kLinger - 20);
-    EXPECT_LT(result.elapsedMs, 2000u);
+    KillTimer(nullptr, timer);
+    pending[timer](*running);
+    pending.erase(timer);
 }
 
-TEST(ServerModuleTest, LingerStartsWithTheLastUnlock)
+TEST(ServerModuleTest, Linger)
 {
-    ServerModule module(kLinger);
-    module.Lock();
-    module.Lock();
-    Later first(300, [&] { module.Unlock(); });
-    Later second(600, [&] { module.Unlock(); });
-    const RunResult result = RunFor(module, 5000);
-    EXPECT_EQ(result.exitCode, 0);
-    EXPECT_GE(result.elapsedMs, 600 + kLinger - 20);
-    EXPECT_LT(result.elapsedMs, 2600u);
+    for (const LingerCase& c : kLingerCases) {
+        SCOPED_TRACE(c.name);
+        ServerModule module(c.linger);
+        running = &module;
+        for (const auto& [atMs, step] : c.steps)
+            pending[SetTimer(nullptr, 0, atMs, RunStep)] = step;
+        const UINT_PTR end = SetTimer(nullptr, 0, kTestEnd, [](HWND, UINT, UINT_PTR, DWORD) { PostQuitMessage(-1); });
+        const DWORD start = GetTickCount();
+        EXPECT_EQ(module.Run(), c.exitCode);
+        const DWORD elapsed = GetTickCount() - start;
+        EXPECT_GE(elapsed + 20, c.endsAfterMs);
+        EXPECT_LT(elapsed, c.endsAfterMs + 400);
+        KillTimer(nullptr, end);
+        for (const auto& step : pending)
+            KillTimer(nullptr, step.first);
+        pending.clear();
+    }
 }
 
-TEST(ServerModuleTest, LockDuringTheLingerKeepsItRunning)
-{
-    ServerModule module(kLinger);
-    Later lock(kLinger / 2, [&] { module.Lock(); });
-    const RunResult result = RunFor(module, 800);
-    EXPECT_EQ(result.exitCode, -1) << "ended although locked";
-    EXPECT_EQ(module.lockCount(), 1);
-}
-
-TEST(ServerModuleTest, NeverEndingServerEndsOnlyByQuit)
-{
-    ServerModule module(ServerModule::kNeverEnd);
-    module.Lock();
-    module.Unlock();
-    EXPECT_EQ(RunFor(module, 500).exitCode, -1);
-    Later quit(50, [&] { module.Quit(7); });
-    EXPECT_EQ(RunFor(module, 5000).exitCode, 7);
-}
-
-// An object with two interfaces, as a server class would have.
+// An object with two interfaces; the first one also stands for IUnknown.
 class TwoFaced final : public ServerObject<IPersist, IOleWindow> {
 public:
-    struct Context {
-        int created = 0;
-    };
-    TwoFaced(ServerModule& module, Context& context) noexcept : ServerObject(module) { ++context.created; }
-
-    HRESULT STDMETHODCALLTYPE GetClassID(CLSID* clsid) noexcept override
-    {
-        *clsid = CLSID_NULL;
-        return S_OK;
-    }
-    HRESULT STDMETHODCALLTYPE GetWindow(HWND* window) noexcept override
-    {
-        *window = nullptr;
-        return E_NOTIMPL;
-    }
+    using Context = int;  // objects made
+    TwoFaced(ServerModule& module, int& made) noexcept : ServerObject(module) { ++made; }
+    HRESULT STDMETHODCALLTYPE GetClassID(CLSID*) noexcept override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetWindow(HWND*) noexcept override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE ContextSensitiveHelp(BOOL) noexcept override { return E_NOTIMPL; }
 };
 
-class ClassFactoryTest : public testing::Test {
-protected:
-    ServerModule module{ServerModule::kNeverEnd};
-    TwoFaced::Context context;
-    ClassFactory<TwoFaced> factory{module, context};
-};
-
-TEST_F(ClassFactoryTest, ObjectHoldsTheModuleWhileItLives)
+TEST(ClassFactoryTest, ObjectsHoldTheModuleWhileTheyLive)
 {
-    base::com_ptr<IPersist> persist;
-    ASSERT_EQ(factory.CreateInstance(nullptr, IID_IPersist, persist.put_void()), S_OK);
-    EXPECT_EQ(context.created, 1);
-    EXPECT_EQ(module.lockCount(), 1);
-
+    ServerModule module(ServerModule::kNeverEnd);
+    int made = 0;
+    ClassFactory<TwoFaced> factory(module, made);
     base::com_ptr<IOleWindow> window;
-    EXPECT_EQ(persist.query(window), S_OK);
-    base::com_ptr<IUnknown> fromPersist, fromWindow;
-    EXPECT_EQ(persist.query(fromPersist), S_OK);
-    EXPECT_EQ(window.query(fromWindow), S_OK);
-    EXPECT_EQ(fromPersist.get(), fromWindow.get()) << "IUnknown must be the object's identity";
-    base::com_ptr<IDataObject> none;
-    EXPECT_EQ(persist.query(none), E_NOINTERFACE);
-    EXPECT_FALSE(none);
-
-    persist.reset();
-    window.reset();
-    fromPersist.reset();
-    EXPECT_EQ(module.lockCount(), 1) << "a reference is still held";
-    fromWindow.reset();
-    EXPECT_EQ(module.lockCount(), 0);
-}
-
-TEST_F(ClassFactoryTest, FailedQueryCreatesNothingThatLasts)
-{
-    void* out = reinterpret_cast<void*>(1);
-    EXPECT_EQ(factory.CreateInstance(nullptr, IID_IDataObject, &out), E_NOINTERFACE);
-    EXPECT_EQ(out, nullptr);
-    EXPECT_EQ(module.lockCount(), 0);
-}
-
-TEST_F(ClassFactoryTest, AggregationIsRefused)
-{
-    void* out = reinterpret_cast<void*>(1);
-    EXPECT_EQ(factory.CreateInstance(reinterpret_cast<IUnknown*>(&factory), IID_IUnknown, &out),
-              CLASS_E_NOAGGREGATION);
-    EXPECT_EQ(out, nullptr);
-    EXPECT_EQ(context.created, 0);
-}
-
-TEST_F(ClassFactoryTest, LockServerCounts)
-{
-    EXPECT_EQ(factory.LockServer(TRUE), S_OK);
+    ASSERT_EQ(factory.CreateInstance(nullptr, IID_IOleWindow, window.put_void()), S_OK);
+    base::com_ptr<IPersist> persist;
+    base::com_ptr<IUnknown> identity, viaPersist;
+    EXPECT_EQ(window.query(persist), S_OK);
+    EXPECT_EQ(window.query(identity), S_OK);
+    EXPECT_EQ(persist.query(viaPersist), S_OK);
+    EXPECT_EQ(identity.get(), viaPersist.get());
     EXPECT_EQ(module.lockCount(), 1);
-    EXPECT_EQ(factory.LockServer(FALSE), S_OK);
+    window.reset();
+    persist.reset();
+    identity.reset();
+    viaPersist.reset();
+    EXPECT_EQ(module.lockCount(), 0);
+
+    void* none = &made;
+    EXPECT_EQ(factory.CreateInstance(nullptr, IID_IDataObject, &none), E_NOINTERFACE);
+    EXPECT_EQ(none, nullptr);
+    EXPECT_EQ(factory.CreateInstance(static_cast<IUnknown*>(&factory), IID_IUnknown, &none), CLASS_E_NOAGGREGATION);
+    EXPECT_EQ(made, 2) << "the refused aggregation must make no object";
     EXPECT_EQ(module.lockCount(), 0);
 }
 

@@ -7,14 +7,13 @@
 
 #include "acl/Hyperlink.h"
 #include "ui/main/FolderList.h"
+#include "watcher/PresenceMutex.h"
 
 #include <windows.h>
 
 #include <cstdint>
 
 namespace krn {
-
-inline constexpr wchar_t kWatcherMutexName[] = L"KRNWatcher.{BF53F76E-372B-404b-B4F4-4F55FDCB42FD}";
 
 class MonitorControl {
 public:
