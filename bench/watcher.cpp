@@ -13,7 +13,7 @@
 #include "Kestrune.h"
 #include "base/Com.h"
 #include "base/Handles.h"
-#include "watcher/PresenceMutex.h"
+#include "idl/PresenceMutex.h"
 
 namespace {
 

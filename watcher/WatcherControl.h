@@ -7,7 +7,7 @@
 
 #include "Kestrune.h"
 #include "server/ServerObject.h"
-#include "watcher/PresenceMutex.h"
+#include "idl/PresenceMutex.h"
 #include "watcher/WatcherState.h"
 
 namespace krn {

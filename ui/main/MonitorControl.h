@@ -7,7 +7,7 @@
 
 #include "acl/Hyperlink.h"
 #include "ui/main/FolderList.h"
-#include "watcher/PresenceMutex.h"
+#include "idl/PresenceMutex.h"
 
 #include <windows.h>
 
