@@ -50,18 +50,6 @@ std::wstring ReadLogFile()
 
 } // namespace
 
-DWORD GetConfigPath(std::wstring& path)
-{
-    wchar_t buffer[kConfigPathChars] = {};
-    const HRESULT hr = SHGetFolderPathW(nullptr, CSIDL_APPDATA, nullptr, 0, buffer);
-    if (FAILED(hr))
-        return ERROR_PATH_NOT_FOUND;
-    const DWORD status = BuildConfigPath(buffer);
-    if (status == 0)
-        path = buffer;
-    return status;
-}
-
 WatcherState::WatcherState(HINSTANCE module)
 {
     AddStandardKinds(configuration_.kinds, module);

@@ -40,8 +40,4 @@ private:
     std::wstring logFile_;
 };
 
-// Where config.xml is: the user's application-data folder, "Norlath\Kestrune"
-// below it created on the way. 0, or the failing status.
-DWORD GetConfigPath(std::wstring& path);
-
 } // namespace krn

@@ -83,15 +83,6 @@ void ApplyResizeRule(HWND dialog, const ResizeRule& rule, int dx, int dy)
     InvalidateRect(control, nullptr, FALSE);
 }
 
-// The path of config.xml in the user's application-data folder; false when
-// the folder is unknown or the path does not fit.
-bool ConfigFilePath(wchar_t (&path)[kConfigPathChars])
-{
-    if (FAILED(SHGetFolderPathW(nullptr, CSIDL_APPDATA, nullptr, 0, path)))
-        return false;
-    return BuildConfigPath(path) == ERROR_SUCCESS;
-}
-
 // The standard open or save dialog for a configuration file; the chosen path,
 // or nothing when the user cancelled.
 std::optional<std::wstring> ChooseConfigurationFile(HWND owner, bool save)
@@ -267,11 +258,11 @@ void MainDialog::SetUpStatusLink()
 // closed then).
 bool MainDialog::LoadConfigurationAtStart()
 {
-    wchar_t path[kConfigPathChars] = L"";
-    if (ConfigFilePath(path)) {
-        if (!PathFileExistsW(path))
+    std::wstring path;
+    if (GetConfigPath(path) == ERROR_SUCCESS) {
+        if (!PathFileExistsW(path.c_str()))
             return true;
-        const DWORD loaded = folders_.LoadConfiguration(path, kinds_);
+        const DWORD loaded = folders_.LoadConfiguration(path.c_str(), kinds_);
         OnFoldersLoaded();
         if (loaded == ERROR_SUCCESS)
             return true;
@@ -482,8 +473,9 @@ void MainDialog::CloseMainWindow(UINT quitCode)
 
 void MainDialog::OnApply()
 {
-    wchar_t path[kConfigPathChars] = L"";
-    if (ConfigFilePath(path) && SaveConfiguration(path, folders_.Entries(), this) == ERROR_SUCCESS) {
+    std::wstring path;
+    if (GetConfigPath(path) == ERROR_SUCCESS &&
+        SaveConfiguration(path.c_str(), folders_.Entries(), this) == ERROR_SUCCESS) {
         monitor_.NotifyWatcherReload();
         SetModified(false);
         return;
