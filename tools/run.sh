@@ -36,10 +36,23 @@ if [ -n "${DISPLAY:-}" ]; then
     finish "$status"
 fi
 
+# A first start has no folders to show: the screenshot shows two of the
+# prefix's own folders instead, from a configuration that is removed again.
+appdata=$("$RUN" cmd /c echo %APPDATA% 2>/dev/null | tr -d '\r' || true)
+config=$("$RUN" winepath -u "$appdata\\Norlath\\Kestrune\\config.xml" 2>/dev/null | tr -d '\r' || true)
+demo=
+if [ -n "$config" ] && [ ! -e "$config" ]; then
+    mkdir -p "$(dirname "$config")"
+    cat > "$config" <<'XML'
+<?xml version="1.0" encoding="utf-8"?><Configuration><Settings><ConfigVersion Version="1.3"/></Settings><Folders><Folder Path="C:\windows\Fonts"><Max Value="500" Units="MB" Msg=""/><Actions><MsgBox/><AddToLog/></Actions></Folder><Folder Path="C:\windows\system32\drivers"><Min Value="1" Units="KB" Msg=""/><Actions><AddToLog/></Actions></Folder></Folders></Configuration>
+XML
+    demo=$config
+fi
+
 "$RUN" "$EXE" "$@" &
 program=$!
 if "$RUN" "$BUILD_DIR/krn_drive.exe" wait "$TITLE" 30000; then
-    sleep 1  # let the window finish painting
+    sleep 4  # the first refresh has counted the folders by the second one
     "$RUN" "$BUILD_DIR/krn_drive.exe" shot "$TITLE" "$BUILD_DIR/screenshot.bmp"
     convert "$BUILD_DIR/screenshot.bmp" -alpha off "$BUILD_DIR/screenshot.png" && rm -f "$BUILD_DIR/screenshot.bmp"
     echo "Screenshot of the main window: $BUILD_DIR/screenshot.png"
@@ -49,4 +62,5 @@ else
     kill "$program" 2>/dev/null || true
 fi
 wait "$program" || status=$?
+if [ -n "$demo" ]; then rm -f "$demo"; fi
 finish "$status"
