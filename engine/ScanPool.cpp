@@ -8,15 +8,18 @@ ScanPool::ScanPool(unsigned threads)
 {
     threads_.reserve(threads);
     for (unsigned i = 0; i < threads; ++i)
-        threads_.emplace_back([this](std::stop_token stop) { Run(stop); });
+        threads_.emplace_back([this] { Run(); });
 }
 
 ScanPool::~ScanPool()
 {
-    for (auto& thread : threads_)
-        thread.request_stop();
+    {
+        std::lock_guard lock(mutex_);
+        stopping_ = true;
+    }
     wake_.notify_all();
-    threads_.clear();  // joins
+    for (auto& thread : threads_)
+        thread.join();
 }
 
 void ScanPool::SubmitListing(Job job)
@@ -37,14 +40,15 @@ void ScanPool::SubmitUpdate(Job job)
     wake_.notify_one();
 }
 
-void ScanPool::Run(std::stop_token stop)
+void ScanPool::Run()
 {
     DirectoryReader reader;
     for (;;) {
         Job job;
         {
             std::unique_lock lock(mutex_);
-            if (!wake_.wait(lock, stop, [this] { return !updates_.empty() || !listings_.empty(); }))
+            wake_.wait(lock, [this] { return stopping_ || !updates_.empty() || !listings_.empty(); });
+            if (stopping_)
                 return;
             if (!updates_.empty()) {
                 job = std::move(updates_.front());

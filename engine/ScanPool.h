@@ -11,7 +11,6 @@
 #include <deque>
 #include <functional>
 #include <mutex>
-#include <stop_token>
 #include <thread>
 #include <vector>
 
@@ -31,13 +30,14 @@ public:
     void SubmitUpdate(Job job);
 
 private:
-    void Run(std::stop_token stop);
+    void Run();
 
     std::mutex mutex_;
-    std::condition_variable_any wake_;
+    std::condition_variable wake_;
+    bool stopping_ = false;
     std::vector<Job> listings_;
     std::deque<Job> updates_;
-    std::vector<std::jthread> threads_;
+    std::vector<std::thread> threads_;
 };
 
 } // namespace engine
