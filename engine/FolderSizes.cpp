@@ -2,6 +2,8 @@
 
 #include "engine/TreeUpdate.h"
 
+#include <winternl.h>
+
 #include <algorithm>
 #include <utility>
 #include <vector>
@@ -39,6 +41,10 @@ struct FolderSizes::Folder {
         bool forgetWatchRecords = false;  // with the next full scan
     } pending;
     bool forget = false;  // the next full scan starts from nothing
+    // Once the next full scan is complete, another one that clears stale
+    // watch records (see WatchRecordsGoStale); the answers come from the
+    // first meanwhile.
+    bool repairAfterScan = false;
     bool busy = false;    // a scan or an update runs for this folder
     bool followed = true;
     bool dropped = false;
@@ -110,8 +116,8 @@ DWORD FolderSizes::ScanNow(std::wstring_view name)
     std::lock_guard lock(folder->mutex);
     ++folder->generation;
     folder->pending.rescan = true;
-    folder->pending.forgetWatchRecords = WatchRecordsGoStale();
     folder->pending.changes.clear();
+    folder->repairAfterScan = WatchRecordsGoStale();
     folder->forget = true;
     folder->state = ScanState::Running;
     folder->totals = {};
@@ -154,6 +160,25 @@ size_t FolderSizes::WatchedCount() const
     return byPath_.size();
 }
 
+DWORD FolderSizes::IdentityOf(HANDLE folder, Identity& identity)
+{
+    // Not GetFileInformationByHandle: it also asks for the volume's serial
+    // number, which costs half a millisecond under Wine, more than the rest
+    // of a cached answer.
+    FILE_BASIC_INFO basic{};
+    if (!GetFileInformationByHandleEx(folder, FileBasicInfo, &basic, sizeof basic))
+        return GetLastError();
+    if (!(basic.FileAttributes & FILE_ATTRIBUTE_DIRECTORY))
+        return ERROR_DIRECTORY;
+    IO_STATUS_BLOCK status{};
+    FILE_INTERNAL_INFORMATION internal{};
+    const NTSTATUS result = NtQueryInformationFile(folder, &status, &internal, sizeof internal, FileInternalInformation);
+    if (result < 0)
+        return RtlNtStatusToDosError(result);
+    identity = internal.IndexNumber.QuadPart;
+    return 0;
+}
+
 DWORD FolderSizes::ReadIdentity(const std::wstring& path, Identity& identity)
 {
     // Attributes only: such an open shares with anything, even with a handle
@@ -161,13 +186,7 @@ DWORD FolderSizes::ReadIdentity(const std::wstring& path, Identity& identity)
     const base::unique_file root(CreateFileW(path.c_str(), FILE_READ_ATTRIBUTES,
                                              FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                                              OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
-    BY_HANDLE_FILE_INFORMATION info{};
-    if (!root || !GetFileInformationByHandle(root.get(), &info))
-        return GetLastError();
-    if (!(info.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY))
-        return ERROR_DIRECTORY;
-    identity = {info.dwVolumeSerialNumber, (uint64_t{info.nFileIndexHigh} << 32) | info.nFileIndexLow};
-    return 0;
+    return root ? IdentityOf(root.get(), identity) : GetLastError();
 }
 
 DWORD FolderSizes::FindCurrent(const std::wstring& path, FolderPtr& folder)
@@ -175,10 +194,10 @@ DWORD FolderSizes::FindCurrent(const std::wstring& path, FolderPtr& folder)
     // Checked on every question: a folder can be deleted, or renamed and
     // another one made under its name, without a notification to its own
     // watch.
-    Identity identity;
+    Identity identity = 0;
     const DWORD error = ReadIdentity(path, identity);
     folder = Find(path, true);
-    if (folder && (error || !(folder->identity == identity))) {
+    if (folder && (error || folder->identity != identity)) {
         Drop(folder);
         folder.reset();
     }
@@ -201,12 +220,11 @@ DWORD FolderSizes::Follow(const std::wstring& path, FolderPtr& folder)
     base::unique_file root(CreateFileW(path.c_str(), FILE_LIST_DIRECTORY,
                                        FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
                                        FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OVERLAPPED, nullptr));
-    BY_HANDLE_FILE_INFORMATION info{};
-    if (!root || !GetFileInformationByHandle(root.get(), &info))
+    if (!root)
         return GetLastError();
-    if (!(info.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY))
-        return ERROR_DIRECTORY;
-    const Identity identity{info.dwVolumeSerialNumber, (uint64_t{info.nFileIndexHigh} << 32) | info.nFileIndexLow};
+    Identity identity = 0;
+    if (const DWORD error = IdentityOf(root.get(), identity))
+        return error;
 
     FolderPtr leastAsked;
     {
@@ -279,8 +297,9 @@ void FolderSizes::OnBatch(uint64_t id, ChangeBatch&& batch)
             pending.rescan = true;
     } else if (batch.rescan) {
         pending.rescan = true;
-        pending.forgetWatchRecords |= batch.started && WatchRecordsGoStale();
         pending.changes.clear();
+        if (batch.started)
+            folder->repairAfterScan = WatchRecordsGoStale();
     } else if (!pending.rescan) {
         pending.changes.insert(pending.changes.end(), std::make_move_iterator(batch.changes.begin()),
                                std::make_move_iterator(batch.changes.end()));
@@ -379,6 +398,10 @@ void FolderSizes::OnScanDone(const FolderPtr& folder, TreeScan& scan, DirectoryR
             folder->state = ScanState::Complete;
             folder->error = scan.RootError();
             folder->lastScanned = GetTickCount64();
+            if (std::exchange(folder->repairAfterScan, false)) {
+                folder->pending.rescan = true;
+                folder->pending.forgetWatchRecords = true;
+            }
         }
     }
     Continue(folder, reader);

@@ -53,12 +53,11 @@ public:
 private:
     struct Folder;
     using FolderPtr = std::shared_ptr<Folder>;
-    struct Identity {
-        DWORD volume = 0;
-        uint64_t index = 0;
-        friend bool operator==(const Identity&, const Identity&) = default;
-    };
+    // The file system's number of the folder: a folder made under the name of
+    // one that was renamed away has another.
+    using Identity = int64_t;
 
+    static DWORD IdentityOf(HANDLE folder, Identity& identity);
     static DWORD ReadIdentity(const std::wstring& path, Identity& identity);
     // The followed folder of that path, if still the same folder; otherwise
     // drops it. Fails when the path names no folder.
