@@ -1,4 +1,4 @@
-#include "TreeMaker.h"
+#include "EngineSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -87,6 +87,35 @@ bool WaitUntil(const std::function<bool()>& done, DWORD timeoutMs)
             return false;
         Sleep(10);
     }
+}
+
+engine::Totals Ask(engine::FolderSizes& sizes, const std::wstring& folder)
+{
+    engine::Totals totals{7, 7};
+    EXPECT_EQ(sizes.GetTotals(folder, totals), 0u) << "asking for the folder failed";
+    return totals;
+}
+
+engine::ScanState State(engine::FolderSizes& sizes, const std::wstring& folder)
+{
+    engine::ScanState state = engine::ScanState::Unknown;
+    EXPECT_EQ(sizes.GetScanState(folder, state), 0u);
+    return state;
+}
+
+engine::Totals Complete(engine::FolderSizes& sizes, const std::wstring& folder)
+{
+    Ask(sizes, folder);
+    EXPECT_TRUE(WaitUntil([&] { return State(sizes, folder) == engine::ScanState::Complete; }, 10000))
+        << "the scan never ends";
+    return Ask(sizes, folder);
+}
+
+engine::Totals Follows(engine::FolderSizes& sizes, const std::wstring& folder, const engine::Totals& expected)
+{
+    engine::Totals totals;
+    WaitUntil([&] { return (totals = Ask(sizes, folder)) == expected; });
+    return totals;
 }
 
 } // namespace krn::test

@@ -1,7 +1,9 @@
-// Folders and files of known sizes for the size engine's tests, made through
-// "\\?\" names so that paths longer than MAX_PATH work, and removed the same
-// way.
+// For the size engine's tests: folders and files of known sizes, made through
+// "\\?\" names so that paths longer than MAX_PATH work and removed the same
+// way, and questions to the engine's core.
 #pragma once
+
+#include "engine/FolderSizes.h"
 
 #include <windows.h>
 
@@ -40,5 +42,13 @@ private:
 // Calls `done` every 10 ms until it returns true or `timeoutMs` passed;
 // returns its last answer.
 bool WaitUntil(const std::function<bool()>& done, DWORD timeoutMs = 2000);
+
+// GetTotals, expected to succeed.
+engine::Totals Ask(engine::FolderSizes& sizes, const std::wstring& folder);
+engine::ScanState State(engine::FolderSizes& sizes, const std::wstring& folder);
+// The total once the first scan is complete.
+engine::Totals Complete(engine::FolderSizes& sizes, const std::wstring& folder);
+// The total after waiting up to 2 s for it to become `expected`.
+engine::Totals Follows(engine::FolderSizes& sizes, const std::wstring& folder, const engine::Totals& expected);
 
 } // namespace krn::test

@@ -2,7 +2,7 @@
 // totals following changes, and names and folders that must fail cleanly.
 #include "engine/FolderSizes.h"
 
-#include "TreeMaker.h"
+#include "EngineSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -39,32 +39,10 @@ void MakeTree(const std::wstring& root)
 
 class FolderSizesTest : public ::testing::Test {
 protected:
-    Totals Ask(const std::wstring& folder)
-    {
-        Totals totals{7, 7};
-        EXPECT_EQ(sizes.GetTotals(folder, totals), 0u) << "asking for the folder failed";
-        return totals;
-    }
-    ScanState State(const std::wstring& folder)
-    {
-        ScanState state = ScanState::Unknown;
-        EXPECT_EQ(sizes.GetScanState(folder, state), 0u);
-        return state;
-    }
-    // The total once the first scan is complete.
-    Totals Complete(const std::wstring& folder)
-    {
-        Ask(folder);
-        EXPECT_TRUE(WaitUntil([&] { return State(folder) == ScanState::Complete; }, 10000)) << "the scan never ends";
-        return Ask(folder);
-    }
-    // The total after waiting up to 2 s for it to become `expected`.
-    Totals Follows(const std::wstring& folder, const Totals& expected)
-    {
-        Totals totals;
-        WaitUntil([&] { return (totals = Ask(folder)) == expected; });
-        return totals;
-    }
+    Totals Ask(const std::wstring& folder) { return test::Ask(sizes, folder); }
+    ScanState State(const std::wstring& folder) { return test::State(sizes, folder); }
+    Totals Complete(const std::wstring& folder) { return test::Complete(sizes, folder); }
+    Totals Follows(const std::wstring& folder, const Totals& expected) { return test::Follows(sizes, folder, expected); }
 
     ScratchTree tree;
     FolderSizes sizes;
