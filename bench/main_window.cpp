@@ -7,6 +7,7 @@
 #include "app/AppModule.h"
 #include "app/MessageLoop.h"
 #include "ui/main/MainDialog.h"
+#include "BenchSupport.h"
 
 #include <windows.h>
 #include <commctrl.h>
@@ -22,20 +23,13 @@
 
 namespace {
 
-constexpr wchar_t kShellFolders[] = L"Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders";
+using bench::ConfigXml;
+using bench::kShellFolders;
+using bench::Now;
+using bench::ScratchProfile;
+
 constexpr wchar_t kTitle[] = L"Kestrune™ Properties x64";
 
-double Now()
-{
-    static const double frequency = [] {
-        LARGE_INTEGER f;
-        QueryPerformanceFrequency(&f);
-        return static_cast<double>(f.QuadPart);
-    }();
-    LARGE_INTEGER t;
-    QueryPerformanceCounter(&t);
-    return static_cast<double>(t.QuadPart) * 1000.0 / frequency;
-}
 
 // The best of `rounds` timings of `work`, in milliseconds.
 double Best(int rounds, const std::function<void()>& setUp, const std::function<void()>& work)
@@ -50,57 +44,7 @@ double Best(int rounds, const std::function<void()>& setUp, const std::function<
     return best;
 }
 
-std::string ConfigXml(int folders)
-{
-    std::string xml = "<?xml version=\"1.0\" encoding=\"utf-8\"?><Configuration><Settings><ConfigVersion "
-                      "Version=\"1.3\"/></Settings><Folders>";
-    for (int i = 0; i < folders; ++i) {
-        const std::string n = std::to_string(i);
-        xml += "<Folder Path=\"C:\\Users\\someone\\Documents\\Projects\\folder " + n +
-               "\"><Min Value=\"" + std::to_string(1.5 + i % 97) + "\" Units=\"MB\" Msg=\"low\"/><Max Value=\"" +
-               std::to_string(100 + (i * 7919) % 1000) +
-               "\" Units=\"GB\" Msg=\"\"/><Actions><MsgBox/><Run Path=\"&quot;C:\\Program Files\\Tool\\tool.exe&quot;\" "
-               "Params=\"%currentdir%\"/><AddToLog/></Actions></Folder>";
-    }
-    return xml + "</Folders></Configuration>";
-}
 
-// HKEY_CURRENT_USER and the application-data folder of this process point at
-// scratch places, so the program's own settings and files stay untouched.
-class ScratchProfile {
-public:
-    ScratchProfile()
-    {
-        wchar_t temp[MAX_PATH];
-        GetTempPathW(MAX_PATH, temp);
-        root_ = std::wstring(temp) + L"krn-bench-" + std::to_wstring(GetCurrentProcessId());
-        std::filesystem::create_directories(root_ + L"\\AppData\\Norlath\\Kestrune");
-        keyName_ = L"Software\\KrnBench\\" + std::to_wstring(GetCurrentProcessId());
-        RegCreateKeyExW(HKEY_CURRENT_USER, keyName_.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key_, nullptr);
-        RegOverridePredefKey(HKEY_CURRENT_USER, key_);
-        const std::wstring appData = root_ + L"\\AppData";
-        RegSetKeyValueW(HKEY_CURRENT_USER, kShellFolders, L"AppData", REG_SZ, appData.c_str(),
-                        static_cast<DWORD>((appData.size() + 1) * sizeof(wchar_t)));
-    }
-    ~ScratchProfile()
-    {
-        RegOverridePredefKey(HKEY_CURRENT_USER, nullptr);
-        RegCloseKey(key_);
-        RegDeleteTreeW(HKEY_CURRENT_USER, keyName_.c_str());
-        std::error_code ignored;
-        std::filesystem::remove_all(root_, ignored);
-    }
-    void WriteConfig(int folders) const
-    {
-        std::ofstream(std::filesystem::path(root_ + L"\\AppData\\Norlath\\Kestrune\\config.xml"), std::ios::binary)
-            << ConfigXml(folders);
-    }
-
-private:
-    std::wstring root_;
-    std::wstring keyName_;
-    HKEY key_ = nullptr;
-};
 
 // The program itself, started as a user starts it, with this many folders in
 // its configuration: process start to visible main window. The profile's

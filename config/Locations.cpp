@@ -104,4 +104,15 @@ std::wstring FormatLimitNumber(double value)
     return std::wstring(digits, written.ptr);
 }
 
+DWORD GetConfigPath(std::wstring& path)
+{
+    wchar_t buffer[kConfigPathChars] = {};
+    if (FAILED(SHGetFolderPathW(nullptr, CSIDL_APPDATA, nullptr, 0, buffer)))
+        return ERROR_PATH_NOT_FOUND;
+    const DWORD status = BuildConfigPath(buffer);
+    if (status == ERROR_SUCCESS)
+        path = buffer;
+    return status;
+}
+
 } // namespace krn

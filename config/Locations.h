@@ -20,6 +20,11 @@ inline constexpr const wchar_t* SizeUnitSuffixes[] = {L" B", L" KB", L" MB", L" 
 // the path does not fit.
 DWORD BuildConfigPath(wchar_t* path);
 
+// The full path of config.xml in the user's application-data folder (the
+// folders on the way created): 0, ERROR_PATH_NOT_FOUND when the folder is
+// unknown, or 14 when the path does not fit.
+DWORD GetConfigPath(std::wstring& path);
+
 // Stores the default log file path in `path` (kLogPathChars). 0, or 1168 when
 // the documents folder is unknown.
 DWORD GetDefaultLogPath(wchar_t* path);

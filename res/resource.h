@@ -63,6 +63,25 @@
 #define IDC_RUN_ICON            1033
 #define IDC_RUN_HELP_LINK       1045
 
+// Program properties dialog (the header band as above)
+#define IDD_PROPERTIES          203
+#define IDC_LOG_PATH            1000
+#define IDC_CHOOSE_LOG          1002
+#define IDC_START_WITH_WINDOWS  1004
+#define IDC_DISABLE_ALERTS      1008
+#define IDC_VIEW_LOG            1012
+
+// About dialog: the program's icon, its version and the maker's pages
+#define IDD_ABOUT               209
+#define IDC_HOME_LINK           1000
+#define IDC_HOME_LABEL          1001
+#define IDC_ABOUT_VERSION       1004
+#define IDC_SUPPORT_LABEL       1005
+#define IDC_SUPPORT_LINK        1006
+#define IDC_ABOUT_ICON          1007
+#define IDC_CONTACT_LABEL       1021
+#define IDC_CONTACT_LINK        1022
+
 // Action kinds: the bitmaps shown in the folder list and the action lists
 #define IDB_ACTION_MESSAGE      208
 #define IDB_ACTION_LOG          211

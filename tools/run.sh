@@ -22,6 +22,14 @@ finish() {
     esac
 }
 
+# The companion servers (build/servers.txt lists them), registered in this
+# build's own prefix, so that the program shows their real state from its
+# first start.
+while IFS= read -r server; do
+    [ -n "$server" ] || continue
+    "$RUN" "$BUILD_DIR/$server" /RegServer || echo "Registering $server failed." >&2
+done < <(cat "$BUILD_DIR/servers.txt" 2>/dev/null)
+
 status=0
 if [ -n "${DISPLAY:-}" ]; then
     "$RUN" "$EXE" "$@" || status=$?

@@ -79,10 +79,10 @@ void AddHeaderSchemes(acl::ColorSchemeSet& schemes, HWND dialog, acl::unique_hfo
 }
 
 void AddFontScheme(acl::ColorSchemeSet& schemes, HWND dialog, const wchar_t* name, std::initializer_list<int> ids,
-                   COLORREF background, acl::unique_hfont font)
+                   COLORREF background, acl::unique_hfont font, COLORREF text)
 {
     const HFONT shared = font.get();
-    schemes.AddScheme(dialog, name, ids.begin(), static_cast<uint32_t>(ids.size()), kBlack, background,
+    schemes.AddScheme(dialog, name, ids.begin(), static_cast<uint32_t>(ids.size()), text, background,
                       std::move(font));
     if (!shared)
         return;

@@ -47,11 +47,11 @@ struct BandBrushes {
 // WM_CTLCOLORDLG, WM_CTLCOLORSTATIC and WM_CTLCOLORBTN.
 void AddHeaderSchemes(acl::ColorSchemeSet& schemes, HWND dialog, acl::unique_hfont headerFont,
                       std::initializer_list<int> titleIds);
-// A scheme of black text on `background` in `font` for the controls `ids`.
-// The controls are given the font too: a static control draws its text with
-// its own font, whatever the colour message selected into the DC.
+// A scheme of `text` (black unless given) on `background` in `font` for the
+// controls `ids`. The controls are given the font too: a static control draws
+// its text with its own font, whatever the colour message selected into the DC.
 void AddFontScheme(acl::ColorSchemeSet& schemes, HWND dialog, const wchar_t* name, std::initializer_list<int> ids,
-                   COLORREF background, acl::unique_hfont font);
+                   COLORREF background, acl::unique_hfont font, COLORREF text = RGB(0, 0, 0));
 // The same for a dialog that is body colour throughout: "default" only.
 void AddBodyScheme(acl::ColorSchemeSet& schemes, HWND dialog);
 

@@ -27,6 +27,8 @@ constexpr DWORD kCheck = kChild | WS_TABSTOP | BS_AUTOCHECKBOX;
 constexpr DWORD kPicture = kChild | SS_BITMAP | SS_REALSIZEIMAGE;
 constexpr DWORD kLine = kChild | SS_ETCHEDHORZ;
 constexpr DWORD kList = kChild | WS_BORDER | WS_TABSTOP | LVS_REPORT | LVS_OWNERDRAWFIXED | LVS_OWNERDATA;
+constexpr DWORD kIcon = kChild | SS_ICON;
+constexpr DWORD kModal = DS_MODALFRAME | WS_POPUP | WS_CAPTION | WS_SYSMENU | DS_SETFONT | DS_FIXEDSYS;
 
 // A control in tab order. A picture's text is "#" and its bitmap's number; a
 // place (x, y, width, height in dialog units) left out is not compared.
@@ -111,6 +113,38 @@ const Template kFolder{IDD_FOLDER, L"Folder properties",
         {IDOK, L"Button", L"OK", kDefault},
         {IDCANCEL, L"Button", L"Cancel", kButton},
     }};
+
+// The places of these three are their own layouts, checked by the rules below.
+const Template kProperties{IDD_PROPERTIES, L"Properties", kModal, 0, {281, 111}, {
+    {IDC_HEADER_PICTURE, L"Static", L"#202", kPicture},
+    {IDC_HEADER_TITLE, L"Static", L"Kestrune™ Properties", kText},
+    {IDC_HEADER_TEXT, L"Static", L"Set Kestrune parameters.", kText},
+    {IDC_HEADER_LINE, L"Static", L"", kLine},
+    {IDC_START_WITH_WINDOWS, L"Button", L"Start with Windows", kCheck},
+    {IDC_DISABLE_ALERTS, L"Button", L"Disable alerts on startup", kCheck},
+    {IDC_STATIC, L"Static", L"Path to log file", kText},
+    {IDC_LOG_PATH, L"Edit", L"", kEdit},
+    {IDC_CHOOSE_LOG, L"Button", L"...", kButton},
+    {IDC_VIEW_LOG, L"Button", L"View log", kButton},
+    {IDC_STATIC, L"Static", L"", kLine},
+    {IDOK, L"Button", L"OK", kDefault},
+    {IDCANCEL, L"Button", L"Cancel", kButton},
+}};
+
+// The address links get their texts when the box opens.
+const Template kAbout{IDD_ABOUT, L"About", kModal, 0, {224, 107}, {
+    {IDC_ABOUT_ICON, L"Static", L"#128", kIcon},
+    {IDC_ABOUT_VERSION, L"Static", L"Version %.%%", kText},
+    {IDC_STATIC, L"Static", L"", kLine},
+    {IDC_HOME_LABEL, L"Static", L"Web site", kText},
+    {IDC_HOME_LINK, L"Static", L"", kText},
+    {IDC_SUPPORT_LABEL, L"Static", L"Support", kText},
+    {IDC_SUPPORT_LINK, L"Static", L"", kText},
+    {IDC_CONTACT_LABEL, L"Static", L"Contacts", kText},
+    {IDC_CONTACT_LINK, L"Static", L"Click here to contact us via our Web site.", kText},
+    {IDC_STATIC, L"Static", L"", kLine},
+    {IDOK, L"Button", L"OK", kDefault},
+}};
 
 std::string Hex(DWORD value)
 {
@@ -211,42 +245,81 @@ void ExpectTemplate(const Template& t)
             EXPECT_EQ(shown.bmWidth, 32) << "picture width";
             EXPECT_EQ(shown.bmHeight, 32) << "picture height";
         }
+        if (c.style == kIcon) {
+            EXPECT_TRUE(SendMessageW(window, STM_GETICON, 0, 0)) << "icon";
+        }
     }
     EXPECT_FALSE(window) << "more controls created than the template holds";
 }
 
 TEST(Templates, MatchTheirTables)
 {
-    for (const Template* t : {&kMain, &kRun, &kFolder})
+    for (const Template* t : {&kMain, &kRun, &kFolder, &kProperties, &kAbout})
         ExpectTemplate(*t);
 }
 
-// Every control but the header's line, which spans the whole width as in the
-// main window, keeps 7 units from the edges (a unit list's height is its
-// dropped-down height); no two created controls overlap; and the unit lists
-// drop down far enough for the five units without scrolling (the common
-// controls 6 size the list by its items, others by the template).
-TEST(Templates, FolderDialogLayout)
+// A text's width in the control's font made bold: the dialogs draw some
+// labels in bold, and a text that fits in bold fits in the plain font too.
+LONG BoldTextWidth(HWND control)
 {
-    const Template stored = Read(IDD_FOLDER);
-    const acl::unique_hwnd dialog = Create(IDD_FOLDER);
-    ASSERT_TRUE(dialog);
-    for (size_t i = 0; i < stored.controls.size(); ++i) {
-        const Control& c = stored.controls[i];
-        const RECT& p = c.place;
-        if (c.id != IDC_HEADER_LINE) {
-            EXPECT_GE(p.left, 7) << "control " << c.id << " left";
-            EXPECT_GE(p.top, 7) << "control " << c.id << " top";
-            EXPECT_LE(p.left + p.right, stored.size.cx - 7) << "control " << c.id << " right";
-            EXPECT_LE(p.top + p.bottom, stored.size.cy - 7) << "control " << c.id << " bottom";
-        }
-        RECT a, b, overlap;
-        GetWindowRect(GetDlgItem(dialog.get(), c.id), &a);
-        for (size_t j = i + 1; j < stored.controls.size(); ++j) {
-            GetWindowRect(GetDlgItem(dialog.get(), stored.controls[j].id), &b);
-            EXPECT_FALSE(IntersectRect(&overlap, &a, &b)) << "controls " << c.id << " and " << stored.controls[j].id;
+    LOGFONTW lf{};
+    GetObjectW(reinterpret_cast<HFONT>(SendMessageW(control, WM_GETFONT, 0, 0)), sizeof lf, &lf);
+    lf.lfWeight = FW_BOLD;
+    const acl::unique_hfont bold(CreateFontIndirectW(&lf));
+    const acl::WindowDc dc(control);
+    const acl::SelectGuard select(dc.get(), bold.get());
+    const std::wstring text = krn::test::WindowText(control);
+    SIZE size{};
+    GetTextExtentPoint32W(dc.get(), text.c_str(), static_cast<int>(text.size()), &size);
+    return size.cx;
+}
+
+// Every control but a header's line, which spans the whole width as in the
+// main window, keeps 7 units from the edges (a unit list's height is its
+// dropped-down height); no two created controls overlap; and every one-line
+// text fits its static control, in bold too.
+TEST(Templates, LayoutsKeepTheirMarginsAndTextsFit)
+{
+    for (int id : {IDD_FOLDER, IDD_PROPERTIES, IDD_ABOUT}) {
+        SCOPED_TRACE("dialog " + std::to_string(id));
+        const Template stored = Read(id);
+        const acl::unique_hwnd dialog = Create(id);
+        ASSERT_TRUE(dialog);
+        std::vector<HWND> created;
+        for (HWND w = GetWindow(dialog.get(), GW_CHILD); w; w = GetWindow(w, GW_HWNDNEXT))
+            created.push_back(w);
+        ASSERT_EQ(created.size(), stored.controls.size());
+        for (size_t i = 0; i < stored.controls.size(); ++i) {
+            const Control& c = stored.controls[i];
+            const RECT& p = c.place;
+            SCOPED_TRACE("tab position " + std::to_string(i) + ", control " + std::to_string(c.id));
+            if (c.id != IDC_HEADER_LINE) {
+                EXPECT_GE(p.left, 7) << "left";
+                EXPECT_GE(p.top, 7) << "top";
+                EXPECT_LE(p.left + p.right, stored.size.cx - 7) << "right";
+                EXPECT_LE(p.top + p.bottom, stored.size.cy - 7) << "bottom";
+            }
+            RECT a, b, overlap;
+            GetWindowRect(created[i], &a);
+            for (size_t j = i + 1; j < created.size(); ++j) {
+                GetWindowRect(created[j], &b);
+                EXPECT_FALSE(IntersectRect(&overlap, &a, &b)) << "overlaps tab position " << j;
+            }
+            if (c.style == kText) {
+                RECT client{};
+                GetClientRect(created[i], &client);
+                EXPECT_LE(BoldTextWidth(created[i]), client.right) << "text width";
+            }
         }
     }
+}
+
+// The unit lists drop down far enough for the five units without scrolling
+// (the common controls 6 size the list by its items, others by the template).
+TEST(Templates, UnitListsShowAllUnits)
+{
+    const acl::unique_hwnd dialog = Create(IDD_FOLDER);
+    ASSERT_TRUE(dialog);
     for (int id : {IDC_MAX_UNIT, IDC_MIN_UNIT}) {
         const HWND combo = GetDlgItem(dialog.get(), id);
         RECT closed, dropped;

@@ -220,6 +220,34 @@ std::string DialogDriver::Report() const
     return report;
 }
 
+std::wstring OpenedAddressLog()
+{
+    wchar_t unixPath[MAX_PATH] = {};
+    GetEnvironmentVariableW(L"KRN_OPENED_LOG", unixPath, MAX_PATH);
+    // Wine shows the Unix root as drive Z:.
+    std::wstring path = std::wstring(L"Z:") + unixPath;
+    std::replace(path.begin(), path.end(), L'/', L'\\');
+    return path;
+}
+
+std::vector<std::string> OpenedAddresses()
+{
+    std::vector<std::string> lines;
+    FILE* log = _wfopen(OpenedAddressLog().c_str(), L"rb");
+    if (!log)
+        return lines;
+    char line[2048];
+    while (fgets(line, sizeof line, log)) {
+        std::string text(line);
+        while (!text.empty() && (text.back() == '\n' || text.back() == '\r'))
+            text.pop_back();
+        lines.push_back(text);
+    }
+    fclose(log);
+    std::sort(lines.begin(), lines.end());
+    return lines;
+}
+
 void SelectRow(HWND list, int row)
 {
     constexpr UINT selected = LVIS_SELECTED | LVIS_FOCUSED;

@@ -96,6 +96,12 @@ private:
     DWORD lastProgress_;
 };
 
+// What the stand-in opener of a test built with FAKE_OPENER recorded: the
+// addresses the program opened with the shell, one per line, sorted (each
+// opening starts a launcher of its own, so their order is not kept).
+std::wstring OpenedAddressLog();
+std::vector<std::string> OpenedAddresses();
+
 // Selects exactly `row` of a list view (none when -1), as a click does.
 void SelectRow(HWND list, int row);
 

@@ -223,6 +223,12 @@ void FolderList::AddBitmap(int row, int column, HBITMAP bitmap)
     view_.AddItem(row, column, std::make_unique<acl::ListView_Bitmap>(bitmap));
 }
 
+void FolderList::SetSizeText(int index, const wchar_t* text)
+{
+    view_.ClearCell(index, kColumnSize);
+    AddText(index, kColumnSize, text);
+}
+
 bool FolderList::DeleteRow(int index)
 {
     if (!EntryAt(index))

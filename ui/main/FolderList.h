@@ -72,6 +72,8 @@ public:
     // Fills row `index` again from its entry: every cell is rebuilt, the size
     // column stays empty until the next refresh. 1413 when there is no such row.
     DWORD SetRow(int index);
+    // Puts `text` in the size column of row `index`, replacing what was there.
+    void SetSizeText(int index, const wchar_t* text);
     // Removes row `index` and deletes its entry; false when there is no such row.
     bool DeleteRow(int index);
     // Removes every row and deletes the entries.

@@ -10,7 +10,9 @@
 #include "settings/RegistryValues.h"
 #include "settings/WindowPlacementStore.h"
 #include "ui/MakerPages.h"
+#include "ui/dialogs/AboutDialog.h"
 #include "ui/dialogs/FolderDialog.h"
+#include "ui/dialogs/PropertiesDialog.h"
 
 #include <commctrl.h>
 #include <commdlg.h>
@@ -81,15 +83,6 @@ void ApplyResizeRule(HWND dialog, const ResizeRule& rule, int dx, int dy)
     InvalidateRect(control, nullptr, FALSE);
 }
 
-// The path of config.xml in the user's application-data folder; false when
-// the folder is unknown or the path does not fit.
-bool ConfigFilePath(wchar_t (&path)[kConfigPathChars])
-{
-    if (FAILED(SHGetFolderPathW(nullptr, CSIDL_APPDATA, nullptr, 0, path)))
-        return false;
-    return BuildConfigPath(path) == ERROR_SUCCESS;
-}
-
 // The standard open or save dialog for a configuration file; the chosen path,
 // or nothing when the user cancelled.
 std::optional<std::wstring> ChooseConfigurationFile(HWND owner, bool save)
@@ -111,7 +104,7 @@ std::optional<std::wstring> ChooseConfigurationFile(HWND owner, bool save)
 
 } // namespace
 
-MainDialog::MainDialog() : folders_(images_) {}
+MainDialog::MainDialog() : folders_(images_), monitor_(folders_, linkSettings_) {}
 
 // Destroying the window here, while the whole object still exists, lets it
 // see its last messages (the status link detaches on WM_DESTROY).
@@ -167,6 +160,9 @@ std::optional<LRESULT> MainDialog::OnMessage(UINT message, WPARAM wParam, LPARAM
         return OnMeasureItem(*reinterpret_cast<MEASUREITEMSTRUCT*>(lParam));
     case WM_DRAWITEM:
         return OnDrawItem(*reinterpret_cast<const DRAWITEMSTRUCT*>(lParam));
+    case WM_TIMER:
+        monitor_.OnTimer(wParam);
+        return 0;
     case WM_SIZE:
         OnSize(static_cast<UINT>(wParam), LOWORD(lParam), HIWORD(lParam));
         return 0;
@@ -210,6 +206,7 @@ BOOL MainDialog::OnInitDialog()
     RECT client{};
     GetClientRect(window(), &client);
     layout_ = {client.right, client.bottom, true};
+    monitor_.Start(window(), GetDlgItem(window(), IDC_STATUS_LINK), handCursor_.get());
     if (commandLinePath_)
         RunCommandLineMode();
     return TRUE;
@@ -261,11 +258,11 @@ void MainDialog::SetUpStatusLink()
 // closed then).
 bool MainDialog::LoadConfigurationAtStart()
 {
-    wchar_t path[kConfigPathChars] = L"";
-    if (ConfigFilePath(path)) {
-        if (!PathFileExistsW(path))
+    std::wstring path;
+    if (GetConfigPath(path) == ERROR_SUCCESS) {
+        if (!PathFileExistsW(path.c_str()))
             return true;
-        const DWORD loaded = folders_.LoadConfiguration(path, kinds_);
+        const DWORD loaded = folders_.LoadConfiguration(path.c_str(), kinds_);
         OnFoldersLoaded();
         if (loaded == ERROR_SUCCESS)
             return true;
@@ -360,10 +357,20 @@ void MainDialog::OnCommand(UINT id, UINT code)
     case ID_FILE_EXPORT:
         OnExport();
         break;
+    case ID_FILE_PROPERTIES:
+        // The program-wide settings go to the registry at once; the
+        // configuration's modified state is not theirs.
+        PropertiesDialog().Run(window());
+        break;
     case ID_HELP_HELP:
     case ID_HELP_WEBSITE:
     case ID_HELP_SUPPORT:
+    case ID_HELP_ABOUT:
         OnHelpCommand(id);
+        break;
+    case IDC_STATUS_LINK:
+        if (!monitor_.toggleBusy())
+            monitor_.OnToggleWatcher();
         break;
     case IDC_ADD:
         if (code == BN_CLICKED)
@@ -466,8 +473,10 @@ void MainDialog::CloseMainWindow(UINT quitCode)
 
 void MainDialog::OnApply()
 {
-    wchar_t path[kConfigPathChars] = L"";
-    if (ConfigFilePath(path) && SaveConfiguration(path, folders_.Entries(), this) == ERROR_SUCCESS) {
+    std::wstring path;
+    if (GetConfigPath(path) == ERROR_SUCCESS &&
+        SaveConfiguration(path.c_str(), folders_.Entries(), this) == ERROR_SUCCESS) {
+        monitor_.NotifyWatcherReload();
         SetModified(false);
         return;
     }
@@ -509,6 +518,9 @@ void MainDialog::OnHelpCommand(UINT id)
         break;
     case ID_HELP_SUPPORT:
         ShellExecuteW(nullptr, L"open", kMakerSupportPage, L"", L"", SW_SHOW);
+        break;
+    case ID_HELP_ABOUT:
+        AboutDialog().Run(window());
         break;
     }
 }

@@ -16,6 +16,7 @@
 #include "ui/DialogBase.h"
 #include "ui/DialogLook.h"
 #include "ui/main/FolderList.h"
+#include "ui/main/MonitorControl.h"
 
 #include <windows.h>
 #include <shellapi.h>
@@ -58,6 +59,7 @@ public:
 
     FolderList& folders() { return folders_; }
     const FolderList& folders() const { return folders_; }
+    const MonitorControl& monitor() const { return monitor_; }
 
 protected:
     std::optional<LRESULT> OnMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
@@ -107,6 +109,7 @@ private:
     acl::unique_hcursor handCursor_;
     acl::Hyperlink_Settings linkSettings_;  // before the link, which uses it to the end
     acl::Hyperlink statusLink_;
+    MonitorControl monitor_;
     bool commandLineMode_ = false;
     bool modified_ = false;
     acl::unique_hfont boldFont_;  // the large bold one belongs to the "header" scheme

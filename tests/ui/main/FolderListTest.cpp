@@ -65,7 +65,7 @@ TEST_F(FolderListTest, RowsShowNamesLimitsActionsAndLocationsInFileOrder)
         EXPECT_EQ(Cell(i, krn::kColumnFolder), row.folder);
         EXPECT_EQ(Cell(i, krn::kColumnMin), row.min);
         EXPECT_EQ(Cell(i, krn::kColumnMax), row.max);
-        EXPECT_EQ(Cell(i, krn::kColumnSize), L"") << "sizes come with the refresh";
+        EXPECT_EQ(Cell(i, krn::kColumnSize), L"0 B") << "no such folder: the engine gives no size";
         EXPECT_EQ(Cell(i, krn::kColumnActions), row.actionsCell);
         EXPECT_EQ(Cell(i, krn::kColumnPath), row.location);
     }

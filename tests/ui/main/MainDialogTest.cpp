@@ -50,12 +50,12 @@ DialogDriver::Action ChooseFile(const std::wstring& path)
     };
 }
 
-TEST_F(MainDialogTest, StartsTitledWithApplyDisabledAndTheStatusLinkWaiting)
+TEST_F(MainDialogTest, StartsTitledWithApplyDisabledAndTheWatcherStateShown)
 {
     ASSERT_TRUE(Open());
     EXPECT_EQ(WindowText(window()), kCaption);
     EXPECT_FALSE(ApplyEnabled());
-    EXPECT_EQ(WindowText(item(IDC_STATUS_LINK)), L"...");
+    EXPECT_EQ(WindowText(item(IDC_STATUS_LINK)), L"Inactive") << "the first refresh runs at once";
     EXPECT_EQ(WindowText(item(IDC_STATUS_LABEL)), L"Kestrune is");
     EXPECT_EQ(folders().RowCount(), 0) << "no config.xml: a first start";
     EXPECT_FALSE(std::filesystem::exists(ConfigPath())) << "a start writes nothing";
@@ -409,6 +409,34 @@ TEST_F(MainDialogTest, F1OpensTheFolderManagementHelpPage)
     EXPECT_EQ(GetWindow(viewer, GW_OWNER), window());
     krn::HelpLauncher::HtmlHelpW(nullptr, nullptr, 0x12 /* HH_CLOSE_ALL */, 0);
     PumpUntil([] { return FindWindowW(L"HH Parent", nullptr) == nullptr; }, 5000);
+}
+
+// The menu's other commands: the program properties and About dialogs open
+// owned by the main window and change nothing of the configuration; the two
+// web pages go to the shell.
+TEST_F(MainDialogTest, MenuOpensPropertiesAboutAndTheMakersPages)
+{
+    DeleteFileW(OpenedAddressLog().c_str());
+    ASSERT_TRUE(Open());
+    std::vector<HWND> owners;
+    DialogDriver driver;
+    const auto cancel = [&](HWND dialog) {
+        owners.push_back(GetWindow(dialog, GW_OWNER));
+        DialogDriver::Click(dialog, IDCANCEL);
+    };
+    driver.Expect(L"Properties", cancel).Expect(L"About Brimwell™ Pro x64", cancel);
+    Command(ID_FILE_PROPERTIES);
+    Command(ID_HELP_ABOUT);
+    EXPECT_EQ(driver.Report(), "");
+    EXPECT_EQ(owners, (std::vector<HWND>{window(), window()}));
+    EXPECT_FALSE(ApplyEnabled());
+
+    Command(ID_HELP_WEBSITE);
+    Command(ID_HELP_SUPPORT);
+    const std::vector<std::string> expected{"https://www.norlath.com/kestrune/",
+                                            "https://www.norlath.com/kestrune/support/"};
+    PumpUntil([&] { return OpenedAddresses().size() >= expected.size(); }, 10000);
+    EXPECT_EQ(OpenedAddresses(), expected);
 }
 
 } // namespace

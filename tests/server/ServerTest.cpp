@@ -1,0 +1,130 @@
+// The server scaffolding in this process: the command line, the module's lock
+// count and linger, the objects a class factory makes.
+#include <windows.h>
+#include <oleidl.h>
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <vector>
+
+#include "server/ServerCommandLine.h"
+#include "server/ServerObject.h"
+
+namespace server {
+namespace {
+
+TEST(ServerCommandLineTest, Switches)
+{
+    const struct {
+        const wchar_t* tail;
+        ServerCommand command;
+        bool embedding;
+    } cases[] = {
+        {nullptr, ServerCommand::Run, false},         {L"-Embedding", ServerCommand::Run, true},
+        {L"  /embedding ", ServerCommand::Run, true}, {L"/RegServer", ServerCommand::Register, false},
+        {L"-regserver", ServerCommand::Register, false}, {L"/UnregServer", ServerCommand::Unregister, false},
+        {L"-UNREGSERVER", ServerCommand::Unregister, false}, {L"RegServer", ServerCommand::Run, false},
+        {L"/RegServerX", ServerCommand::Run, false},  {L"x /RegServer", ServerCommand::Register, false},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << "tail: " << (c.tail ? c.tail : L"(null)"));
+        const ServerCommandLine parsed = ParseServerCommandLine(c.tail);
+        EXPECT_EQ(parsed.command, c.command);
+        EXPECT_EQ(parsed.embedding, c.embedding);
+    }
+}
+
+using Step = void (*)(ServerModule&);
+struct LingerCase {
+    const char* name;
+    DWORD linger;
+    std::vector<std::pair<DWORD, Step>> steps;  // at that many ms after the start
+    int exitCode;                               // -1: still running at the end of the test
+    DWORD endsAfterMs;
+};
+
+constexpr DWORD kTestEnd = 1000;
+void Lock(ServerModule& module) { module.Lock(); }
+void Unlock(ServerModule& module) { module.Unlock(); }
+void Quit7(ServerModule& module) { module.Quit(7); }
+
+const LingerCase kLingerCases[] = {
+    {"an unused server ends after one linger", 100, {}, 0, 100},
+    {"the linger starts with the last unlock", 100, {{1, Lock}, {1, Lock}, {300, Unlock}, {500, Unlock}}, 0, 600},
+    {"a lock during the linger keeps it running", 100, {{50, Lock}}, -1, kTestEnd},
+    {"a never-ending server outlives its last unlock", ServerModule::kNeverEnd, {{1, Lock}, {50, Unlock}}, -1,
+     kTestEnd},
+    {"a never-ending server ends by Quit", ServerModule::kNeverEnd, {{50, Quit7}}, 7, 50},
+};
+
+std::map<UINT_PTR, Step> pending;
+ServerModule* running = nullptr;
+void CALLBACK RunStep(HWND, UINT, UINT_PTR timer, DWORD)
+{
+    KillTimer(nullptr, timer);
+    pending[timer](*running);
+    pending.erase(timer);
+}
+
+TEST(ServerModuleTest, Linger)
+{
+    for (const LingerCase& c : kLingerCases) {
+        SCOPED_TRACE(c.name);
+        ServerModule module(c.linger);
+        running = &module;
+        for (const auto& [atMs, step] : c.steps)
+            pending[SetTimer(nullptr, 0, atMs, RunStep)] = step;
+        const UINT_PTR end = SetTimer(nullptr, 0, kTestEnd, [](HWND, UINT, UINT_PTR, DWORD) { PostQuitMessage(-1); });
+        const DWORD start = GetTickCount();
+        EXPECT_EQ(module.Run(), c.exitCode);
+        const DWORD elapsed = GetTickCount() - start;
+        EXPECT_GE(elapsed + 20, c.endsAfterMs);
+        EXPECT_LT(elapsed, c.endsAfterMs + 400);
+        KillTimer(nullptr, end);
+        for (const auto& step : pending)
+            KillTimer(nullptr, step.first);
+        pending.clear();
+    }
+}
+
+// An object with two interfaces; the first one also stands for IUnknown.
+class TwoFaced final : public ServerObject<IPersist, IOleWindow> {
+public:
+    using Context = int;  // objects made
+    TwoFaced(ServerModule& module, int& made) noexcept : ServerObject(module) { ++made; }
+    HRESULT STDMETHODCALLTYPE GetClassID(CLSID*) noexcept override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetWindow(HWND*) noexcept override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE ContextSensitiveHelp(BOOL) noexcept override { return E_NOTIMPL; }
+};
+
+TEST(ClassFactoryTest, ObjectsHoldTheModuleWhileTheyLive)
+{
+    ServerModule module(ServerModule::kNeverEnd);
+    int made = 0;
+    ClassFactory<TwoFaced> factory(module, made);
+    base::com_ptr<IOleWindow> window;
+    ASSERT_EQ(factory.CreateInstance(nullptr, IID_IOleWindow, window.put_void()), S_OK);
+    base::com_ptr<IPersist> persist;
+    base::com_ptr<IUnknown> identity, viaPersist;
+    EXPECT_EQ(window.query(persist), S_OK);
+    EXPECT_EQ(window.query(identity), S_OK);
+    EXPECT_EQ(persist.query(viaPersist), S_OK);
+    EXPECT_EQ(identity.get(), viaPersist.get());
+    EXPECT_EQ(module.lockCount(), 1);
+    window.reset();
+    persist.reset();
+    identity.reset();
+    viaPersist.reset();
+    EXPECT_EQ(module.lockCount(), 0);
+
+    void* none = &made;
+    EXPECT_EQ(factory.CreateInstance(nullptr, IID_IDataObject, &none), E_NOINTERFACE);
+    EXPECT_EQ(none, nullptr);
+    EXPECT_EQ(factory.CreateInstance(static_cast<IUnknown*>(&factory), IID_IUnknown, &none), CLASS_E_NOAGGREGATION);
+    EXPECT_EQ(made, 2) << "the refused aggregation must make no object";
+    EXPECT_EQ(module.lockCount(), 0);
+}
+
+} // namespace
+} // namespace server

@@ -1,0 +1,207 @@
+// The program properties dialog on a scratch registry: what it shows of the
+// stored settings, what it writes back (types and byte counts as the watcher
+// reads them), and the paths it hands to the save dialog and to Notepad.
+#include "ui/dialogs/PropertiesDialog.h"
+
+#include "app/ChildProcess.h"
+#include "resource.h"
+#include "support/Gui.h"
+#include "support/Scratch.h"
+
+#include <commdlg.h>
+#include <dlgs.h>
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <filesystem>
+#include <optional>
+#include <string>
+
+namespace krn::test {
+namespace {
+
+constexpr wchar_t kCaption[] = L"Properties";
+constexpr wchar_t kSettingsKey[] = L"SOFTWARE\\Norlath\\Kestrune\\Settings";
+constexpr wchar_t kAddToLogKey[] = L"SOFTWARE\\Norlath\\Kestrune\\Settings\\AddToLog";
+constexpr wchar_t kRunKey[] = L"Software\\Microsoft\\Windows\\CurrentVersion\\Run";
+
+// A value as "type/bytes/content" (a string's text, a number's value), or "absent".
+std::wstring Stored(const wchar_t* key, const wchar_t* name)
+{
+    DWORD type = 0;
+    std::string bytes;
+    if (!ReadRegValue(key, name, &type, &bytes))
+        return L"absent";
+    ULONGLONG number = 0;
+    std::memcpy(&number, bytes.data(), std::min(bytes.size(), sizeof number));
+    const std::wstring content = type == REG_SZ ? reinterpret_cast<const wchar_t*>(bytes.c_str())
+                                                : std::to_wstring(number);
+    return std::to_wstring(type) + L"/" + std::to_wstring(bytes.size()) + L"/" + content;
+}
+std::wstring Sz(const std::wstring& text) { return L"1/" + std::to_wstring((text.size() + 1) * 2) + L"/" + text; }
+std::wstring Check(int value) { return L"4/8/" + std::to_wstring(value); }
+
+// The three fields, as shown or as the user sets them.
+struct Fields {
+    bool startWithWindows, disableAlerts;
+    std::wstring logPath;
+};
+bool Checked(HWND dialog, int id) { return IsDlgButtonChecked(dialog, id) == BST_CHECKED; }
+
+std::wstring ThisWatcher()
+{
+    wchar_t program[MAX_PATH] = {};
+    GetModuleFileNameW(nullptr, program, MAX_PATH);
+    return std::filesystem::path(program).replace_filename(L"KRN Watcher.exe").wstring();
+}
+
+class PropertiesDialogTest : public ScratchTest {
+protected:
+    INT_PTR Run()
+    {
+        PropertiesDialog dialog;
+        const INT_PTR result = dialog.Run(nullptr);
+        EXPECT_EQ(driver.Report(), "");
+        return result;
+    }
+    DialogDriver driver;
+};
+
+// What is stored shows (an entry naming another program counts as checked, a
+// 4-byte number from another tool is read whole; nothing stored gives the
+// default log path). OK writes all three whatever changed and ends with 1:
+// the box as a REG_DWORD tag over 8 bytes, the path as typed, empty too, the
+// entry naming this installation's watcher unquoted, or no entry at all.
+// Cancel writes nothing; either way both settings keys exist afterwards.
+TEST_F(PropertiesDialogTest, ShowsAndStoresTheThreeSettings)
+{
+    const std::wstring log = L"D:\\Logs\\kestrune.log", defaultLog = scratch.documents() + L"\\NorlathKestrune.log";
+    const struct {
+        const char* name;
+        std::optional<std::wstring> run;  // stored before
+        std::optional<DWORD> alerts;
+        std::optional<std::wstring> logFile;
+        Fields shown, entered;
+        int button;
+        INT_PTR result;
+        std::wstring runAfter, alertsAfter, logFileAfter;
+    } cases[] = {
+        {"nothing stored, cancelled", {}, {}, {}, {false, false, defaultLog}, {true, true, log}, IDCANCEL, 0,
+         L"absent", L"absent", L"absent"},
+        {"nothing stored, nothing changed", {}, {}, {}, {false, false, defaultLog}, {false, false, defaultLog}, IDOK,
+         1, L"absent", Check(0), Sz(defaultLog)},
+        {"another watcher, nothing changed", L"C:\\Other\\KRN Watcher.exe", 1, log, {true, true, log},
+         {true, true, log}, IDOK, 1, Sz(ThisWatcher()), Check(1), Sz(log)},
+        {"switched off, path emptied", ThisWatcher(), 1, log, {true, true, log}, {false, false, L""}, IDOK, 1,
+         L"absent", Check(0), Sz(L"")},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        RegDeleteTreeW(HKEY_CURRENT_USER, L"SOFTWARE\\Norlath");
+        RegDeleteKeyValueW(HKEY_CURRENT_USER, kRunKey, L"Kestrune");
+        if (c.run)
+            WriteRegString(kRunKey, L"Kestrune", *c.run);
+        if (c.alerts)
+            WriteRegDword(kSettingsKey, L"DisableAlertOnStartup", *c.alerts);
+        if (c.logFile)
+            WriteRegString(kAddToLogKey, L"LogFile", *c.logFile);
+        driver.Expect(kCaption, [&](HWND dialog) {
+            EXPECT_EQ(Checked(dialog, IDC_START_WITH_WINDOWS), c.shown.startWithWindows) << "Start with Windows";
+            EXPECT_EQ(Checked(dialog, IDC_DISABLE_ALERTS), c.shown.disableAlerts) << "Disable alerts on startup";
+            EXPECT_EQ(WindowText(GetDlgItem(dialog, IDC_LOG_PATH)), c.shown.logPath);
+            CheckDlgButton(dialog, IDC_START_WITH_WINDOWS, c.entered.startWithWindows);
+            CheckDlgButton(dialog, IDC_DISABLE_ALERTS, c.entered.disableAlerts);
+            SetDlgItemTextW(dialog, IDC_LOG_PATH, c.entered.logPath.c_str());
+            DialogDriver::Click(dialog, c.button);
+        });
+        EXPECT_EQ(Run(), c.result);
+        EXPECT_EQ(Stored(kRunKey, L"Kestrune"), c.runAfter);
+        EXPECT_EQ(Stored(kSettingsKey, L"DisableAlertOnStartup"), c.alertsAfter);
+        EXPECT_EQ(Stored(kAddToLogKey, L"LogFile"), c.logFileAfter);
+        for (const wchar_t* key : {kSettingsKey, kAddToLogKey}) {
+            HKEY opened = nullptr;
+            EXPECT_EQ(RegOpenKeyExW(HKEY_CURRENT_USER, key, 0, KEY_READ, &opened), ERROR_SUCCESS) << key;
+            RegCloseKey(opened);
+        }
+    }
+}
+
+// The same cases, run by a copy of this program installed in a folder with
+// spaces: the entry names that folder's watcher, still unquoted.
+TEST_F(PropertiesDialogTest, AnInstallationFolderWithSpacesStaysUnquoted)
+{
+    if (ThisWatcher().find(L"\\Program Files\\") != std::wstring::npos)
+        GTEST_SKIP() << "this is the copy";
+    TempFolder temp;
+    const std::filesystem::path folder = std::filesystem::path(temp.path()) / L"Program Files" / L"Kestrune x64";
+    std::filesystem::create_directories(folder);
+    const std::wstring copy = (folder / L"test_ui_dialogs.exe").wstring(), report = temp / L"report.xml";
+    wchar_t program[MAX_PATH] = {};
+    GetModuleFileNameW(nullptr, program, MAX_PATH);
+    ASSERT_TRUE(CopyFileW(program, copy.c_str(), FALSE));
+    ChildProcess child(copy, L"--gtest_filter=*.ShowsAndStoresTheThreeSettings --gtest_output=xml:\"" + report + L"\"");
+    EXPECT_EQ(child.Wait(30000), 0u);
+    const std::string xml = ReadFileBytes(report);
+    EXPECT_NE(xml.find("tests=\"1\" failures=\"0\""), std::string::npos) << xml;
+}
+
+// "View log" hands the path in the field, unsaved and with its spaces, to
+// Notepad, which opens that very file. "..." offers an empty name filtered to
+// log files; the file chosen, which need not exist, replaces the path, and a
+// cancelled choice leaves it. The dialog paints the white header band over
+// the body colour.
+TEST_F(PropertiesDialogTest, HandsTheLogPathToNotepadAndTakesOneFromTheSaveDialog)
+{
+    TempFolder temp;
+    const std::wstring log = temp / L"Kestrune log.log", chosen = temp / L"chosen.log";
+    WriteFileBytes(log, "12:00 Folder grew beyond its limit");
+    std::wstring paths[2];
+    Pixels shot;
+    driver.Expect(kCaption, [&](HWND dialog) {
+        SetDlgItemTextW(dialog, IDC_LOG_PATH, log.c_str());
+        SendDlgItemMessageW(dialog, IDC_VIEW_LOG, BM_CLICK, 0, 0);
+        SetWindowPos(dialog, HWND_TOPMOST, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE);
+        RedrawWindow(dialog, nullptr, nullptr, RDW_ERASE | RDW_INVALIDATE | RDW_UPDATENOW | RDW_ALLCHILDREN);
+        shot = CaptureScreen(dialog);
+        DialogDriver::Click(dialog, IDC_CHOOSE_LOG);
+    });
+    for (int button : {IDCANCEL, IDOK}) {
+        driver.Expect(L"Save As", [&, button](HWND save) {
+            EXPECT_EQ(WindowText(GetWindow(save, GW_OWNER)), kCaption);
+            EXPECT_EQ(WindowText(GetDlgItem(save, cmb13)), L"") << "file name";
+            EXPECT_EQ(WindowText(GetDlgItem(save, cmb1)), L"Log files files") << "file type";
+            SendMessageW(save, CDM_SETCONTROLTEXT, cmb13, reinterpret_cast<LPARAM>(chosen.c_str()));
+            DialogDriver::Click(save, button);
+        }).Expect(kCaption, [&, button](HWND dialog) {
+            paths[button == IDOK] = WindowText(GetDlgItem(dialog, IDC_LOG_PATH));
+            DialogDriver::Click(dialog, button == IDOK ? IDCANCEL : IDC_CHOOSE_LOG);
+        });
+    }
+    EXPECT_EQ(Run(), 0);
+    EXPECT_EQ(paths[0], log) << "cancelled";
+    EXPECT_EQ(paths[1], chosen) << "chosen";
+    ASSERT_FALSE(shot.empty());
+    EXPECT_EQ(shot.at(shot.width() - 3, 3), RGB(0xFF, 0xFF, 0xFF)) << "header band";
+    EXPECT_EQ(shot.at(3, shot.height() - 3), RGB(0x8A, 0xA6, 0xD6)) << "body";
+
+    HWND notepad = nullptr;
+    PumpUntil([&] { return (notepad = FindWindowW(L"Notepad", L"Kestrune log.log - Notepad")) != nullptr; }, 10000);
+    ASSERT_TRUE(notepad) << "no Notepad window shows the log";
+    wchar_t text[64] = {};
+    SendMessageW(FindWindowExW(notepad, nullptr, L"Edit", nullptr), WM_GETTEXT, std::size(text),
+                 reinterpret_cast<LPARAM>(text));
+    EXPECT_STREQ(text, L"12:00 Folder grew beyond its limit");
+    // End the Notepad this test started, and only that one.
+    DWORD id = 0;
+    GetWindowThreadProcessId(notepad, &id);
+    const HANDLE process = OpenProcess(SYNCHRONIZE | PROCESS_TERMINATE, FALSE, id);
+    PostMessageW(notepad, WM_CLOSE, 0, 0);
+    if (process && WaitForSingleObject(process, 5000) != WAIT_OBJECT_0)
+        TerminateProcess(process, 1);
+    if (process)
+        CloseHandle(process);
+}
+
+} // namespace
+} // namespace krn::test

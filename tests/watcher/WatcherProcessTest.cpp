@@ -1,0 +1,250 @@
+// The built "KRN Watcher.exe" as the configuration program meets it: a
+// process of its own, registered in the prefix, found through its mutex and
+// reached through real COM activation.
+#include <windows.h>
+#include <tlhelp32.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <optional>
+
+#include "Configs.h"
+#include "app/ChildProcess.h"
+#include "server/Registration.h"
+#include "support/Scratch.h"
+#include "watcher/WatcherControl.h"
+
+namespace krn::test {
+namespace {
+
+const std::wstring kWatcherExe = WindowsPath(KRN_WATCHER_EXE);
+
+bool MutexExists()
+{
+    return static_cast<bool>(base::unique_kernel_handle(OpenMutexW(SYNCHRONIZE, FALSE, kWatcherMutexName)));
+}
+
+bool WaitForMutex(bool present, DWORD timeoutMs)
+{
+    for (const DWORD start = GetTickCount(); MutexExists() != present; Sleep(5))
+        if (GetTickCount() - start > timeoutMs)
+            return false;
+    return true;
+}
+
+std::vector<DWORD> WatcherProcesses()
+{
+    std::vector<DWORD> ids;
+    base::unique_kernel_handle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
+    PROCESSENTRY32W entry{sizeof entry};
+    for (BOOL more = Process32FirstW(snapshot.get(), &entry); more; more = Process32NextW(snapshot.get(), &entry))
+        if (_wcsicmp(entry.szExeFile, L"KRN Watcher.exe") == 0)
+            ids.push_back(entry.th32ProcessID);
+    return ids;
+}
+
+HRESULT Create(base::com_ptr<IWatcherControl>& control)
+{
+    return CoCreateInstance(CLSID_WatcherControl, nullptr, CLSCTX_LOCAL_SERVER, IID_IWatcherControl,
+                            control.put_void());
+}
+
+LONG State(IWatcherControl* control)
+{
+    LONG state = -1;
+    EXPECT_EQ(control->GetState(&state), S_OK);
+    return state;
+}
+
+// A watcher outlives a test that failed: every test starts and ends with none.
+void StopWatcher()
+{
+    base::com_ptr<IWatcherControl> control;
+    if (MutexExists() && SUCCEEDED(Create(control)))
+        control->Disable();
+    EXPECT_TRUE(WaitForMutex(false, 5000)) << "the watcher did not end";
+}
+
+DWORD RunWatcherWith(const wchar_t* arguments)
+{
+    ChildProcess watcher(kWatcherExe, arguments);
+    return watcher.Wait(30000);
+}
+
+class WatcherTest : public testing::Test {
+protected:
+    // The watcher reads the prefix's own HKEY_CURRENT_USER: its AppData
+    // folder is pointed at a scratch folder and put back afterwards.
+    void SetUp() override
+    {
+        StopWatcher();
+        hadAppData_ = ReadRegValue(kShellFolders, L"AppData", &appDataType_, &appData_);
+        WriteRegString(kShellFolders, L"AppData", scratch_.path());
+        std::filesystem::create_directories(scratch_ / L"Norlath\\Kestrune");
+    }
+    void TearDown() override
+    {
+        StopWatcher();
+        if (hadAppData_)
+            WriteRegBinary(kShellFolders, L"AppData", appDataType_, appData_.data(), DWORD(appData_.size()));
+    }
+    void WriteConfig(const std::optional<std::string>& content) const
+    {
+        const std::wstring path = scratch_ / L"Norlath\\Kestrune\\config.xml";
+        std::filesystem::remove(path);
+        if (content)
+            WriteFileBytes(path, *content);
+    }
+
+    static constexpr wchar_t kShellFolders[] =
+        L"Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders";
+    TempFolder scratch_;
+    bool hadAppData_ = false;
+    DWORD appDataType_ = 0;
+    std::string appData_;
+};
+
+TEST_F(WatcherTest, ActivationStartsTheWatcherAndDisableEndsIt)
+{
+    ASSERT_FALSE(MutexExists());
+    base::com_ptr<IWatcherControl> control, second;
+    ASSERT_EQ(Create(control), S_OK);
+    EXPECT_TRUE(MutexExists());
+    ASSERT_EQ(Create(second), S_OK);
+    ASSERT_EQ(WatcherProcesses().size(), 1u) << "a second activation reaches the same watcher";
+    base::unique_kernel_handle process(OpenProcess(SYNCHRONIZE, FALSE, WatcherProcesses()[0]));
+    EXPECT_EQ(control->Disable(), S_OK) << "the reply arrives before the watcher ends";
+    EXPECT_EQ(WaitForSingleObject(process.get(), 5000), WAIT_OBJECT_0);
+    EXPECT_FALSE(MutexExists());
+    const DWORD start = GetTickCount();
+    LONG state = 0;
+    EXPECT_EQ(control->GetState(&state), HRESULT_FROM_WIN32(RPC_S_SERVER_UNAVAILABLE));
+    EXPECT_LT(GetTickCount() - start, 1000u) << "a call on the old proxy fails fast";
+}
+
+TEST_F(WatcherTest, SecondCopyByHandEndsAtOnce)
+{
+    base::com_ptr<IWatcherControl> control;
+    ASSERT_EQ(Create(control), S_OK);
+    EXPECT_EQ(RunWatcherWith(L""), DWORD(kWatcherAlreadyRunning));
+    EXPECT_EQ(State(control.get()), KRN_WATCHER_IDLE) << "the first copy still answers";
+}
+
+TEST_F(WatcherTest, CopyStartedByHandServesActivation)
+{
+    ChildProcess watcher(kWatcherExe, L"");
+    ASSERT_TRUE(WaitForMutex(true, 10000));
+    base::com_ptr<IWatcherControl> control;
+    // Activated between taking the mutex and registering its class, the
+    // watcher makes COM start a second copy, which ends at once: ask again.
+    if (FAILED(Create(control)))
+        Create(control);
+    ASSERT_TRUE(control);
+    EXPECT_EQ(WatcherProcesses().size(), 1u);
+    EXPECT_EQ(control->Disable(), S_OK);
+    EXPECT_EQ(watcher.Wait(5000), 0u);
+}
+
+TEST_F(WatcherTest, ReadsTheConfigurationAtStartAndOnReload)
+{
+    WriteConfig(kTwoFolders);
+    base::com_ptr<IWatcherControl> control;
+    ASSERT_EQ(Create(control), S_OK);
+    EXPECT_EQ(State(control.get()), KRN_WATCHER_WATCHING);
+    const struct {
+        const char* name;
+        std::optional<std::string> content;  // none: no file
+        LONG state;
+    } cases[] = {{"no file", std::nullopt, KRN_WATCHER_IDLE},    {"folders", kTwoFolders, KRN_WATCHER_WATCHING},
+                 {"empty file", "", KRN_WATCHER_IDLE},          {"folders again", kTwoFolders, KRN_WATCHER_WATCHING},
+                 {"not XML", "<Configuration", KRN_WATCHER_IDLE}, {"no folders", kNoFolders, KRN_WATCHER_IDLE}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        WriteConfig(c.content);
+        EXPECT_EQ(control->ReloadConfiguration(), S_OK);
+        EXPECT_EQ(State(control.get()), c.state);
+    }
+}
+
+// Every key and value below `key` (HKEY_LOCAL_MACHINE), one line each.
+void Dump(const std::wstring& key, std::vector<std::wstring>& lines)
+{
+    base::unique_hkey opened;
+    if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, key.c_str(), 0, KEY_READ, opened.put()) != ERROR_SUCCESS)
+        return;
+    lines.push_back(key);
+    for (DWORD i = 0;; ++i) {
+        wchar_t name[256], data[512] = {};
+        DWORD length = 256, type = 0, size = sizeof data - sizeof(wchar_t);
+        if (RegEnumValueW(opened.get(), i, name, &length, nullptr, &type, reinterpret_cast<BYTE*>(data), &size))
+            break;
+        lines.push_back(key + L" [" + name + L"] = " + (type == REG_SZ ? data : L"(not a string)"));
+    }
+    for (DWORD i = 0;; ++i) {
+        wchar_t name[256];
+        DWORD length = 256;
+        if (RegEnumKeyExW(opened.get(), i, name, &length, nullptr, nullptr, nullptr, nullptr))
+            break;
+        Dump(key + L"\\" + name, lines);
+    }
+}
+
+// What registration may write: the class, the type library and its two
+// interfaces, in the 64-bit view and the one kept for 32-bit clients.
+std::vector<std::wstring> ServerKeys()
+{
+    std::vector<std::wstring> lines;
+    for (const std::wstring classes : {L"Software\\Classes\\", L"Software\\Classes\\Wow6432Node\\"}) {
+        Dump(classes + L"CLSID\\" + server::GuidText(CLSID_WatcherControl), lines);
+        Dump(classes + L"TypeLib\\" + server::GuidText(LIBID_KestruneServers), lines);
+        Dump(classes + L"Interface\\" + server::GuidText(IID_IWatcherControl), lines);
+        Dump(classes + L"Interface\\" + server::GuidText(IID_ISizeEngine), lines);
+    }
+    std::sort(lines.begin(), lines.end());
+    return lines;
+}
+
+bool Contains(const std::vector<std::wstring>& lines, const std::wstring& line)
+{
+    return std::find(lines.begin(), lines.end(), line) != lines.end();
+}
+
+class RegistrationTest : public testing::Test {
+protected:
+    void SetUp() override { StopWatcher(); }
+    // The servers fixture left the watcher registered; so does this test.
+    void TearDown() override { EXPECT_EQ(RunWatcherWith(L"/RegServer"), 0u); }
+};
+
+// With the size engine registered too, the shared type library stays when the
+// watcher goes, registered from the engine's file: the comparison still holds.
+TEST_F(RegistrationTest, UnregisterRemovesExactlyWhatRegisterWrote)
+{
+    ASSERT_EQ(RunWatcherWith(L"/UnregServer"), 0u);
+    const std::vector<std::wstring> unregistered = ServerKeys();
+    base::com_ptr<IWatcherControl> control;
+    EXPECT_EQ(Create(control), REGDB_E_CLASSNOTREG);
+
+    const std::wstring classKey = server::ClassKey(CLSID_WatcherControl);
+    const std::wstring interfaceKey = L"Software\\Classes\\Interface\\" + server::GuidText(IID_IWatcherControl);
+    for (int run = 1; run <= 2; ++run) {
+        SCOPED_TRACE(testing::Message() << "/RegServer number " << run);
+        ASSERT_EQ(RunWatcherWith(L"/RegServer"), 0u);
+        const std::vector<std::wstring> registered = ServerKeys();
+        EXPECT_PRED2(Contains, registered, classKey + L" [] = Kestrune Watcher Control");
+        EXPECT_PRED2(Contains, registered, classKey + L"\\LocalServer32 [] = \"" + kWatcherExe + L"\"");
+        EXPECT_PRED2(Contains, registered,
+                     interfaceKey + L"\\ProxyStubClsid32 [] = {00020424-0000-0000-C000-000000000046}");
+        base::unique_bstr typeLibPath;
+        EXPECT_EQ(QueryPathOfRegTypeLib(LIBID_KestruneServers, 1, 0, LOCALE_NEUTRAL, typeLibPath.put()), S_OK);
+        EXPECT_EQ(std::wstring(typeLibPath ? typeLibPath.get() : L""), kWatcherExe);
+    }
+    ASSERT_EQ(RunWatcherWith(L"/UnregServer"), 0u);
+    EXPECT_EQ(ServerKeys(), unregistered);
+    EXPECT_EQ(RunWatcherWith(L"/UnregServer"), 0u) << "unregistering twice is harmless";
+}
+
+} // namespace
+} // namespace krn::test
