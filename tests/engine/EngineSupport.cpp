@@ -1,0 +1,121 @@
+#include "EngineSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+namespace krn::test {
+
+std::wstring Verbatim(const std::wstring& path)
+{
+    return path.starts_with(L"\\\\") ? path : L"\\\\?\\" + path;
+}
+
+void MakeFolder(const std::wstring& path)
+{
+    if (!CreateDirectoryW(Verbatim(path).c_str(), nullptr) && GetLastError() != ERROR_ALREADY_EXISTS)
+        ADD_FAILURE() << "cannot make the folder, error " << GetLastError();
+}
+
+void MakeFile(const std::wstring& path, uint64_t size)
+{
+    const HANDLE file = CreateFileW(Verbatim(path).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
+    ASSERT_NE(file, INVALID_HANDLE_VALUE) << "cannot make the file, error " << GetLastError();
+    LARGE_INTEGER end;
+    end.QuadPart = static_cast<LONGLONG>(size);
+    EXPECT_TRUE(SetFilePointerEx(file, end, nullptr, FILE_BEGIN));
+    EXPECT_TRUE(SetEndOfFile(file));
+    CloseHandle(file);
+}
+
+void AppendToFile(const std::wstring& path, uint64_t bytes)
+{
+    const HANDLE file = CreateFileW(Verbatim(path).c_str(), FILE_APPEND_DATA, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+    ASSERT_NE(file, INVALID_HANDLE_VALUE) << "cannot open the file, error " << GetLastError();
+    const std::vector<char> data(bytes, 'k');
+    DWORD written = 0;
+    EXPECT_TRUE(WriteFile(file, data.data(), static_cast<DWORD>(data.size()), &written, nullptr));
+    CloseHandle(file);
+}
+
+void RemoveTree(const std::wstring& path)
+{
+    const std::wstring folder = Verbatim(path);
+    WIN32_FIND_DATAW entry;
+    const HANDLE find = FindFirstFileW((folder + L"\\*").c_str(), &entry);
+    if (find != INVALID_HANDLE_VALUE) {
+        do {
+            const std::wstring name = entry.cFileName;
+            if (name == L"." || name == L"..")
+                continue;
+            const std::wstring child = folder + L"\\" + name;
+            if ((entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) && !(entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT))
+                RemoveTree(child);
+            else if (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)
+                RemoveDirectoryW(child.c_str());
+            else
+                DeleteFileW(child.c_str());
+        } while (FindNextFileW(find, &entry));
+        FindClose(find);
+    }
+    RemoveDirectoryW(folder.c_str());
+}
+
+ScratchTree::ScratchTree()
+{
+    wchar_t temp[MAX_PATH] = {};
+    GetTempPathW(MAX_PATH, temp);
+    static LONG counter = 0;
+    path_ = std::wstring(temp) + L"krn-engine-" + std::to_wstring(GetCurrentProcessId()) + L"-" +
+            std::to_wstring(InterlockedIncrement(&counter));
+    RemoveTree(path_);
+    MakeFolder(path_);
+}
+
+ScratchTree::~ScratchTree()
+{
+    RemoveTree(path_);
+}
+
+bool WaitUntil(const std::function<bool()>& done, DWORD timeoutMs)
+{
+    const ULONGLONG deadline = GetTickCount64() + timeoutMs;
+    for (;;) {
+        if (done())
+            return true;
+        if (GetTickCount64() >= deadline)
+            return false;
+        Sleep(10);
+    }
+}
+
+engine::Totals Ask(engine::FolderSizes& sizes, const std::wstring& folder)
+{
+    engine::Totals totals{7, 7};
+    EXPECT_EQ(sizes.GetTotals(folder, totals), 0u) << "asking for the folder failed";
+    return totals;
+}
+
+engine::ScanState State(engine::FolderSizes& sizes, const std::wstring& folder)
+{
+    engine::ScanState state = engine::ScanState::Unknown;
+    EXPECT_EQ(sizes.GetScanState(folder, state), 0u);
+    return state;
+}
+
+engine::Totals Complete(engine::FolderSizes& sizes, const std::wstring& folder)
+{
+    Ask(sizes, folder);
+    EXPECT_TRUE(WaitUntil([&] { return State(sizes, folder) == engine::ScanState::Complete; }, 10000))
+        << "the scan never ends";
+    return Ask(sizes, folder);
+}
+
+engine::Totals Follows(engine::FolderSizes& sizes, const std::wstring& folder, const engine::Totals& expected)
+{
+    engine::Totals totals;
+    WaitUntil([&] { return (totals = Ask(sizes, folder)) == expected; });
+    return totals;
+}
+
+} // namespace krn::test

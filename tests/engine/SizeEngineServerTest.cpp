@@ -1,0 +1,196 @@
+// The built "KRN Size Engine.exe" through real COM, as the configuration
+// program meets it: registered in the prefix, started by activation, one
+// object per question, its cache kept between objects.
+#include "EngineSupport.h"
+
+#include "Kestrune.h"
+#include "base/Com.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <thread>
+
+namespace krn::test {
+namespace {
+
+base::com_ptr<ISizeEngine> CreateEngine()
+{
+    base::com_ptr<ISizeEngine> engine;
+    EXPECT_EQ(CoCreateInstance(CLSID_SizeEngine, nullptr, CLSCTX_LOCAL_SERVER, IID_ISizeEngine, engine.put_void()),
+              S_OK);
+    return engine;
+}
+
+// What the main window does for every folder on every refresh.
+HRESULT AskOnce(const std::wstring& folder, UINT64& size)
+{
+    size = 0;
+    base::com_ptr<ISizeEngine> engine = CreateEngine();
+    if (!engine)
+        return E_FAIL;
+    const base::unique_bstr name(folder.c_str());
+    return engine->GetTotalSize(name.get(), &size);
+}
+
+LONG ScanState(ISizeEngine* engine, const std::wstring& folder)
+{
+    LONG state = -1;
+    const base::unique_bstr name(folder.c_str());
+    EXPECT_EQ(engine->GetScanState(name.get(), &state), S_OK);
+    return state;
+}
+
+class SizeEngineServer : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        MakeFolder(tree / L"sub");
+        MakeFolder(tree / L"sub\\deeper");
+        MakeFolder(tree / L"empty");
+        MakeFile(tree / L"one.bin", 100);
+        MakeFile(tree / L"sub\\two.bin", 20);
+        MakeFile(tree / L"sub\\deeper\\three.bin", 3);
+    }
+    // The server outlives the test: it lets the folders go, so that they
+    // can be deleted.
+    void TearDown() override
+    {
+        base::com_ptr<ISizeEngine> engine = CreateEngine();
+        for (const std::wstring& folder : {tree.path(), tree / L"sub", tree / L"empty"}) {
+            const base::unique_bstr name(folder.c_str());
+            if (engine)
+                engine->StopWatching(name.get());
+        }
+    }
+    void WaitForComplete(const std::wstring& folder)
+    {
+        base::com_ptr<ISizeEngine> engine = CreateEngine();
+        ASSERT_TRUE(engine);
+        UINT64 size = 0;
+        AskOnce(folder, size);
+        EXPECT_TRUE(WaitUntil([&] { return ScanState(engine.get(), folder) == KRN_SCAN_COMPLETE; }, 10000));
+    }
+
+    ScratchTree tree;
+};
+
+TEST_F(SizeEngineServer, TotalsAndFileCountsThroughCom)
+{
+    WaitForComplete(tree.path());
+    const std::tuple<std::wstring, UINT64, UINT64> cases[] = {
+        {tree.path(), 123, 3},
+        {tree / L"SUB", 23, 2},
+        {tree / L"empty\\", 0, 0},
+    };
+    base::com_ptr<ISizeEngine> engine = CreateEngine();
+    ASSERT_TRUE(engine);
+    for (const auto& [folder, bytes, files] : cases) {
+        WaitForComplete(folder);
+        const base::unique_bstr name(folder.c_str());
+        UINT64 size = 7, count = 7;
+        EXPECT_EQ(engine->GetTotalSize(name.get(), &size), S_OK) << folder;
+        EXPECT_EQ(size, bytes) << folder;
+        EXPECT_EQ(engine->GetFileCount(name.get(), &count), S_OK) << folder;
+        EXPECT_EQ(count, files) << folder;
+    }
+}
+
+TEST_F(SizeEngineServer, FoldersThatCannotBeCountedFailWithSizeZero)
+{
+    base::com_ptr<ISizeEngine> engine = CreateEngine();
+    ASSERT_TRUE(engine);
+    const base::unique_bstr empty(L"");
+    const base::unique_bstr embeddedNul(L"C:\\x\0y", 6);
+    const std::pair<BSTR, HRESULT> unnamed[] = {
+        {nullptr, E_INVALIDARG}, {empty.get(), E_INVALIDARG}, {embeddedNul.get(), HRESULT_FROM_WIN32(ERROR_INVALID_NAME)}};
+    for (const auto& [name, expected] : unnamed) {
+        UINT64 size = 12345;
+        EXPECT_EQ(engine->GetTotalSize(name, &size), expected) << SysStringLen(name);
+        EXPECT_EQ(size, 0u) << SysStringLen(name);
+    }
+    const std::pair<std::wstring, HRESULT> named[] = {
+        {tree / L"missing", HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND)},
+        {tree / L"one.bin", HRESULT_FROM_WIN32(ERROR_DIRECTORY)},
+        {L"relative", HRESULT_FROM_WIN32(ERROR_INVALID_NAME)},
+        {L"COM1", HRESULT_FROM_WIN32(ERROR_INVALID_NAME)},
+        {L"C:\\" + std::wstring(40000, L'x'), HRESULT_FROM_WIN32(ERROR_FILENAME_EXCED_RANGE)},
+    };
+    for (const auto& [folder, expected] : named) {
+        const std::wstring shown = folder.substr(0, 60);
+        const base::unique_bstr name(folder.c_str());
+        UINT64 size = 12345, count = 12345;
+        LONG state = 12345;
+        EXPECT_EQ(engine->GetTotalSize(name.get(), &size), expected) << shown;
+        EXPECT_EQ(size, 0u) << shown;
+        EXPECT_EQ(engine->GetFileCount(name.get(), &count), expected) << shown;
+        EXPECT_EQ(count, 0u) << shown;
+        EXPECT_EQ(engine->ScanNow(name.get()), expected) << shown;
+        engine->GetScanState(name.get(), &state);
+        EXPECT_EQ(state, KRN_SCAN_UNKNOWN) << shown;
+    }
+}
+
+TEST_F(SizeEngineServer, TheCacheOutlivesEachObjectAndFollowsChanges)
+{
+    WaitForComplete(tree.path());
+    UINT64 size = 0;
+    EXPECT_EQ(AskOnce(tree.path(), size), S_OK);
+    EXPECT_EQ(size, 123u);
+    base::com_ptr<ISizeEngine> fresh = CreateEngine();
+    ASSERT_TRUE(fresh);
+    EXPECT_EQ(ScanState(fresh.get(), tree.path()), KRN_SCAN_COMPLETE) << "a new object knows the folder";
+    fresh.reset();
+
+    MakeFile(tree / L"sub\\deeper\\four.bin", 4000);
+    WaitUntil([&] { return AskOnce(tree.path(), size) == S_OK && size == 4123; });
+    EXPECT_EQ(size, 4123u) << "a file added";
+    DeleteFileW((tree / L"one.bin").c_str());
+    WaitUntil([&] { return AskOnce(tree.path(), size) == S_OK && size == 4023; });
+    EXPECT_EQ(size, 4023u) << "a file deleted";
+}
+
+TEST_F(SizeEngineServer, TwoClientsAtOnceGetTheSameAnswers)
+{
+    const std::array<std::wstring, 3> folders{tree.path(), tree / L"sub", tree / L"empty"};
+    for (const std::wstring& folder : folders)
+        WaitForComplete(folder);
+    // Each client in an apartment of its own, with its own objects, asking at
+    // the same time.
+    std::array<std::array<UINT64, 3>, 2> answers{};
+    std::array<int, 2> failures{};
+    const auto client = [&](int who) {
+        base::ComInit apartment(COINIT_APARTMENTTHREADED);
+        for (int round = 0; round < 30; ++round)
+            for (size_t i = 0; i < folders.size(); ++i)
+                if (AskOnce(folders[i], answers[who][i]) != S_OK)
+                    ++failures[who];
+    };
+    std::thread first(client, 0), second(client, 1);
+    first.join();
+    second.join();
+    const std::array<UINT64, 3> expected{123, 23, 0};
+    for (int who = 0; who < 2; ++who) {
+        EXPECT_EQ(failures[who], 0) << "client " << who;
+        for (size_t i = 0; i < folders.size(); ++i)
+            EXPECT_EQ(answers[who][i], expected[i]) << "client " << who << ", folder " << i;
+    }
+}
+
+TEST_F(SizeEngineServer, ScanNowStatesAndStopWatching)
+{
+    base::com_ptr<ISizeEngine> engine = CreateEngine();
+    ASSERT_TRUE(engine);
+    const base::unique_bstr name(tree.path().c_str());
+    EXPECT_EQ(ScanState(engine.get(), tree.path()), KRN_SCAN_UNKNOWN);
+    EXPECT_EQ(engine->ScanNow(name.get()), S_OK);
+    EXPECT_NE(ScanState(engine.get(), tree.path()), KRN_SCAN_UNKNOWN);
+    EXPECT_TRUE(WaitUntil([&] { return ScanState(engine.get(), tree.path()) == KRN_SCAN_COMPLETE; }, 10000));
+    EXPECT_EQ(engine->StopWatching(name.get()), S_OK);
+    EXPECT_EQ(ScanState(engine.get(), tree.path()), KRN_SCAN_UNKNOWN);
+    EXPECT_EQ(engine->StopWatching(name.get()), S_FALSE);
+    EXPECT_EQ(engine->StopWatching(nullptr), E_INVALIDARG);
+}
+
+} // namespace
+} // namespace krn::test
