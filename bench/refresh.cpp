@@ -81,6 +81,19 @@ void FloorRound(const std::vector<base::unique_bstr>& paths)
     }
 }
 
+// The engine keeps each watched folder open; under Wine a folder removed
+// while open stays until it is closed, and the scratch profile's removal
+// would wait for it forever.
+void ReleaseFolders(const std::vector<base::unique_bstr>& paths)
+{
+    base::com_ptr<ISizeEngine> engine;
+    if (FAILED(CoCreateInstance(CLSID_SizeEngine, nullptr, CLSCTX_LOCAL_SERVER, IID_ISizeEngine, engine.put_void())))
+        return;
+    for (const auto& path : paths)
+        engine->StopWatching(path.get());
+    Sleep(500);  // the watches close on the engine's own thread
+}
+
 double Median(std::vector<double> values)
 {
     std::sort(values.begin(), values.end());
@@ -136,6 +149,7 @@ int wmain(int argc, wchar_t** argv)
                      Median(floor), Median(refresh) / Median(floor));
         std::wprintf(L"per folder: refresh %.2f ms, floor %.2f ms\n", Median(refresh) / folders,
                      Median(floor) / folders);
+        ReleaseFolders(bstrs);
     }
     krn::Module().RemoveMessageLoop();
     RunServer(nullExe, L"/UnregServer");
