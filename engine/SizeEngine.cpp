@@ -98,6 +98,7 @@ int RunSizeEngine()
     server::ClassObjectRegistration registration(CLSID_SizeEngine, &factory);
     if (FAILED(registration.status()))
         return registration.status();
+    module.QuitOnEndRequest(CLSID_SizeEngine);
     return module.Run();
 }
 

@@ -1,5 +1,7 @@
 #include "server/Registration.h"
 
+#include "server/ServerModule.h"
+
 #include <oleauto.h>
 
 #include "base/Com.h"
@@ -145,6 +147,7 @@ HRESULT RegisterServer(const ServerClass& serverClass)
 
 HRESULT UnregisterServer(const ServerClass& serverClass)
 {
+    RequestEnd(serverClass.clsid);
     const LSTATUS status = RegDeleteTreeW(HKEY_LOCAL_MACHINE, ClassKey(serverClass.clsid).c_str());
     if (status != ERROR_SUCCESS && status != ERROR_FILE_NOT_FOUND)
         return HRESULT_FROM_WIN32(status);

@@ -25,7 +25,8 @@ std::wstring ModulePath();
 // Interface\{iid} with the universal marshaler. Writing again is harmless.
 HRESULT RegisterServer(const ServerClass& serverClass);
 
-// Removes what RegisterServer wrote. The type library is shared by every
+// Ends a running copy of the server (RequestEnd), then removes what
+// RegisterServer wrote. The type library is shared by every
 // server of the product: while another of its classes is still registered it
 // stays, registered again from that server's file.
 HRESULT UnregisterServer(const ServerClass& serverClass);

@@ -1,12 +1,21 @@
 #include "server/ServerModule.h"
 
 #include "app/MessageLoop.h"
+#include "server/Registration.h"
 
 namespace server {
 namespace {
 
 // A thread timer's callback gets no context; the module of its thread is it.
 thread_local ServerModule* threadModule = nullptr;
+
+constexpr ULONGLONG kEndWaitMs = 10000;
+
+// Local: a request comes from the same session, like the activations.
+std::wstring EndRequestName(const CLSID& clsid)
+{
+    return L"Local\\Kestrune End " + GuidText(clsid);
+}
 
 } // namespace
 
@@ -17,6 +26,9 @@ ServerModule::ServerModule(DWORD lingerMs) noexcept : linger_(lingerMs), thread_
 
 ServerModule::~ServerModule()
 {
+    // Waits for a callback under way: it uses this module.
+    if (endWait_)
+        UnregisterWaitEx(endWait_, INVALID_HANDLE_VALUE);
     DisarmLinger();
     threadModule = nullptr;
 }
@@ -36,6 +48,18 @@ void ServerModule::Unlock() noexcept
 void ServerModule::Quit(int exitCode) noexcept
 {
     PostThreadMessageW(thread_, WM_QUIT, static_cast<WPARAM>(exitCode), 0);
+}
+
+bool ServerModule::QuitOnEndRequest(const CLSID& clsid) noexcept
+{
+    endRequest_.reset(CreateEventW(nullptr, TRUE, FALSE, EndRequestName(clsid).c_str()));
+    return endRequest_ && RegisterWaitForSingleObject(&endWait_, endRequest_.get(), &ServerModule::OnEndRequest, this,
+                                                      INFINITE, WT_EXECUTEONLYONCE);
+}
+
+void CALLBACK ServerModule::OnEndRequest(void* module, BOOLEAN) noexcept
+{
+    static_cast<ServerModule*>(module)->Quit(0);
 }
 
 int ServerModule::Run()
@@ -88,6 +112,21 @@ ClassObjectRegistration::~ClassObjectRegistration()
 {
     if (SUCCEEDED(status_))
         CoRevokeClassObject(cookie_);
+}
+
+void RequestEnd(const CLSID& clsid)
+{
+    const std::wstring name = EndRequestName(clsid);
+    {
+        const base::unique_kernel_handle request(OpenEventW(EVENT_MODIFY_STATE, FALSE, name.c_str()));
+        if (!request)
+            return;  // no copy is running
+        SetEvent(request.get());
+    }
+    // The request is gone with the copy's own handle to it, as the copy ends.
+    for (const ULONGLONG deadline = GetTickCount64() + kEndWaitMs; GetTickCount64() < deadline; Sleep(50))
+        if (!base::unique_kernel_handle(OpenEventW(SYNCHRONIZE, FALSE, name.c_str())))
+            return;
 }
 
 } // namespace server

@@ -2,8 +2,12 @@
 // long it lingers after the last one went, and the thread's message loop.
 #pragma once
 
+#include "base/Handles.h"
+
 #include <windows.h>
 #include <objbase.h>
+
+#include <string>
 
 namespace server {
 
@@ -30,6 +34,10 @@ public:
     // reply out first.
     void Quit(int exitCode = 0) noexcept;
 
+    // Also ends Run when another process asks the copy serving `clsid` to
+    // end (RequestEnd). False when the request cannot be listened for.
+    bool QuitOnEndRequest(const CLSID& clsid) noexcept;
+
     // Pumps messages until Quit or until the linger after the last Unlock
     // expires; a server nobody ever uses ends after one linger too.
     int Run();
@@ -38,12 +46,21 @@ private:
     void ArmLinger() noexcept;
     void DisarmLinger() noexcept;
     static void CALLBACK OnLingerElapsed(HWND, UINT, UINT_PTR timer, DWORD) noexcept;
+    static void CALLBACK OnEndRequest(void* module, BOOLEAN) noexcept;
 
     const DWORD linger_;
     const DWORD thread_;
     LONG locks_ = 0;
     UINT_PTR lingerTimer_ = 0;
+    base::unique_kernel_handle endRequest_;
+    HANDLE endWait_ = nullptr;
 };
+
+// Asks the running copy of the server of `clsid`, if any, to end, and waits a
+// few seconds for it to let go of the request. Unregistering a server does
+// this: an uninstall must be able to remove the exe, and a server lingering
+// for minutes would hold it and keep serving a class that is gone.
+void RequestEnd(const CLSID& clsid);
 
 // Keeps one class object registered for activation by other processes
 // (CLSCTX_LOCAL_SERVER, REGCLS_MULTIPLEUSE: one process serves every client)

@@ -55,6 +55,7 @@ int RunWatcher(HINSTANCE instance)
     server::ClassObjectRegistration registration(CLSID_WatcherControl, &factory);
     if (FAILED(registration.status()))
         return registration.status();
+    module.QuitOnEndRequest(CLSID_WatcherControl);
     return module.Run();
 }
 
