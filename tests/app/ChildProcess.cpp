@@ -16,11 +16,19 @@ std::wstring WindowsPath(const char* buildPath)
 
 ChildProcess::ChildProcess(const std::wstring& program, const std::wstring& tail)
 {
-    std::wstring commandLine = L"\"" + program + L"\"" + (tail.empty() ? L"" : L" " + tail);
+    Start(program.c_str(), L"\"" + program + L"\"" + (tail.empty() ? L"" : L" " + tail));
+}
+
+ChildProcess::ChildProcess(const std::wstring& commandLine)
+{
+    Start(nullptr, commandLine);
+}
+
+void ChildProcess::Start(const wchar_t* program, std::wstring commandLine)
+{
     STARTUPINFOW startup{sizeof startup};
     PROCESS_INFORMATION info{};
-    if (!CreateProcessW(program.c_str(), commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
-                        &info))
+    if (!CreateProcessW(program, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &info))
         return;
     CloseHandle(info.hThread);
     process_ = info.hProcess;

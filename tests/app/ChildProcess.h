@@ -15,6 +15,9 @@ class ChildProcess {
 public:
     // Starts `program` with `tail` after its quoted name, as the system passes it.
     ChildProcess(const std::wstring& program, const std::wstring& tail);
+    // Starts a whole command line the way the shell and the Run key do: the
+    // system finds the program in it, an unquoted path with blanks included.
+    explicit ChildProcess(const std::wstring& commandLine);
     ~ChildProcess();  // ends the program if it is still running
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
@@ -27,6 +30,8 @@ public:
     HWND FindWindow(const wchar_t* cls, const wchar_t* caption, DWORD timeoutMs) const;
 
 private:
+    void Start(const wchar_t* program, std::wstring commandLine);
+
     HANDLE process_ = nullptr;
     DWORD id_ = 0;
 };

@@ -1,0 +1,337 @@
+// The MSI as a user gets it: installed with `msiexec /i <msi> /qn` into a
+// fresh Wine prefix of its own (the fixture `installer`, see CMakeLists.txt),
+// then the installed files are used the way the shell and the system use
+// them, and finally the product is removed with `msiexec /x`. These tests run
+// in that prefix only, never in the build's.
+#include "ChildProcess.h"
+#include "Kestrune.h"
+#include "base/Com.h"
+#include "base/Handles.h"
+#include "idl/PresenceMutex.h"
+#include "server/ServerModule.h"
+#include "support/Gui.h"
+#include "support/Scratch.h"
+
+#include <gtest/gtest.h>
+
+#include <shlobj.h>
+#include <tlhelp32.h>
+
+#include <filesystem>
+#include <string>
+
+namespace {
+
+using namespace krn::test;
+
+constexpr wchar_t kVerbKey[] = L"Software\\Classes\\Directory\\shell\\KestruneMonitor";
+constexpr wchar_t kRunKey[] = L"Software\\Microsoft\\Windows\\CurrentVersion\\Run";
+constexpr wchar_t kLibId[] = L"{E6724B65-708E-40BB-AD31-A290CF219CF1}";
+constexpr wchar_t kUniversalMarshaler[] = L"{00020424-0000-0000-C000-000000000046}";
+constexpr wchar_t kEngineClass[] = L"{D6636C89-54F2-4CDB-9167-FF4B71150B25}";
+constexpr wchar_t kWatcherClass[] = L"{5465E9F0-DE3C-489D-A6B8-0A05EA3E56AB}";
+constexpr wchar_t kEngineInterface[] = L"{EF840B08-4F29-4DAA-9E3A-DB7D04083FCD}";
+constexpr wchar_t kWatcherInterface[] = L"{5C7477B8-DF30-490E-B249-D1FB1B0F69B8}";
+constexpr DWORD kTimeout = 20000;
+
+std::wstring KnownFolder(int csidl)
+{
+    wchar_t path[MAX_PATH] = {};
+    SHGetFolderPathW(nullptr, csidl, nullptr, 0, path);
+    return path;
+}
+
+std::wstring InstallDir() { return KnownFolder(CSIDL_PROGRAM_FILES) + L"\\Norlath\\Kestrune"; }
+std::wstring Installed(const wchar_t* file) { return InstallDir() + L"\\" + file; }
+// The installer puts the shortcut in ProgramMenuFolder. Windows resolves it
+// to all users' programs for a per-machine install; Wine 8's msi always to the
+// installing user's. Either one will do.
+std::wstring ShortcutIn(int csidl) { return KnownFolder(csidl) + L"\\Kestrune Properties.lnk"; }
+const int kProgramsFolders[] = {CSIDL_COMMON_PROGRAMS, CSIDL_PROGRAMS};
+std::wstring ClassKey(const wchar_t* clsid) { return std::wstring(L"Software\\Classes\\CLSID\\") + clsid; }
+std::wstring InterfaceKey(const wchar_t* iid) { return std::wstring(L"Software\\Classes\\Interface\\") + iid; }
+std::wstring TypeLibKey() { return std::wstring(L"Software\\Classes\\TypeLib\\") + kLibId; }
+
+// A string value of the 64-bit view; "<absent>" when there is none.
+std::wstring ReadString(HKEY root, const std::wstring& key, const wchar_t* name = nullptr)
+{
+    wchar_t text[1024] = {};
+    DWORD size = sizeof text;
+    if (RegGetValueW(root, key.c_str(), name, RRF_RT_REG_SZ, nullptr, text, &size) !=
+        ERROR_SUCCESS)
+        return L"<absent>";
+    return text;
+}
+
+bool KeyExists(const std::wstring& key)
+{
+    base::unique_hkey opened;
+    return RegOpenKeyExW(HKEY_LOCAL_MACHINE, key.c_str(), 0, KEY_READ | KEY_WOW64_64KEY, opened.put()) ==
+           ERROR_SUCCESS;
+}
+
+bool Exists(const std::wstring& path) { return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES; }
+
+bool WatcherRunning()
+{
+    return static_cast<bool>(base::unique_kernel_handle(OpenMutexW(SYNCHRONIZE, FALSE, krn::kWatcherMutexName)));
+}
+
+// The image of the running process named `exe`; empty when none runs.
+std::wstring RunningImage(const wchar_t* exe)
+{
+    base::unique_kernel_handle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
+    PROCESSENTRY32W entry{sizeof entry};
+    for (BOOL more = Process32FirstW(snapshot.get(), &entry); more; more = Process32NextW(snapshot.get(), &entry)) {
+        if (_wcsicmp(entry.szExeFile, exe) != 0)
+            continue;
+        base::unique_kernel_handle process(OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, entry.th32ProcessID));
+        wchar_t image[MAX_PATH] = {};
+        DWORD size = MAX_PATH;
+        if (process && QueryFullProcessImageNameW(process.get(), 0, image, &size))
+            return image;
+    }
+    return {};
+}
+
+// Every registry row the installer writes, as (key, value name, data): the
+// servers' own /RegServer writes the same, with the installed paths.
+struct RegistryRow {
+    std::wstring key;
+    const wchar_t* name;
+    std::wstring data;
+};
+
+std::vector<RegistryRow> InstalledRows()
+{
+    const std::wstring engine = Installed(L"KRN Size Engine.exe");
+    const std::wstring watcher = Installed(L"KRN Watcher.exe");
+    std::vector<RegistryRow> rows = {
+        {ClassKey(kEngineClass), nullptr, L"Kestrune Size Engine"},
+        {ClassKey(kEngineClass) + L"\\LocalServer32", nullptr, L"\"" + engine + L"\""},
+        {ClassKey(kWatcherClass), nullptr, L"Kestrune Watcher Control"},
+        {ClassKey(kWatcherClass) + L"\\LocalServer32", nullptr, L"\"" + watcher + L"\""},
+        {TypeLibKey() + L"\\1.0", nullptr, L"KestruneServers"},
+        {TypeLibKey() + L"\\1.0\\0\\win64", nullptr, watcher},
+        {TypeLibKey() + L"\\1.0\\FLAGS", nullptr, L"0"},
+        {kVerbKey, nullptr, L"Monitor folder size..."},
+        {std::wstring(kVerbKey) + L"\\command", nullptr, L"\"" + Installed(L"KRN Properties.exe") + L"\" %1"},
+    };
+    for (const auto& [iid, name] : {std::pair{kEngineInterface, L"ISizeEngine"}, {kWatcherInterface, L"IWatcherControl"}}) {
+        rows.push_back({InterfaceKey(iid), nullptr, name});
+        rows.push_back({InterfaceKey(iid) + L"\\ProxyStubClsid32", nullptr, kUniversalMarshaler});
+        rows.push_back({InterfaceKey(iid) + L"\\TypeLib", nullptr, kLibId});
+        rows.push_back({InterfaceKey(iid) + L"\\TypeLib", L"Version", L"1.0"});
+    }
+    return rows;
+}
+
+const wchar_t* const kInstalledFiles[] = {L"KRN Properties.exe", L"KRN Watcher.exe", L"KRN Size Engine.exe",
+                                          L"BrimwellPro.chm"};
+
+// The keys the installer owns as a whole: nothing of them may stay behind.
+std::vector<std::wstring> OwnKeys()
+{
+    return {ClassKey(kEngineClass), ClassKey(kWatcherClass), TypeLibKey(), InterfaceKey(kEngineInterface),
+            InterfaceKey(kWatcherInterface), kVerbKey};
+}
+
+// What the user made while the product was installed; uninstalling keeps it.
+std::wstring UserConfig() { return KnownFolder(CSIDL_APPDATA) + L"\\Norlath\\Kestrune\\config.xml"; }
+std::wstring UserLog() { return KnownFolder(CSIDL_PERSONAL) + L"\\NorlathKestrune.log"; }
+
+// ---------------------------------------------------------------------------
+// Installed: what msiexec /i left, and the product working from there.
+
+TEST(Installed, FilesAreInTheProgramFolder)
+{
+    for (const wchar_t* file : kInstalledFiles)
+        EXPECT_TRUE(Exists(Installed(file))) << Installed(file);
+}
+
+TEST(Installed, RegistryRowsNameTheInstalledFiles)
+{
+    for (const RegistryRow& row : InstalledRows())
+        EXPECT_EQ(ReadString(HKEY_LOCAL_MACHINE, row.key, row.name), row.data)
+            << row.key << L" " << (row.name ? row.name : L"(default)");
+}
+
+// The installed shortcut: whichever programs folder holds it.
+std::wstring Shortcut()
+{
+    for (const int csidl : kProgramsFolders)
+        if (Exists(ShortcutIn(csidl)))
+            return ShortcutIn(csidl);
+    return L"<no shortcut>";
+}
+
+TEST(Installed, StartMenuShortcutStartsTheProgram)
+{
+    ASSERT_TRUE(Exists(Shortcut())) << ShortcutIn(CSIDL_COMMON_PROGRAMS) << L" or " << ShortcutIn(CSIDL_PROGRAMS);
+    base::com_ptr<IShellLinkW> link;
+    ASSERT_EQ(CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IShellLinkW, link.put_void()),
+              S_OK);
+    base::com_ptr<IPersistFile> file;
+    ASSERT_EQ(link->QueryInterface(IID_IPersistFile, file.put_void()), S_OK);
+    ASSERT_EQ(file->Load(Shortcut().c_str(), STGM_READ), S_OK);
+    wchar_t target[MAX_PATH] = {};
+    EXPECT_EQ(link->GetPath(target, MAX_PATH, nullptr, 0), S_OK);
+    EXPECT_EQ(std::wstring(target), Installed(L"KRN Properties.exe"));
+}
+
+// Explorer replaces %1 with the folder's path as it stands, blanks and all;
+// the program takes the rest of its command line as the folder.
+TEST(Installed, FolderVerbOpensOnlyTheFolderDialog)
+{
+    TempFolder temp;
+    const std::wstring folder = temp / L"Folder With Spaces";
+    std::filesystem::create_directories(folder);
+    std::wstring command = ReadString(HKEY_LOCAL_MACHINE, std::wstring(kVerbKey) + L"\\command");
+    const size_t placeholder = command.find(L"%1");
+    ASSERT_NE(placeholder, std::wstring::npos) << command;
+    command.replace(placeholder, 2, folder);
+
+    ChildProcess program(command);
+    ASSERT_TRUE(program.started()) << command;
+    const HWND dialog = program.FindWindow(L"#32770", L"Folder properties", kTimeout);
+    ASSERT_TRUE(dialog) << "no folder dialog for " << command;
+    wchar_t shown[MAX_PATH] = {};
+    SendDlgItemMessageW(dialog, 1006, WM_GETTEXT, MAX_PATH, reinterpret_cast<LPARAM>(shown));
+    EXPECT_EQ(std::wstring(shown), folder);
+    EXPECT_FALSE(program.FindWindow(nullptr, L"Kestrune™ Properties x64", 0)) << "the main window showed";
+    PostMessageW(dialog, WM_COMMAND, IDCANCEL, 0);
+    EXPECT_EQ(program.Wait(kTimeout), 0u);
+}
+
+// "Start with Windows" in the installed program's Properties dialog, then the
+// Run value started the way the system starts it at log-on: as a command line,
+// unquoted path and all.
+class InstalledWatcher : public ::testing::Test {
+protected:
+    void TearDown() override
+    {
+        RegDeleteKeyValueW(HKEY_CURRENT_USER, kRunKey, L"Kestrune");
+        EndWatcher();
+        server::RequestEnd(CLSID_SizeEngine);
+    }
+
+    static void CheckStartWithWindows()
+    {
+        ChildProcess program(Installed(L"KRN Properties.exe"), L"");
+        const HWND main = program.FindWindow(nullptr, L"Kestrune™ Properties x64", kTimeout);
+        ASSERT_TRUE(main) << "the installed program showed no main window";
+        PostMessageW(main, WM_COMMAND, 32775, 0);  // File, Properties ...
+        const HWND properties = program.FindWindow(L"#32770", L"Properties", kTimeout);
+        ASSERT_TRUE(properties) << "no Properties dialog";
+        SendDlgItemMessageW(properties, 1004, BM_SETCHECK, BST_CHECKED, 0);
+        PostMessageW(properties, WM_COMMAND, IDOK, 0);
+        PumpUntil([&] { return !IsWindow(properties); }, kTimeout);
+        PostMessageW(main, WM_COMMAND, IDCANCEL, 0);
+        EXPECT_EQ(program.Wait(kTimeout), 2u);
+    }
+
+    static void EndWatcher()
+    {
+        if (!WatcherRunning())
+            return;
+        base::com_ptr<IWatcherControl> control;
+        if (SUCCEEDED(CoCreateInstance(CLSID_WatcherControl, nullptr, CLSCTX_LOCAL_SERVER, IID_IWatcherControl,
+                                       control.put_void())))
+            control->Disable();
+        PumpUntil([] { return !WatcherRunning(); }, kTimeout);
+    }
+};
+
+TEST_F(InstalledWatcher, RunValueStartsTheInstalledWatcher)
+{
+    ASSERT_FALSE(WatcherRunning());
+    ASSERT_NO_FATAL_FAILURE(CheckStartWithWindows());
+    const std::wstring run = ReadString(HKEY_CURRENT_USER, kRunKey, L"Kestrune");
+    ASSERT_EQ(run, Installed(L"KRN Watcher.exe"));
+
+    ChildProcess watcher(run);
+    ASSERT_TRUE(watcher.started()) << run;
+    EXPECT_TRUE(PumpUntil(WatcherRunning, kTimeout)) << "no presence mutex";
+    EXPECT_EQ(RunningImage(L"KRN Watcher.exe"), Installed(L"KRN Watcher.exe"));
+
+    // The mutex comes before the class object: until the watcher serves it,
+    // an activation starts a second copy, which ends at once (E_NOINTERFACE).
+    base::com_ptr<IWatcherControl> control;
+    HRESULT created = E_NOINTERFACE;
+    PumpUntil(
+        [&] {
+            created = CoCreateInstance(CLSID_WatcherControl, nullptr, CLSCTX_LOCAL_SERVER, IID_IWatcherControl,
+                                       control.put_void());
+            return created != E_NOINTERFACE;
+        },
+        kTimeout);
+    ASSERT_EQ(created, S_OK);
+    EXPECT_EQ(control->Disable(), S_OK);
+    EXPECT_EQ(watcher.Wait(kTimeout), 0u);
+    EXPECT_FALSE(WatcherRunning());
+}
+
+// Activation through the installed rows starts each server from the program
+// folder, and calls reach it through the installed type library.
+TEST_F(InstalledWatcher, ActivationStartsBothServersFromTheProgramFolder)
+{
+    ASSERT_FALSE(WatcherRunning());
+    base::com_ptr<IWatcherControl> control;
+    ASSERT_EQ(CoCreateInstance(CLSID_WatcherControl, nullptr, CLSCTX_LOCAL_SERVER, IID_IWatcherControl,
+                               control.put_void()),
+              S_OK);
+    EXPECT_TRUE(WatcherRunning());
+    EXPECT_EQ(RunningImage(L"KRN Watcher.exe"), Installed(L"KRN Watcher.exe"));
+    long state = -1;
+    EXPECT_EQ(control->GetState(&state), S_OK);
+
+    TempFolder temp;
+    WriteFileBytes(temp / L"file.bin", std::string(1000, 'x'));
+    base::com_ptr<ISizeEngine> engine;
+    ASSERT_EQ(CoCreateInstance(CLSID_SizeEngine, nullptr, CLSCTX_LOCAL_SERVER, IID_ISizeEngine, engine.put_void()),
+              S_OK);
+    EXPECT_EQ(RunningImage(L"KRN Size Engine.exe"), Installed(L"KRN Size Engine.exe"));
+    const base::unique_bstr folder(temp.path().c_str());
+    unsigned __int64 size = 0;
+    engine->GetTotalSize(folder.get(), &size);  // asks for the folder: its first scan starts
+    long scan = KRN_SCAN_UNKNOWN;
+    PumpUntil([&] { return SUCCEEDED(engine->GetScanState(folder.get(), &scan)) && scan == KRN_SCAN_COMPLETE; },
+              kTimeout);
+    EXPECT_EQ(engine->GetTotalSize(folder.get(), &size), S_OK);
+    EXPECT_EQ(size, 1000u);
+}
+
+// The lead adds here "a crossing acted on" once the watcher acts on size
+// crossings: a folder of config.xml grown past its maximum while the
+// installed watcher runs, and the action seen (the log line written).
+TEST_F(InstalledWatcher, DISABLED_CrossingIsActedOn) {}
+
+// ---------------------------------------------------------------------------
+// Uninstall: msiexec /x removes everything of the product and nothing of the
+// user's.
+
+TEST(Uninstall, RemovesTheProductAndKeepsTheUsersFiles)
+{
+    std::filesystem::create_directories(std::filesystem::path(UserConfig()).parent_path());
+    WriteFileBytes(UserConfig(), "<?xml version=\"1.0\"?><Configuration/>");
+    WriteFileBytes(UserLog(), "a line of the user's log\r\n");
+
+    const std::wstring msi = WindowsPath(KRN_MSI);
+    ChildProcess msiexec(KnownFolder(CSIDL_SYSTEM) + L"\\msiexec.exe", L"/x \"" + msi + L"\" /qn");
+    ASSERT_TRUE(msiexec.started());
+    ASSERT_EQ(msiexec.Wait(120000), 0u);
+
+    for (const wchar_t* file : kInstalledFiles)
+        EXPECT_FALSE(Exists(Installed(file))) << Installed(file);
+    EXPECT_FALSE(Exists(InstallDir())) << InstallDir();
+    const std::wstring maker = KnownFolder(CSIDL_PROGRAM_FILES) + L"\\Norlath";
+    EXPECT_FALSE(Exists(maker)) << maker << L" was made by the installer alone";
+    for (const int csidl : kProgramsFolders)
+        EXPECT_FALSE(Exists(ShortcutIn(csidl))) << ShortcutIn(csidl);
+    for (const std::wstring& key : OwnKeys())
+        EXPECT_FALSE(KeyExists(key)) << key;
+    EXPECT_TRUE(Exists(UserConfig())) << UserConfig();
+    EXPECT_TRUE(Exists(UserLog())) << UserLog();
+}
+
+} // namespace
