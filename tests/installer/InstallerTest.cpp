@@ -113,7 +113,8 @@ std::vector<RegistryRow> InstalledRows()
         {ClassKey(kWatcherClass) + L"\\LocalServer32", nullptr, L"\"" + watcher + L"\""},
         {TypeLibKey() + L"\\1.0", nullptr, L"KestruneServers"},
         {TypeLibKey() + L"\\1.0\\0\\win64", nullptr, watcher},
-        {TypeLibKey() + L"\\1.0\\FLAGS", nullptr, L"0"},
+        {TypeLibKey() + L"\\1.0\\FLAGS", nullptr, L"8"},
+        {TypeLibKey() + L"\\1.0\\HELPDIR", nullptr, InstallDir() + L"\\"},
         {kVerbKey, nullptr, L"Monitor folder size..."},
         {std::wstring(kVerbKey) + L"\\command", nullptr, L"\"" + Installed(L"KRN Properties.exe") + L"\" %1"},
     };
