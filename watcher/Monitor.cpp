@@ -126,7 +126,13 @@ void Monitor::Apply(WatchPlan plan)
     const bool silentStart = !started_ && plan.disableAlertOnStartup;
     started_ = true;
     alerts_.SetLogFile(plan.logFile);
+    // The folders of the plan before, and those an earlier plan dropped: a
+    // configuration that did not load (read while it was being written)
+    // gives an empty plan, and the next good one finds its folders here.
     std::vector<Folder> before = std::move(folders_);
+    for (Folder& folder : dormant_)
+        before.push_back(std::move(folder));
+    dormant_.clear();
     std::vector<bool> taken(before.size(), false);
     folders_.clear();
     folders_.reserve(plan.folders.size());
@@ -154,8 +160,12 @@ void Monitor::Apply(WatchPlan plan)
         }
         folders_.push_back(std::move(folder));
     }
-    for (Folder& gone : before)
-        Unwatch(gone);
+    for (size_t i = 0; i < before.size(); ++i)
+        if (!taken[i]) {
+            Unwatch(before[i]);
+            before[i].measureAt = before[i].confirmAt = before[i].reopenAt = 0;
+            dormant_.push_back(std::move(before[i]));
+        }
     for (Folder& folder : folders_)
         if (!folder.watchId && !folder.reopenAt)
             TryWatch(folder, now);
@@ -245,7 +255,13 @@ void Monitor::Measure(Folder& folder, ULONGLONG now)
         folder.reopenAt = now + timings_.retryMs;
         return;
     }
-    const bool complete = state == KRN_SCAN_COMPLETE;
+    bool complete = state == KRN_SCAN_COMPLETE;
+    // A small folder's first scan is often over by now; asking once more
+    // spares a retry, and with more folders than the engine keeps, a retry
+    // could find the folder dropped and make the engine start over.
+    if (!complete && SUCCEEDED(engine_->GetScanState(path.get(), &state)) && state == KRN_SCAN_COMPLETE &&
+        SUCCEEDED(engine_->GetTotalSize(path.get(), &size)))
+        complete = true;
     if (!complete)
         folder.measureAt = now + timings_.partialRetryMs;
     Judge(folder, {size, complete});

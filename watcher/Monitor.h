@@ -87,6 +87,7 @@ private:
 
     // The monitoring thread's own.
     std::vector<Folder> folders_;
+    std::vector<Folder> dormant_;  // dropped by the last plan, unwatched, states kept
     base::com_ptr<ISizeEngine> engine_;
     Alerts alerts_;
     bool started_ = false;

@@ -87,6 +87,39 @@ TEST(MessageBoxes, OnePerKeyAndACap)
         10000));
 }
 
+// A log that cannot be written is told once, in a box, and the crossings go
+// on being handled.
+TEST(Alerts, LogFailureToldOnce)
+{
+    TempFolder folder;
+    const std::wstring log = folder / L"missing\\a.log";
+    Alerts alerts;
+    alerts.SetLogFile(log);
+    FolderPlan plan;
+    plan.path = folder.path();
+    plan.actions.push_back({ActionStep::Kind::AddToLog, L"", L""});
+    for (int crossing = 0; crossing < 3; ++crossing)
+        alerts.Fire(plan, LimitSide::Maximum, {1024, L""}, 2048);
+    EXPECT_EQ(alerts.boxes().OpenCount(), 1u);
+    HWND box = nullptr;
+    ASSERT_TRUE(PumpUntil(
+        [&] {
+            const std::vector<HWND> boxes = BoxesOfThisProcess();
+            box = boxes.empty() ? nullptr : boxes.front();
+            return box != nullptr;
+        },
+        5000));
+    const MessageBoxInfo info = ReadMessageBox(box);
+    EXPECT_EQ(info.caption, kAlertCaption);
+    EXPECT_EQ(info.text.rfind(L"The log file could not be written:\n" + log + L"\n", 0), 0u) << info.text;
+    DialogDriver::Click(box, IDOK);
+    EXPECT_TRUE(PumpUntil([&] { return alerts.boxes().OpenCount() == 0; }));
+
+    std::filesystem::create_directories(folder / L"missing");
+    alerts.Fire(plan, LimitSide::Maximum, {1024, L""}, 2048);
+    EXPECT_EQ(ReadFileBytes(log).substr(0, 3), "\xEF\xBB\xBF") << "written once the folder exists";
+}
+
 TEST(StartProgram, MissingProgramFailsAtOnce)
 {
     TempFolder folder;
