@@ -99,6 +99,8 @@ void Monitor::Run()
         for (const Notice& notice : notices)
             OnNotice(notice, now);
         for (Folder& folder : folders_) {
+            if (stopping_)
+                break;  // Disable ends the watcher without waiting for a round of questions
             now = GetTickCount64();
             if (folder.reopenAt && now >= folder.reopenAt)
                 TryWatch(folder, now);

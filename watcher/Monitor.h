@@ -10,6 +10,7 @@
 
 #include <windows.h>
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -82,7 +83,7 @@ private:
     std::mutex mutex_;
     std::optional<WatchPlan> pendingPlan_;
     std::vector<Notice> notices_;
-    bool stopping_ = false;
+    std::atomic<bool> stopping_{false};  // also read without the mutex, between two folders
     base::unique_kernel_handle wake_;
 
     // The monitoring thread's own.
