@@ -194,6 +194,8 @@ TEST_F(WatcherAlertTest, MaximumFiresOnceAndAgainAfterComingBack)
     WriteBytes(file, 2048);
     ExpectAlert(1, text, "Maximum exceeded\tSize 2.00 KB\tLimit 1.00 KB");
 
+    // Apply saves the same limits again: the folder is still known to be over.
+    EXPECT_EQ(control_->ReloadConfiguration(), S_OK);
     WriteBytes(folder_ + L"\\more.bin", 1024);
     ExpectQuiet(1);
 
