@@ -3,6 +3,7 @@
 #include "base/Com.h"
 #include "base/Handles.h"
 #include "server/ServerModule.h"
+#include "watcher/Monitor.h"
 
 namespace krn {
 
@@ -46,6 +47,12 @@ int RunWatcher(HINSTANCE instance)
     if (FAILED(com.status()))
         return com.status();
     WatcherState state(instance);
+    // The monitor works from a copy of what was read: a reload never
+    // changes what its thread is looking at.
+    Monitor monitor;
+    state.SetReloadListener([&monitor](const WatcherState& read) {
+        monitor.Configure({MakeFolderPlans(read.folders()), read.logFile(), read.disableAlertOnStartup()});
+    });
     state.Reload();
 
     // Served also when started by hand, so that an activation while it runs

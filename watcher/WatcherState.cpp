@@ -58,7 +58,10 @@ WatcherState::WatcherState(HINSTANCE module)
 DWORD WatcherState::Reload()
 {
     ReloadSettings();
-    return ReloadFolders();
+    const DWORD status = ReloadFolders();
+    if (listener_)
+        listener_(*this);
+    return status;
 }
 
 DWORD WatcherState::ReloadFolders()

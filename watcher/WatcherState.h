@@ -5,6 +5,7 @@
 
 #include <windows.h>
 
+#include <functional>
 #include <string>
 
 #include "config/Configuration.h"
@@ -24,6 +25,10 @@ public:
     // step (1006 when the file did not load).
     DWORD Reload();
 
+    // Told after every Reload, on the thread that reloaded, with this state
+    // as the reload left it (no folders when the file did not load).
+    void SetReloadListener(std::function<void(const WatcherState&)> listener) { listener_ = std::move(listener); }
+
     bool IsWatching() const { return !configuration_.folders.empty(); }
     const FolderEntries& folders() const { return configuration_.folders; }
     const ActionKindRegistry& kinds() const { return configuration_.kinds; }
@@ -38,6 +43,7 @@ private:
     Configuration configuration_;
     bool disableAlertOnStartup_ = false;
     std::wstring logFile_;
+    std::function<void(const WatcherState&)> listener_;
 };
 
 } // namespace krn

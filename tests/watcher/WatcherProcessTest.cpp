@@ -11,6 +11,7 @@
 #include <optional>
 
 #include "Configs.h"
+#include "WatcherFixture.h"
 #include "app/ChildProcess.h"
 #include "server/Registration.h"
 #include "support/Scratch.h"
@@ -18,93 +19,6 @@
 
 namespace krn::test {
 namespace {
-
-const std::wstring kWatcherExe = WindowsPath(KRN_WATCHER_EXE);
-
-bool MutexExists()
-{
-    return static_cast<bool>(base::unique_kernel_handle(OpenMutexW(SYNCHRONIZE, FALSE, kWatcherMutexName)));
-}
-
-bool WaitForMutex(bool present, DWORD timeoutMs)
-{
-    for (const DWORD start = GetTickCount(); MutexExists() != present; Sleep(5))
-        if (GetTickCount() - start > timeoutMs)
-            return false;
-    return true;
-}
-
-std::vector<DWORD> WatcherProcesses()
-{
-    std::vector<DWORD> ids;
-    base::unique_kernel_handle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
-    PROCESSENTRY32W entry{sizeof entry};
-    for (BOOL more = Process32FirstW(snapshot.get(), &entry); more; more = Process32NextW(snapshot.get(), &entry))
-        if (_wcsicmp(entry.szExeFile, L"KRN Watcher.exe") == 0)
-            ids.push_back(entry.th32ProcessID);
-    return ids;
-}
-
-HRESULT Create(base::com_ptr<IWatcherControl>& control)
-{
-    return CoCreateInstance(CLSID_WatcherControl, nullptr, CLSCTX_LOCAL_SERVER, IID_IWatcherControl,
-                            control.put_void());
-}
-
-LONG State(IWatcherControl* control)
-{
-    LONG state = -1;
-    EXPECT_EQ(control->GetState(&state), S_OK);
-    return state;
-}
-
-// A watcher outlives a test that failed: every test starts and ends with none.
-void StopWatcher()
-{
-    base::com_ptr<IWatcherControl> control;
-    if (MutexExists() && SUCCEEDED(Create(control)))
-        control->Disable();
-    EXPECT_TRUE(WaitForMutex(false, 5000)) << "the watcher did not end";
-}
-
-DWORD RunWatcherWith(const wchar_t* arguments)
-{
-    ChildProcess watcher(kWatcherExe, arguments);
-    return watcher.Wait(30000);
-}
-
-class WatcherTest : public testing::Test {
-protected:
-    // The watcher reads the prefix's own HKEY_CURRENT_USER: its AppData
-    // folder is pointed at a scratch folder and put back afterwards.
-    void SetUp() override
-    {
-        StopWatcher();
-        hadAppData_ = ReadRegValue(kShellFolders, L"AppData", &appDataType_, &appData_);
-        WriteRegString(kShellFolders, L"AppData", scratch_.path());
-        std::filesystem::create_directories(scratch_ / L"Norlath\\Kestrune");
-    }
-    void TearDown() override
-    {
-        StopWatcher();
-        if (hadAppData_)
-            WriteRegBinary(kShellFolders, L"AppData", appDataType_, appData_.data(), DWORD(appData_.size()));
-    }
-    void WriteConfig(const std::optional<std::string>& content) const
-    {
-        const std::wstring path = scratch_ / L"Norlath\\Kestrune\\config.xml";
-        std::filesystem::remove(path);
-        if (content)
-            WriteFileBytes(path, *content);
-    }
-
-    static constexpr wchar_t kShellFolders[] =
-        L"Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders";
-    TempFolder scratch_;
-    bool hadAppData_ = false;
-    DWORD appDataType_ = 0;
-    std::string appData_;
-};
 
 TEST_F(WatcherTest, ActivationStartsTheWatcherAndDisableEndsIt)
 {

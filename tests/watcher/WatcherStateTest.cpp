@@ -9,6 +9,7 @@
 #include "config/ConfigDocument.h"
 #include "settings/RegistryValues.h"
 #include "support/Scratch.h"
+#include "watcher/WatchPlan.h"
 #include "watcher/WatcherState.h"
 
 namespace krn::test {
@@ -79,6 +80,40 @@ TEST_F(WatcherStateTest, Settings)
         EXPECT_EQ(state.disableAlertOnStartup(), c.disabled);
         EXPECT_EQ(state.logFile(), c.expectedLog);
     }
+}
+
+// What the monitoring works from: hand-edited values made sane, the actions in
+// their order with the Run parameters as typed.
+TEST_F(WatcherStateTest, PlansFromTheFile)
+{
+    std::filesystem::create_directories(scratch.appData() + L"\\Norlath\\Kestrune");
+    WriteFileBytes(
+        scratch.appData() + L"\\Norlath\\Kestrune\\config.xml",
+        R"(<Configuration><Settings><ConfigVersion Version="1.3"/></Settings><Folders>)"
+        R"(<Folder Path="C:\a"><Min Value="1e999" Units="B" Msg="m"/><Max Value="-5" Units="KB" Msg=""/>)"
+        R"(<Actions><MsgBox/><Run Path="&quot;%currentdir%\x.cmd&quot;" Params="1 2"/><AddToLog/></Actions></Folder>)"
+        R"(<Folder Path="C:\b"><Max Value="1.5" Units="MB" Msg="big"/><Actions/></Folder></Folders></Configuration>)");
+    ASSERT_EQ(state.Reload(), 0u);
+    const std::vector<FolderPlan> plans = MakeFolderPlans(state.folders());
+    ASSERT_EQ(plans.size(), 2u);
+    const FolderPlan& a = plans[0];
+    EXPECT_EQ(a.path, L"C:\\a");
+    ASSERT_TRUE(a.max);
+    EXPECT_EQ(a.max->bytes, 0u) << "a negative maximum counts as 0 bytes";
+    ASSERT_TRUE(a.min);
+    EXPECT_EQ(a.min->bytes, ~std::uint64_t{0}) << "an infinite minimum saturates";
+    EXPECT_EQ(a.min->msg, L"m");
+    ASSERT_EQ(a.actions.size(), 3u);
+    EXPECT_EQ(a.actions[0].kind, ActionStep::Kind::ShowMessage);
+    EXPECT_EQ(a.actions[1].kind, ActionStep::Kind::RunApplication);
+    EXPECT_EQ(a.actions[1].path, L"\"%currentdir%\\x.cmd\"");
+    EXPECT_EQ(a.actions[1].params, L"1 2");
+    EXPECT_EQ(a.actions[2].kind, ActionStep::Kind::AddToLog);
+    const FolderPlan& b = plans[1];
+    EXPECT_FALSE(b.min);
+    ASSERT_TRUE(b.max);
+    EXPECT_EQ(b.max->bytes, 1572864u);
+    EXPECT_TRUE(b.actions.empty());
 }
 
 } // namespace

@@ -1,0 +1,133 @@
+// The actions against the real system: the log file on disk, message boxes on
+// the screen, programs started through the shell.
+#include <windows.h>
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "support/Gui.h"
+#include "support/Scratch.h"
+#include "watcher/AlertActions.h"
+
+namespace krn::test {
+namespace {
+
+TEST(AppendLogLine, CreatesWithByteOrderMarkThenAppends)
+{
+    TempFolder folder;
+    const std::wstring log = folder / L"\u65e5\u672c.log";
+    EXPECT_EQ(AppendLogLine(log, L"first \u00e9"), 0u);
+    EXPECT_EQ(AppendLogLine(log, L"second"), 0u);
+    EXPECT_EQ(ReadFileBytes(log), "\xEF\xBB\xBF" "first \xC3\xA9\r\nsecond\r\n");
+}
+
+TEST(AppendLogLine, EmptyFileGetsTheMark)
+{
+    TempFolder folder;
+    const std::wstring log = folder / L"empty.log";
+    WriteFileBytes(log, "");
+    EXPECT_EQ(AppendLogLine(log, L"x"), 0u);
+    EXPECT_EQ(ReadFileBytes(log), "\xEF\xBB\xBFx\r\n");
+}
+
+TEST(AppendLogLine, FolderThatDoesNotExistFails)
+{
+    TempFolder folder;
+    EXPECT_EQ(AppendLogLine(folder / L"missing\\a.log", L"x"), DWORD(ERROR_PATH_NOT_FOUND));
+}
+
+std::vector<HWND> BoxesOfThisProcess()
+{
+    std::vector<HWND> boxes;
+    EnumWindows(
+        [](HWND window, LPARAM found) -> BOOL {
+            DWORD process = 0;
+            GetWindowThreadProcessId(window, &process);
+            if (process == GetCurrentProcessId() && ClassName(window) == L"#32770" && IsWindowVisible(window))
+                reinterpret_cast<std::vector<HWND>*>(found)->push_back(window);
+            return TRUE;
+        },
+        reinterpret_cast<LPARAM>(&boxes));
+    return boxes;
+}
+
+// Boxes open on threads of their own; one per key, and no more than the cap.
+TEST(MessageBoxes, OnePerKeyAndACap)
+{
+    auto boxes = std::make_shared<MessageBoxes>();
+    EXPECT_TRUE(boxes->Show(L"a", L"first"));
+    EXPECT_FALSE(boxes->Show(L"a", L"again")) << "the same key is open";
+    for (size_t i = 1; i < MessageBoxes::kMaxOpen; ++i)
+        EXPECT_TRUE(boxes->Show(L"key " + std::to_wstring(i), L"more"));
+    EXPECT_FALSE(boxes->Show(L"one too many", L"more"));
+    EXPECT_EQ(boxes->OpenCount(), MessageBoxes::kMaxOpen);
+    ASSERT_TRUE(PumpUntil([] { return BoxesOfThisProcess().size() == MessageBoxes::kMaxOpen; }, 10000));
+
+    HWND first = nullptr;
+    for (HWND box : BoxesOfThisProcess())
+        if (ReadMessageBox(box).text == L"first")
+            first = box;
+    ASSERT_TRUE(first);
+    const MessageBoxInfo info = ReadMessageBox(first);
+    EXPECT_EQ(info.caption, kAlertCaption);
+    EXPECT_EQ(info.buttons, std::vector<int>{IDOK});
+    EXPECT_EQ(info.icon, IDI_EXCLAMATION);
+    DialogDriver::Click(first, IDOK);
+    ASSERT_TRUE(PumpUntil([&] { return boxes->OpenCount() == MessageBoxes::kMaxOpen - 1; }));
+    EXPECT_TRUE(boxes->Show(L"a", L"first again")) << "answered: the key is free";
+
+    // The box just opened may not be on the screen yet: answer until none is left.
+    EXPECT_TRUE(PumpUntil(
+        [&] {
+            for (HWND box : BoxesOfThisProcess())
+                DialogDriver::Click(box, IDOK);
+            return boxes->OpenCount() == 0;
+        },
+        10000));
+}
+
+// A log that cannot be written is told once, in a box, and the crossings go
+// on being handled.
+TEST(Alerts, LogFailureToldOnce)
+{
+    TempFolder folder;
+    const std::wstring log = folder / L"missing\\a.log";
+    Alerts alerts;
+    alerts.SetLogFile(log);
+    FolderPlan plan;
+    plan.path = folder.path();
+    plan.actions.push_back({ActionStep::Kind::AddToLog, L"", L""});
+    for (int crossing = 0; crossing < 3; ++crossing)
+        alerts.Fire(plan, LimitSide::Maximum, {1024, L""}, 2048);
+    EXPECT_EQ(alerts.boxes().OpenCount(), 1u);
+    HWND box = nullptr;
+    ASSERT_TRUE(PumpUntil(
+        [&] {
+            const std::vector<HWND> boxes = BoxesOfThisProcess();
+            box = boxes.empty() ? nullptr : boxes.front();
+            return box != nullptr;
+        },
+        5000));
+    const MessageBoxInfo info = ReadMessageBox(box);
+    EXPECT_EQ(info.caption, kAlertCaption);
+    EXPECT_EQ(info.text.rfind(L"The log file could not be written:\n" + log + L"\n", 0), 0u) << info.text;
+    DialogDriver::Click(box, IDOK);
+    EXPECT_TRUE(PumpUntil([&] { return alerts.boxes().OpenCount() == 0; }));
+
+    std::filesystem::create_directories(folder / L"missing");
+    alerts.Fire(plan, LimitSide::Maximum, {1024, L""}, 2048);
+    EXPECT_EQ(ReadFileBytes(log).substr(0, 3), "\xEF\xBB\xBF") << "written once the folder exists";
+}
+
+TEST(StartProgram, MissingProgramFailsAtOnce)
+{
+    TempFolder folder;
+    const DWORD start = GetTickCount();
+    EXPECT_NE(StartProgram({folder / L"no such program.exe", L""}, folder.path()), 0u);
+    EXPECT_NE(StartProgram({L"", L""}, folder.path()), 0u);
+    EXPECT_LT(GetTickCount() - start, 5000u);
+}
+
+} // namespace
+} // namespace krn::test
