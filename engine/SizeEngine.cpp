@@ -99,7 +99,10 @@ int RunSizeEngine()
     if (FAILED(registration.status()))
         return registration.status();
     module.QuitOnEndRequest(CLSID_SizeEngine);
-    return module.Run();
+    const int exitCode = module.Run();
+    registration.Revoke();
+    module.FinishCalls();
+    return exitCode;
 }
 
 } // namespace krn

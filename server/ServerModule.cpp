@@ -10,6 +10,10 @@ namespace {
 thread_local ServerModule* threadModule = nullptr;
 
 constexpr ULONGLONG kEndWaitMs = 10000;
+// FinishCalls: this long without a message means the clients are done; and
+// however busy they are, the server ends after the longer time.
+constexpr DWORD kQuietMs = 250;
+constexpr ULONGLONG kFinishCallsMaxMs = 3000;
 
 // Local: a request comes from the same session, like the activations.
 std::wstring EndRequestName(const CLSID& clsid)
@@ -73,6 +77,19 @@ int ServerModule::Run()
     return exitCode;
 }
 
+void ServerModule::FinishCalls() noexcept
+{
+    for (const ULONGLONG deadline = GetTickCount64() + kFinishCallsMaxMs; GetTickCount64() < deadline;) {
+        if (MsgWaitForMultipleObjectsEx(0, nullptr, kQuietMs, QS_ALLINPUT, MWMO_INPUTAVAILABLE) != WAIT_OBJECT_0)
+            return;
+        MSG message;
+        while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+            TranslateMessage(&message);
+            DispatchMessageW(&message);
+        }
+    }
+}
+
 // A thread timer with a callback, not a posted message: the callback also
 // runs inside modal loops (a message box, COM's own), which drop thread
 // messages.
@@ -110,8 +127,14 @@ ClassObjectRegistration::ClassObjectRegistration(REFCLSID clsid, IUnknown* facto
 
 ClassObjectRegistration::~ClassObjectRegistration()
 {
-    if (SUCCEEDED(status_))
+    Revoke();
+}
+
+void ClassObjectRegistration::Revoke() noexcept
+{
+    if (SUCCEEDED(status_) && !revoked_)
         CoRevokeClassObject(cookie_);
+    revoked_ = true;
 }
 
 void RequestEnd(const CLSID& clsid)

@@ -42,6 +42,13 @@ public:
     // expires; a server nobody ever uses ends after one linger too.
     int Run();
 
+    // After Run, with the class object revoked: answers the calls already on
+    // their way (a client's last Release follows its Disable at once) until
+    // none came for a moment. COM's uninitialisation waits for a call in
+    // progress on an object, and that call waits for this thread's messages:
+    // under Wine a server that went straight on would never end.
+    void FinishCalls() noexcept;
+
 private:
     void ArmLinger() noexcept;
     void DisarmLinger() noexcept;
@@ -73,10 +80,13 @@ public:
     ClassObjectRegistration& operator=(const ClassObjectRegistration&) = delete;
 
     HRESULT status() const noexcept { return status_; }
+    // No further activation reaches this process.
+    void Revoke() noexcept;
 
 private:
     DWORD cookie_ = 0;
     HRESULT status_;
+    bool revoked_ = false;
 };
 
 } // namespace server

@@ -63,7 +63,10 @@ int RunWatcher(HINSTANCE instance)
     if (FAILED(registration.status()))
         return registration.status();
     module.QuitOnEndRequest(CLSID_WatcherControl);
-    return module.Run();
+    const int exitCode = module.Run();
+    registration.Revoke();
+    module.FinishCalls();
+    return exitCode;
 }
 
 } // namespace krn

@@ -302,10 +302,38 @@ TEST_F(InstalledWatcher, ActivationStartsBothServersFromTheProgramFolder)
     EXPECT_EQ(size, 1000u);
 }
 
-// The lead adds here "a crossing acted on" once the watcher acts on size
-// crossings: a folder of config.xml grown past its maximum while the
-// installed watcher runs, and the action seen (the log line written).
-TEST_F(InstalledWatcher, DISABLED_CrossingIsActedOn) {}
+// The installed watcher and engine at work: a folder of config.xml grown past
+// its maximum while the watcher started from the Run value runs; the crossing
+// is written to the default log in the documents folder.
+TEST_F(InstalledWatcher, CrossingIsActedOn)
+{
+    TempFolder temp;
+    const std::wstring folder = temp / L"watched folder";
+    std::filesystem::create_directories(folder);
+    const std::string path(folder.begin(), folder.end());  // the scratch path is ASCII
+    std::filesystem::create_directories(std::filesystem::path(UserConfig()).parent_path());
+    WriteFileBytes(UserConfig(), "<?xml version=\"1.0\" encoding=\"utf-8\"?><Configuration><Settings><ConfigVersion "
+                                 "Version=\"1.3\"/></Settings><Folders><Folder Path=\"" + path +
+                                     "\"><Max Value=\"1\" Units=\"KB\" Msg=\"\"/><Actions><AddToLog/></Actions>"
+                                     "</Folder></Folders></Configuration>");
+    DeleteFileW(UserLog().c_str());
+    ASSERT_NO_FATAL_FAILURE(CheckStartWithWindows());
+    ChildProcess watcher(ReadString(HKEY_CURRENT_USER, kRunKey, L"Kestrune"));
+    ASSERT_TRUE(PumpUntil(WatcherRunning, kTimeout)) << "no presence mutex";
+
+    WriteFileBytes(folder + L"\\grown.bin", std::string(2048, 'x'));
+    const auto logged = [] {
+        const std::string log = Exists(UserLog()) ? ReadFileBytes(UserLog()) : std::string();
+        return log.find("Maximum exceeded") != std::string::npos;
+    };
+    EXPECT_TRUE(PumpUntil(logged, 10000)) << "no log line in " << UserLog();
+    const std::string log = Exists(UserLog()) ? ReadFileBytes(UserLog()) : std::string();
+    EXPECT_NE(log.find(path), std::string::npos) << log;
+    EXPECT_NE(log.find("2.00 KB"), std::string::npos) << log;
+    EndWatcher();  // through Disable: a server ended by force stays registered with COM
+    DeleteFileW(UserConfig().c_str());
+    DeleteFileW(UserLog().c_str());
+}
 
 // ---------------------------------------------------------------------------
 // Uninstall: msiexec /x removes everything of the product and nothing of the
