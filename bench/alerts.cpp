@@ -7,6 +7,8 @@
 // are put back afterwards.
 //   build/wine-run build/bench/bench_alerts.exe [rounds] [idle seconds]
 #define PSAPI_VERSION 2
+#include "BenchSupport.h"
+
 #include <windows.h>
 #include <objbase.h>
 #include <psapi.h>
@@ -31,13 +33,7 @@ constexpr wchar_t kShellFolders[] = L"Software\\Microsoft\\Windows\\CurrentVersi
 constexpr wchar_t kAddToLog[] = L"SOFTWARE\\Norlath\\Kestrune\\Settings\\AddToLog";
 constexpr wchar_t kSettings[] = L"SOFTWARE\\Norlath\\Kestrune\\Settings";
 
-double Now()
-{
-    LARGE_INTEGER t, frequency;
-    QueryPerformanceCounter(&t);
-    QueryPerformanceFrequency(&frequency);
-    return 1000.0 * static_cast<double>(t.QuadPart) / static_cast<double>(frequency.QuadPart);
-}
+using bench::Now;
 
 // A registry value of the prefix's HKEY_CURRENT_USER, put back on scope exit.
 class SavedValue {

@@ -5,6 +5,8 @@
 #include "acl/ListView.h"
 #include "resource.h"
 
+#include "BenchSupport.h"
+
 #include <windows.h>
 #include <commctrl.h>
 
@@ -38,17 +40,7 @@ LRESULT CALLBACK HostProc(HWND window, UINT message, WPARAM wParam, LPARAM lPara
     return DefWindowProcW(window, message, wParam, lParam);
 }
 
-double Now()
-{
-    static LARGE_INTEGER frequency = [] {
-        LARGE_INTEGER f;
-        QueryPerformanceFrequency(&f);
-        return f;
-    }();
-    LARGE_INTEGER t;
-    QueryPerformanceCounter(&t);
-    return static_cast<double>(t.QuadPart) * 1000.0 / static_cast<double>(frequency.QuadPart);
-}
+using bench::Now;
 
 // Milliseconds per run of `work`, the best of `rounds` rounds of `runs` runs.
 double Time(int rounds, int runs, const std::function<void()>& work)

@@ -8,6 +8,8 @@
 // when they are missing.
 #include "engine/FolderSizes.h"
 
+#include "BenchSupport.h"
+
 #include <windows.h>
 #include <psapi.h>
 
@@ -25,13 +27,7 @@ const std::wstring kTree = kBench + L"\\tree";
 const std::wstring kRoots = kBench + L"\\roots";
 constexpr int kTop = 10, kMiddle = 10, kLeaves = 49, kFilesPerFolder = 10;
 
-double Now()
-{
-    LARGE_INTEGER frequency, counter;
-    QueryPerformanceFrequency(&frequency);
-    QueryPerformanceCounter(&counter);
-    return 1000.0 * static_cast<double>(counter.QuadPart) / static_cast<double>(frequency.QuadPart);
-}
+using bench::Now;
 
 void MakeFiles(const std::wstring& folder, int& number)
 {
