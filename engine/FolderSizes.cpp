@@ -36,7 +36,7 @@ struct FolderSizes::Folder {
     std::shared_ptr<TreeScan> scan;
     bool scanCounts = false;  // the answer is the running scan's total so far
     struct Pending {
-        std::vector<Change> changes;
+        std::vector<storage::Change> changes;
         bool rescan = false;
         bool forgetWatchRecords = false;  // with the next full scan
     } pending;
@@ -56,7 +56,7 @@ struct FolderSizes::Folder {
 FolderSizes::FolderSizes(const EngineOptions& options)
     : options_(options),
       pool_(std::max(1u, options.scanThreads)),
-      watcher_(options.watch, [this](uint64_t id, ChangeBatch&& batch) { OnBatch(id, std::move(batch)); })
+      watcher_(options.watch, [this](uint64_t id, storage::ChangeBatch&& batch) { OnBatch(id, std::move(batch)); })
 {
 }
 
@@ -269,7 +269,7 @@ void FolderSizes::Drop(const FolderPtr& folder)
     watcher_.Unwatch(folder->id);
 }
 
-void FolderSizes::OnBatch(uint64_t id, ChangeBatch&& batch)
+void FolderSizes::OnBatch(uint64_t id, storage::ChangeBatch&& batch)
 {
     FolderPtr folder;
     std::wstring closedPath;
@@ -350,7 +350,7 @@ void FolderSizes::Continue(const FolderPtr& folder, DirectoryReader& reader)
             StartFullScan(folder);  // the folder stays busy until it is done
             return;
         }
-        const std::vector<Change> changes = std::exchange(folder->pending.changes, {});
+        const std::vector<storage::Change> changes = std::exchange(folder->pending.changes, {});
         std::unique_ptr<DirNode> tree = std::move(folder->tree);
         const uint64_t generation = folder->generation;
         lock.unlock();

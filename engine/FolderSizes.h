@@ -3,7 +3,7 @@
 // questions are answered from memory.
 #pragma once
 
-#include "engine/ChangeWatcher.h"
+#include "storage/ChangeWatcher.h"
 #include "engine/DirectoryTree.h"
 #include "engine/FolderPath.h"
 #include "engine/ScanPool.h"
@@ -26,7 +26,7 @@ struct EngineOptions {
     // Folders followed at once; the one asked for least recently goes first.
     size_t maxFolders = 256;
     unsigned scanThreads = 2;
-    WatchOptions watch;
+    storage::WatchOptions watch;
 };
 
 class FolderSizes {
@@ -65,7 +65,7 @@ private:
     FolderPtr Find(const std::wstring& path, bool asked);
     DWORD Follow(const std::wstring& path, FolderPtr& folder);
     void Drop(const FolderPtr& folder);
-    void OnBatch(uint64_t id, ChangeBatch&& batch);
+    void OnBatch(uint64_t id, storage::ChangeBatch&& batch);
     // See WatchRecordsGoStale: the folders around one whose watch closed lost
     // the notifications of the folders below it.
     void RepairAround(const std::wstring& closedPath);
@@ -87,7 +87,7 @@ private:
     // Stopped in this order by the destructor: notifications first, then the
     // listings, before the folders go.
     ScanPool pool_;
-    ChangeWatcher watcher_;
+    storage::ChangeWatcher watcher_;
 };
 
 } // namespace engine

@@ -66,7 +66,7 @@ public:
     {
     }
 
-    DWORD Apply(const std::vector<Change>& changes);
+    DWORD Apply(const std::vector<storage::Change>& changes);
 
 private:
     std::pair<DirNode*, size_t> Resolve(const std::vector<std::wstring_view>& parts) const;
@@ -85,10 +85,10 @@ private:
     NameSet wholeRescans_;  // relative names of folders to scan again whole
 };
 
-DWORD Updater::Apply(const std::vector<Change>& changes)
+DWORD Updater::Apply(const std::vector<storage::Change>& changes)
 {
     std::map<std::wstring, Dirty, NoCaseLess> dirty;
-    for (const Change& change : changes) {
+    for (const storage::Change& change : changes) {
         std::wstring_view name = change.name;
         while (!name.empty() && name.back() == L'\\')
             name.remove_suffix(1);
@@ -235,7 +235,7 @@ void Updater::Propagate(DirNode& folder, const Totals& before)
 } // namespace
 
 DWORD ApplyChanges(DirectoryReader& reader, DirNode& root, const std::wstring& rootPath,
-                   const std::vector<Change>& changes, uint32_t batch)
+                   const std::vector<storage::Change>& changes, uint32_t batch)
 {
     return Updater(reader, root, rootPath, batch).Apply(changes);
 }

@@ -3,7 +3,7 @@
 // folders are scanned whole.
 #pragma once
 
-#include "engine/ChangeWatcher.h"
+#include "storage/ChangeWatcher.h"
 #include "engine/DirectoryTree.h"
 
 #include <string>
@@ -14,6 +14,6 @@ namespace engine {
 // `batch` numbers this update: a folder listed once in it is not listed again.
 // Returns 0, or the error that shows the watched folder itself is gone.
 DWORD ApplyChanges(DirectoryReader& reader, DirNode& root, const std::wstring& rootPath,
-                   const std::vector<Change>& changes, uint32_t batch);
+                   const std::vector<storage::Change>& changes, uint32_t batch);
 
 } // namespace engine

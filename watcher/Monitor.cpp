@@ -8,9 +8,9 @@ namespace {
 
 // Each watch buffer is small: the watcher needs to know only that something
 // changed, and an overflow is a change too. 1,000 folders then take 4 MB.
-engine::WatchOptions WatcherWatchOptions()
+storage::WatchOptions WatcherWatchOptions()
 {
-    engine::WatchOptions options;
+    storage::WatchOptions options;
     options.settleMs = 100;
     options.bufferBytes = 4096;
     options.maxChanges = 16;
@@ -48,7 +48,7 @@ Monitor::Monitor(const MonitorTimings& timings)
     : timings_(timings),
       wake_(CreateEventW(nullptr, FALSE, FALSE, nullptr)),
       changes_(WatcherWatchOptions(),
-               [this](std::uint64_t id, engine::ChangeBatch&& batch) {
+               [this](std::uint64_t id, storage::ChangeBatch&& batch) {
                    {
                        std::lock_guard<std::mutex> lock(mutex_);
                        notices_.push_back({id, batch.failed, batch.closed});

@@ -21,7 +21,7 @@
 #include "Kestrune.h"
 #include "base/Com.h"
 #include "base/Handles.h"
-#include "engine/ChangeWatcher.h"
+#include "storage/ChangeWatcher.h"
 #include "watcher/AlertActions.h"
 #include "watcher/WatchPlan.h"
 
@@ -94,7 +94,7 @@ private:
     bool started_ = false;
     std::uint64_t nextWatchId_ = 1;
 
-    engine::ChangeWatcher changes_;  // after what its sink touches
+    storage::ChangeWatcher changes_;  // after what its sink touches
     std::thread thread_;
 };
 

@@ -17,7 +17,7 @@
 #include <unordered_map>
 #include <vector>
 
-namespace engine {
+namespace storage {
 
 struct Change {
     DWORD action = 0;   // FILE_ACTION_*
@@ -94,4 +94,4 @@ private:
     std::thread thread_;
 };
 
-} // namespace engine
+} // namespace storage

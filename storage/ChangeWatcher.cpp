@@ -1,9 +1,9 @@
-#include "engine/ChangeWatcher.h"
+#include "storage/ChangeWatcher.h"
 
 #include <algorithm>
 #include <utility>
 
-namespace engine {
+namespace storage {
 
 namespace {
 
@@ -255,4 +255,4 @@ DWORD ChangeWatcher::WaitTime(bool stopping) const
     return static_cast<DWORD>(wait);
 }
 
-} // namespace engine
+} // namespace storage
