@@ -82,7 +82,7 @@ HRESULT RunAction::EditParams(HWND owner, bool isNew, ActionSlot& slot)
     auto* block = static_cast<RunParams*>(slot.params);
     if (!block)
         return E_POINTER;
-    RunDialog dialog;
+    RunDialog dialog(module_);
     dialog.SetParams(block);
     // Anything but OK counts as a cancel, a dialog that could not be created too.
     if (dialog.Run(owner) == ERROR_SUCCESS)

@@ -25,12 +25,19 @@ protected:
 
 class RunAction final : public RunActionBase {
 public:
+    // `module` holds the Run dialog's template, its cursor, and is the
+    // instance its icons are extracted for.
+    explicit RunAction(HINSTANCE module) : module_(module) {}
+
     HRESULT SaveParams(const void* params, IXMLDOMDocument* document, IXMLDOMElement* actions,
                        IXMLDOMElement* element) override;
     HRESULT Reserved1() override { return E_NOTIMPL; }
     HRESULT Reserved2() override { return E_NOTIMPL; }
     HRESULT EditParams(HWND owner, bool isNew, ActionSlot& slot) override;
     HRESULT FillParamsCell(acl::ListView_Cell* cell, const void* params) override;
+
+private:
+    HINSTANCE module_;
 };
 
 } // namespace krn
