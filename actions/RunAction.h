@@ -12,6 +12,11 @@ struct RunParams {
     OptionalText params;
 };
 
+inline const RunParams* AsRunParams(const void* params)
+{
+    return static_cast<const RunParams*>(params);
+}
+
 class RunActionBase : public Action {
 public:
     HRESULT CloneParams(void** copy, const void* source) override;

@@ -34,7 +34,7 @@ HRESULT WatcherControl::ReloadConfiguration() noexcept
     return S_OK;
 }
 
-int RunWatcher(HINSTANCE instance)
+int RunWatcher()
 {
     // One copy at a time, whether started by hand, from the Run key or by
     // COM: the mutex is held for the whole run and tells the configuration
@@ -46,7 +46,7 @@ int RunWatcher(HINSTANCE instance)
     base::ComInit com(COINIT_APARTMENTTHREADED);
     if (FAILED(com.status()))
         return com.status();
-    WatcherState state(instance);
+    WatcherState state;
     // The monitor works from a copy of what was read: a reload never
     // changes what its thread is looking at.
     Monitor monitor;

@@ -32,6 +32,6 @@ inline constexpr int kWatcherAlreadyRunning = 1;
 // The watcher's run: claims the presence mutex (another copy running: ends at
 // once with kWatcherAlreadyRunning), reads its configuration, serves
 // WatcherControl, and ends when Disable is called.
-int RunWatcher(HINSTANCE instance);
+int RunWatcher();
 
 } // namespace krn

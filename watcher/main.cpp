@@ -6,7 +6,7 @@
 #include "server/ServerCommandLine.h"
 #include "watcher/WatcherControl.h"
 
-int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR commandTail, int)
+int WINAPI wWinMain(HINSTANCE, HINSTANCE, PWSTR commandTail, int)
 {
     const server::ServerClass watcherClass{CLSID_WatcherControl, L"Kestrune Watcher Control"};
     switch (server::ParseServerCommandLine(commandTail).command) {
@@ -17,5 +17,5 @@ int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR commandTail, int)
     case server::ServerCommand::Run:
         break;
     }
-    return krn::RunWatcher(instance);
+    return krn::RunWatcher();
 }
