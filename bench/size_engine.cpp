@@ -100,15 +100,18 @@ void BareWalk(const std::wstring& folder, WalkTotals& totals)
 
 engine::Totals PoolScan(unsigned threads, bool forgetWatchRecords)
 {
-    engine::ScanPool pool(threads);
+    storage::WorkerPool pool({threads, threads});
     engine::Totals totals;
     const HANDLE done = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-    auto scan = engine::TreeScan::Start(pool, L"\\\\?\\" + kTree, forgetWatchRecords,
-                                        [&](engine::TreeScan& finished, engine::DirectoryReader&) {
+    DWORD error = 0;
+    auto scan = engine::TreeScan::Start(pool, 1, L"\\\\?\\" + kTree, forgetWatchRecords,
+                                        [&](engine::TreeScan& finished) {
                                             totals = finished.TakeTree()->tree;
                                             SetEvent(done);
-                                        });
-    WaitForSingleObject(done, INFINITE);
+                                        },
+                                        error);
+    if (scan)
+        WaitForSingleObject(done, INFINITE);
     CloseHandle(done);
     return totals;
 }

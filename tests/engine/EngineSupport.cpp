@@ -89,6 +89,13 @@ bool WaitUntil(const std::function<bool()>& done, DWORD timeoutMs)
     }
 }
 
+engine::EngineOptions PatientOptions()
+{
+    engine::EngineOptions options;
+    options.answerWaitMs = 30000;
+    return options;
+}
+
 engine::Totals Ask(engine::FolderSizes& sizes, const std::wstring& folder)
 {
     engine::Totals totals{7, 7};

@@ -43,6 +43,11 @@ private:
 // returns its last answer.
 bool WaitUntil(const std::function<bool()>& done, DWORD timeoutMs = 2000);
 
+// Options whose questions wait for the checks they start (opening the folder,
+// its identity) however long those take, so that each answer reflects the
+// folder as it is on disk; the engine's own wait is a few milliseconds.
+engine::EngineOptions PatientOptions();
+
 // GetTotals, expected to succeed.
 engine::Totals Ask(engine::FolderSizes& sizes, const std::wstring& folder);
 engine::ScanState State(engine::FolderSizes& sizes, const std::wstring& folder);

@@ -45,7 +45,7 @@ protected:
     Totals Follows(const std::wstring& folder, const Totals& expected) { return test::Follows(sizes, folder, expected); }
 
     ScratchTree tree;
-    FolderSizes sizes;
+    FolderSizes sizes{PatientOptions()};
 };
 
 TEST_F(FolderSizesTest, CountsEveryFileBelowTheFolderOnce)
@@ -149,7 +149,7 @@ TEST_F(FolderSizesTest, TheTotalFollowsFilesAndFoldersWithinTwoSeconds)
 
 TEST_F(FolderSizesTest, LostNotificationsMeanAFreshScan)
 {
-    engine::EngineOptions options;
+    engine::EngineOptions options = PatientOptions();
     options.watch.bufferBytes = 256;  // a few notifications at most
     FolderSizes small(options);
     MakeTree(tree.path());
@@ -238,23 +238,88 @@ TEST_F(FolderSizesTest, AFolderDeletedWhileItIsScannedIsLetGo)
         << "the engine still holds the folder";
 }
 
-TEST_F(FolderSizesTest, TheFolderAskedForLeastRecentlyIsDroppedFirst)
+TEST_F(FolderSizesTest, AFolderLetGoForMemoryAnswersItsLastTotalUntilItIsExactAgain)
 {
-    engine::EngineOptions options;
-    options.maxFolders = 3;
-    FolderSizes capped(options);
-    const wchar_t* const names[] = {L"a", L"b", L"c", L"d"};
-    for (const wchar_t* name : names)
-        MakeFolder(tree / name);
-    Totals totals;
-    for (const wchar_t* name : {L"a", L"b", L"c", L"a", L"d"})
-        EXPECT_EQ(capped.GetTotals(tree / name, totals), 0u) << name;
-    EXPECT_EQ(capped.WatchedCount(), 3u);
-    const std::pair<const wchar_t*, bool> followed[] = {{L"a", true}, {L"b", false}, {L"c", true}, {L"d", true}};
-    for (const auto& [name, expected] : followed) {
-        ScanState state = ScanState::Unknown;
-        EXPECT_EQ(capped.GetScanState(tree / name, state), 0u);
-        EXPECT_EQ(state != ScanState::Unknown, expected) << name;
+    engine::EngineOptions options = PatientOptions();
+    options.memoryBudget = 1;  // only the folder counted last stays followed
+    FolderSizes tight(options);
+    MakeTree(tree.path());
+    MakeFolder(tree / L"other");
+    MakeFile(tree / L"other\\o.bin", 5);
+    const std::wstring first = tree / L"a";
+    EXPECT_EQ(test::Complete(tight, first), (Totals{1 + 4096 + 5'000'000'123, 3}));
+    EXPECT_EQ(test::Complete(tight, tree / L"other"), (Totals{5, 1}));
+    EXPECT_EQ(test::State(tight, first), ScanState::Stale) << "let go for the other folder";
+    EXPECT_EQ(tight.WatchedCount(), 1u);
+
+    MakeFile(first + L"\\grown.bin", 100);  // while nothing follows it
+    struct Seen {
+        Totals totals;
+        ScanState state;
+    };
+    std::vector<Seen> seen;
+    EXPECT_TRUE(WaitUntil([&] {
+        Seen answer{};
+        EXPECT_EQ(tight.GetTotals(first, answer.totals, answer.state), 0u);
+        seen.push_back(answer);
+        return answer.state == ScanState::Complete;
+    }, 10000));
+    for (const Seen& answer : seen) {
+        const Totals expected = answer.state == ScanState::Complete ? Totals{1 + 4096 + 5'000'000'123 + 100, 4}
+                                                                      : Totals{1 + 4096 + 5'000'000'123, 3};
+        EXPECT_TRUE(answer.state == ScanState::Stale || answer.state == ScanState::Complete)
+            << "state " << static_cast<long>(answer.state);
+        EXPECT_EQ(answer.totals.bytes, expected.bytes) << "state " << static_cast<long>(answer.state);
+        EXPECT_EQ(answer.totals.files, expected.files) << "state " << static_cast<long>(answer.state);
+    }
+}
+
+TEST_F(FolderSizesTest, FoldersMadeAndDeletedOverAndOverLeaveNothingBehind)
+{
+    engine::EngineOptions options = PatientOptions();
+    options.memoryBudget = 1;          // only the folder counted last stays followed
+    options.recordBudget = 16 * 1024;  // a few dozen records
+    FolderSizes churn(options);
+    DWORD handlesBefore = 0;
+    for (int round = 0; round < 60; ++round) {
+        const std::wstring folder = tree / (L"round " + std::to_wstring(round));
+        MakeFolder(folder);
+        MakeFile(folder + L"\\f.bin", 10);
+        EXPECT_EQ(test::Complete(churn, folder).bytes, 10u) << round;
+        RemoveTree(folder);
+        if (round == 10)
+            GetProcessHandleCount(GetCurrentProcess(), &handlesBefore);
+    }
+    engine::Usage usage;
+    EXPECT_TRUE(WaitUntil([&] {
+        usage = churn.usage();
+        return usage.closing == 0 && usage.watches <= 1;
+    })) << usage.closing << " watches closing, " << usage.watches << " with the watcher";
+    EXPECT_LE(usage.followed, 1u);
+    EXPECT_LE(usage.recordBytes, options.recordBudget);
+    EXPECT_LT(usage.records, 60u);
+    DWORD handlesAfter = 0;
+    GetProcessHandleCount(GetCurrentProcess(), &handlesAfter);
+    EXPECT_LE(handlesAfter, handlesBefore + 8) << "threads of the pools at most";
+}
+
+TEST_F(FolderSizesTest, AThreadThatCannotBeHadFailsTheQuestionInsteadOfHangingIt)
+{
+    MakeTree(tree.path());
+    struct Case {
+        const char* what;
+        unsigned openThreads;
+        unsigned scanThreads;
+    };
+    for (const Case& c : {Case{"no thread opens", 0, 2}, Case{"no thread lists", 2, 0}}) {
+        engine::EngineOptions options = PatientOptions();
+        options.opens.maxThreads = c.openThreads;
+        options.scans.maxThreads = c.scanThreads;
+        FolderSizes starved(options);
+        Totals totals;
+        EXPECT_TRUE(WaitUntil([&] { return starved.GetTotals(tree.path(), totals) == ERROR_MAX_THRDS_REACHED; }))
+            << c.what;
+        EXPECT_EQ(totals.bytes, 0u) << c.what;
     }
 }
 
