@@ -1,15 +1,19 @@
 // The built "KRN Size Engine.exe" through real COM, as the configuration
 // program meets it: registered in the prefix, started by activation, one
-// object per question, its cache kept between objects.
+// object per question, its cache kept between objects; at the scale of a
+// user's list, and with a folder on storage that takes seconds to answer.
 #include "EngineSupport.h"
 
+#include "../app/ChildProcess.h"
 #include "Kestrune.h"
 #include "base/Com.h"
+#include "support/SlowStorage.h"
 
 #include <gtest/gtest.h>
 
 #include <array>
 #include <thread>
+#include <vector>
 
 namespace krn::test {
 namespace {
@@ -31,6 +35,23 @@ HRESULT AskOnce(const std::wstring& folder, UINT64& size)
         return E_FAIL;
     const base::unique_bstr name(folder.c_str());
     return engine->GetTotalSize(name.get(), &size);
+}
+
+struct TotalAndState {
+    HRESULT result;
+    UINT64 size;
+    LONG state;
+};
+
+TotalAndState AskBoth(ISizeEngine* engine, const std::wstring& folder)
+{
+    base::com_ptr<ISizeEngine2> engine2;
+    TotalAndState answer{E_NOINTERFACE, 7, 7};
+    EXPECT_EQ(engine->QueryInterface(IID_ISizeEngine2, engine2.put_void()), S_OK);
+    const base::unique_bstr name(folder.c_str());
+    if (engine2)
+        answer.result = engine2->GetTotalAndState(name.get(), &answer.size, &answer.state);
+    return answer;
 }
 
 LONG ScanState(ISizeEngine* engine, const std::wstring& folder)
@@ -93,6 +114,10 @@ TEST_F(SizeEngineServer, TotalsAndFileCountsThroughCom)
         EXPECT_EQ(size, bytes) << folder;
         EXPECT_EQ(engine->GetFileCount(name.get(), &count), S_OK) << folder;
         EXPECT_EQ(count, files) << folder;
+        const TotalAndState both = AskBoth(engine.get(), folder);
+        EXPECT_EQ(both.result, S_OK) << folder;
+        EXPECT_EQ(both.size, bytes) << folder;
+        EXPECT_EQ(both.state, KRN_SCAN_COMPLETE) << folder;
     }
 }
 
@@ -121,7 +146,8 @@ TEST_F(SizeEngineServer, FoldersThatCannotBeCountedFailWithSizeZero)
         const base::unique_bstr name(folder.c_str());
         UINT64 size = 12345, count = 12345;
         LONG state = 12345;
-        EXPECT_EQ(engine->GetTotalSize(name.get(), &size), expected) << shown;
+        // A folder being opened answers S_OK with 0; what the open found follows.
+        EXPECT_TRUE(WaitUntil([&] { return engine->GetTotalSize(name.get(), &size) == expected; })) << shown;
         EXPECT_EQ(size, 0u) << shown;
         EXPECT_EQ(engine->GetFileCount(name.get(), &count), expected) << shown;
         EXPECT_EQ(count, 0u) << shown;
@@ -190,6 +216,87 @@ TEST_F(SizeEngineServer, ScanNowStatesAndStopWatching)
     EXPECT_EQ(ScanState(engine.get(), tree.path()), KRN_SCAN_UNKNOWN);
     EXPECT_EQ(engine->StopWatching(name.get()), S_FALSE);
     EXPECT_EQ(engine->StopWatching(nullptr), E_INVALIDARG);
+}
+
+// The main window's refresh at a user's scale: every folder asked once per
+// sweep through an object of its own. Every total settles on its exact value.
+TEST_F(SizeEngineServer, SixHundredFoldersSweptOneObjectEachAllSettleExact)
+{
+    constexpr int kFolders = 600;
+    std::vector<std::wstring> folders;
+    for (int i = 0; i < kFolders; ++i) {
+        folders.push_back(tree / (L"f" + std::to_wstring(i)));
+        MakeFolder(folders.back());
+        MakeFile(folders.back() + L"\\data.bin", 1000 + i);
+    }
+    int sweeps = 0;
+    int wrong = kFolders;
+    const bool settled = WaitUntil(
+        [&] {
+            ++sweeps;
+            wrong = 0;
+            for (int i = 0; i < kFolders; ++i) {
+                UINT64 size = 0;
+                if (AskOnce(folders[i], size) != S_OK || size != static_cast<UINT64>(1000 + i))
+                    ++wrong;
+            }
+            return wrong == 0;
+        },
+        240000);
+    EXPECT_TRUE(settled) << wrong << " folders not exact after " << sweeps << " sweeps";
+    base::com_ptr<ISizeEngine> engine = CreateEngine();
+    ASSERT_TRUE(engine);
+    for (const std::wstring& folder : folders) {
+        const base::unique_bstr name(folder.c_str());
+        engine->StopWatching(name.get());
+    }
+}
+
+// A folder whose storage takes seconds per operation holds only itself: its
+// own question, another client's question for another folder, and the end of
+// the server all go on meanwhile.
+TEST_F(SizeEngineServer, AFolderOnSlowStorageHoldsOnlyItself)
+{
+    SlowStorage storage;
+    KRN_REQUIRE_SLOW_STORAGE(storage);
+    base::com_ptr<ISizeEngine> engine = CreateEngine();
+    ASSERT_TRUE(engine);
+    ULONGLONG start = GetTickCount64();
+    const TotalAndState slow = AskBoth(engine.get(), storage.slow());
+    EXPECT_LT(GetTickCount64() - start, 1000u) << "the slow folder's own question, in ms";
+    EXPECT_EQ(slow.result, S_OK);
+    EXPECT_EQ(slow.size, 0u);
+    EXPECT_EQ(slow.state, KRN_SCAN_UNKNOWN) << "still being opened";
+
+    // Another client, in an apartment of its own, counts another folder.
+    ULONGLONG longest = 0;
+    TotalAndState other{};
+    std::thread client([&] {
+        base::ComInit apartment(COINIT_APARTMENTTHREADED);
+        WaitUntil([&] {
+            const ULONGLONG asked = GetTickCount64();
+            base::com_ptr<ISizeEngine> own = CreateEngine();
+            other = own ? AskBoth(own.get(), tree.path()) : TotalAndState{E_FAIL, 0, 0};
+            longest = std::max(longest, GetTickCount64() - asked);
+            return other.state == KRN_SCAN_COMPLETE;
+        }, 5000);
+    });
+    client.join();
+    EXPECT_EQ(other.size, 123u);
+    EXPECT_EQ(other.state, KRN_SCAN_COMPLETE);
+    EXPECT_LT(longest, 1000u) << "the other client's slowest question (create, call, release), in ms";
+    start = GetTickCount64();
+    EXPECT_EQ(AskBoth(engine.get(), storage.slow()).state, KRN_SCAN_UNKNOWN);
+    EXPECT_LT(GetTickCount64() - start, 1000u) << "the slow folder asked again, in ms";
+    engine.reset();
+
+    // A thread of the engine is stuck opening the slow folder.
+    const std::wstring exe = WindowsPath(KRN_SIZE_ENGINE_EXE);
+    start = GetTickCount64();
+    {
+        ServerUnregistered unregistered(exe);
+        EXPECT_LT(GetTickCount64() - start, 5000u) << "/UnregServer and the end of the engine, in ms";
+    }
 }
 
 } // namespace

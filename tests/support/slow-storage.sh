@@ -17,7 +17,7 @@ stop() {
     if [ -f "$DIR/pid" ]; then
         pid=$(cat "$DIR/pid")
         kill "$pid" 2>/dev/null
-        for _ in $(seq 50); do kill -0 "$pid" 2>/dev/null || break; sleep 0.1; done
+        for _ in $(seq 10); do kill -0 "$pid" 2>/dev/null || break; sleep 0.1; done
         kill -KILL "$pid" 2>/dev/null
         rm -f "$DIR/pid"
     fi
