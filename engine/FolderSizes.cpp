@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <condition_variable>
 #include <utility>
 #include <vector>
 
@@ -35,6 +34,24 @@ EngineOptions::EngineOptions()
     watch.bufferBytes = 16 * 1024;
 }
 
+// A lock and a wait without a kernel object: the engine keeps one of each per
+// folder, and a pthreads mutex or condition variable of MinGW holds event and
+// semaphore handles, three per folder in all.
+class SlimLock {
+public:
+    void lock() noexcept { AcquireSRWLockExclusive(&lock_); }
+    void unlock() noexcept { ReleaseSRWLockExclusive(&lock_); }
+    bool try_lock() noexcept { return TryAcquireSRWLockExclusive(&lock_) != FALSE; }
+    // Waits, the lock held by the caller, until woken or `ms` passed.
+    void Wait(CONDITION_VARIABLE& condition, DWORD ms) noexcept
+    {
+        SleepConditionVariableSRW(&condition, &lock_, ms, 0);
+    }
+
+private:
+    SRWLOCK lock_ = SRWLOCK_INIT;
+};
+
 struct FolderSizes::Folder {
     Folder(uint64_t folderKey, std::wstring folderPath) : key(folderKey), path(std::move(folderPath)) {}
 
@@ -45,10 +62,11 @@ struct FolderSizes::Folder {
     const std::wstring path;
     // Guarded by FolderSizes::mutex_.
     uint64_t lastAsked = 0;
+    ULONGLONG lastAskedAt = 0;
     size_t bytes = 0;  // counted in bytes_ while followed
 
-    std::mutex mutex;  // guards everything below
-    std::condition_variable checked;
+    SlimLock mutex;  // guards everything below
+    CONDITION_VARIABLE checked = CONDITION_VARIABLE_INIT;
     ScanState state = ScanState::Unknown;
     Totals totals;
     DWORD error = 0;  // the folder could not be opened or listed
@@ -73,6 +91,7 @@ struct FolderSizes::Folder {
     bool repairAfterScan = false;
     bool busy = false;      // a scan or an update runs for this folder
     bool notified = true;   // the notifications work
+    bool watchStarted = false;
     uint64_t generation = 0;
     ULONGLONG lastScanned = 0;
 };
@@ -133,6 +152,7 @@ DWORD FolderSizes::GetTotals(std::wstring_view name, Totals& totals, ScanState& 
     if (const DWORD error = MakeFolderPath(name, path))
         return error;
     const FolderPtr folder = Ask(path);
+    ReleaseIdleSometimes();
     CheckBriefly(folder);
     std::lock_guard lock(folder->mutex);
     if (folder->error)
@@ -248,12 +268,15 @@ DWORD FolderSizes::ReadIdentity(const std::wstring& path, Identity& identity)
 FolderSizes::FolderPtr FolderSizes::Ask(const std::wstring& path)
 {
     std::lock_guard lock(mutex_);
-    FolderPtr& folder = byPath_[path];
-    if (!folder) {
-        folder = std::make_shared<Folder>(nextKey_++, path);
-        recordBytes_ += folder->RecordBytes();
+    FolderPtr& entry = byPath_[path];
+    if (!entry) {
+        entry = std::make_shared<Folder>(nextKey_++, path);
+        recordBytes_ += entry->RecordBytes();
     }
+    const FolderPtr folder = entry;
     folder->lastAsked = ++asked_;
+    folder->lastAskedAt = GetTickCount64();
+    TrimRecords(folder);
     return folder;
 }
 
@@ -282,8 +305,11 @@ void FolderSizes::CheckBriefly(const FolderPtr& folder)
     }
     // A check that has been running longer already is on slow storage: the
     // answer does not wait for it.
-    folder->checked.wait_until(lock, folder->checkStarted + std::chrono::milliseconds(options_.answerWaitMs),
-                               [&] { return !folder->checking; });
+    const auto until = folder->checkStarted + std::chrono::milliseconds(options_.answerWaitMs);
+    for (auto now = std::chrono::steady_clock::now(); folder->checking && now < until;
+         now = std::chrono::steady_clock::now())
+        folder->mutex.Wait(folder->checked,
+                           static_cast<DWORD>(std::chrono::ceil<std::chrono::milliseconds>(until - now).count()));
 }
 
 // Checked on every question: a folder can be deleted, or renamed and another
@@ -309,7 +335,7 @@ void FolderSizes::Check(const FolderPtr& folder)
         Open(folder);
     std::lock_guard lock(folder->mutex);
     folder->checking = false;
-    folder->checked.notify_all();
+    WakeAllConditionVariable(&folder->checked);
 }
 
 void FolderSizes::Open(const FolderPtr& folder)
@@ -353,6 +379,7 @@ void FolderSizes::Follow(const FolderPtr& folder, base::unique_file root, Identi
         folder->error = 0;
         folder->watchId = watchId;
         folder->notified = true;
+        folder->watchStarted = false;
         folder->pending = {};
         // A total known from before is kept, marked Stale, until the scan
         // that the watch's first batch asks for is complete.
@@ -443,25 +470,55 @@ void FolderSizes::KeepWithinBudget(const FolderPtr& keep)
             projected -= oldest->bytes;
             released.push_back(oldest);
         }
-        while (recordBytes_ > options_.recordBudget) {
-            auto oldest = byPath_.end();
-            for (auto it = byPath_.begin(); it != byPath_.end(); ++it) {
-                const FolderPtr& folder = it->second;
-                if (folder != keep && !folder->bytes &&
-                    std::find(released.begin(), released.end(), folder) == released.end() &&
-                    (oldest == byPath_.end() || folder->lastAsked < oldest->second->lastAsked)) {
-                    std::lock_guard folderLock(folder->mutex);
-                    if (!folder->watchId && !folder->checking && !folder->busy)
-                        oldest = it;
-                }
-            }
-            if (oldest == byPath_.end())
-                break;
-            recordBytes_ -= oldest->second->RecordBytes();
-            byPath_.erase(oldest);
-        }
     }
     for (const FolderPtr& folder : released)
+        Release(folder);
+}
+
+void FolderSizes::TrimRecords(const FolderPtr& keep)
+{
+    while (recordBytes_ > options_.recordBudget) {
+        auto oldest = byPath_.end();
+        for (auto it = byPath_.begin(); it != byPath_.end(); ++it) {
+            const FolderPtr& folder = it->second;
+            if (folder != keep && !folder->bytes &&
+                (oldest == byPath_.end() || folder->lastAsked < oldest->second->lastAsked)) {
+                std::lock_guard folderLock(folder->mutex);
+                if (!folder->watchId && !folder->checking && !folder->busy)
+                    oldest = it;
+            }
+        }
+        if (oldest == byPath_.end())
+            return;
+        recordBytes_ -= oldest->second->RecordBytes();
+        byPath_.erase(oldest);
+    }
+}
+
+void FolderSizes::ReleaseIdleSometimes()
+{
+    {
+        std::lock_guard lock(mutex_);
+        const ULONGLONG now = GetTickCount64();
+        if (now - idleChecked_ < std::min<ULONGLONG>(options_.idleReleaseMs, 60000))
+            return;
+        idleChecked_ = now;
+    }
+    // Not on the caller's thread: letting a large tree go takes a while.
+    scans_.Submit(0, [this] { ReleaseIdle(); });
+}
+
+void FolderSizes::ReleaseIdle()
+{
+    std::vector<FolderPtr> idle;
+    {
+        std::lock_guard lock(mutex_);
+        const ULONGLONG now = GetTickCount64();
+        for (const auto& [watchId, folder] : byWatch_)
+            if (now - folder->lastAskedAt >= options_.idleReleaseMs)
+                idle.push_back(folder);
+    }
+    for (const FolderPtr& folder : idle)
         Release(folder);
 }
 
@@ -484,10 +541,20 @@ void FolderSizes::OnBatch(uint64_t watchId, storage::ChangeBatch&& batch)
         RepairAround(closedPath);
     if (!folder)
         return;
-    std::lock_guard lock(folder->mutex);
+    std::unique_lock lock(folder->mutex);
     if (folder->watchId != watchId)
         return;
     auto& pending = folder->pending;
+    if (batch.failed && folder->watchStarted) {
+        // Notifications that worked and stopped: the folder is being deleted,
+        // or its share went away. Its handle goes; the next question opens
+        // it again, or fails.
+        lock.unlock();
+        Release(folder);
+        return;
+    }
+    if (batch.started)
+        folder->watchStarted = true;
     if (batch.failed) {
         // Still answered, from scans repeated when asked for.
         folder->notified = false;

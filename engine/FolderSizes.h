@@ -13,8 +13,12 @@
 // Memory: the followed folders' trees, names and watch buffers are counted
 // against memoryBudget. Past it, the folders asked for least recently are let
 // go: each keeps a small record with its last total, answered as Stale while
-// it is followed and scanned again after a later question. The records are
-// counted against recordBudget, past which the oldest are forgotten.
+// it is followed and scanned again after a later question. So is a folder
+// nobody asked for during idleReleaseMs, and one whose notifications stopped
+// after they had started (on Windows, a folder being deleted: the engine's
+// handle would keep it until closed; Wine keeps it and shows nothing).
+// The records are counted against recordBudget, past which the oldest are
+// forgotten.
 //
 // Safe for calls on several threads at once.
 #pragma once
@@ -44,6 +48,10 @@ struct EngineOptions {
     size_t memoryBudget = size_t{256} << 20;
     size_t recordBudget = size_t{16} << 20;
     DWORD answerWaitMs = 20;
+    // As long as the server lingers after its last object. Whoever follows a
+    // folder asks more often: the main window every 3 s, the watcher after
+    // each change (and it takes a Stale answer for one to ask again).
+    DWORD idleReleaseMs = 5 * 60 * 1000;
     storage::PoolOptions opens;
     storage::PoolOptions scans;
     storage::WatchOptions watch;
@@ -115,6 +123,13 @@ private:
     void SetTreeBytes(const FolderPtr& folder, size_t treeBytes);
     // Lets folders go while the estimate is over the budget, never `keep`.
     void KeepWithinBudget(const FolderPtr& keep);
+    // With mutex_ held: forgets the records asked for least recently while
+    // they take more than recordBudget, never `keep`'s.
+    void TrimRecords(const FolderPtr& keep);
+    // Now and then, on a question: lets go of the folders nobody asked for
+    // during idleReleaseMs.
+    void ReleaseIdleSometimes();
+    void ReleaseIdle();
     void OnBatch(uint64_t watchId, storage::ChangeBatch&& batch);
     // See WatchRecordsGoStale: the folders around one whose watch closed lost
     // the notifications of the folders below it.
@@ -133,6 +148,7 @@ private:
     std::unordered_map<uint64_t, std::wstring> closing_;  // released folders whose watch is not closed yet
     uint64_t nextKey_ = 1;
     uint64_t asked_ = 0;
+    ULONGLONG idleChecked_ = 0;
     size_t bytes_ = 0;
     size_t recordBytes_ = 0;
     bool stopping_ = false;

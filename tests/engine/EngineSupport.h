@@ -39,6 +39,10 @@ private:
     std::wstring path_;
 };
 
+bool PathExists(const std::wstring& path);
+// The handles this process holds (Wine's GetProcessHandleCount answers 0).
+size_t HandleCount();
+
 // Calls `done` every 10 ms until it returns true or `timeoutMs` passed;
 // returns its last answer.
 bool WaitUntil(const std::function<bool()>& done, DWORD timeoutMs = 2000);
