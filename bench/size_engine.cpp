@@ -416,6 +416,7 @@ void FoldersMadeAndDeleted(int rounds)
     constexpr int kFolders = 50;
     std::printf("\nFolders made, counted and deleted, %d rounds of %d:\n", rounds, kFolders);
     CreateDirectoryW((kBench + L"\\churn").c_str(), nullptr);
+    const double start = Now();
     for (int round = 0; round < rounds; ++round) {
         // New names every round: under Wine a folder deleted while the engine
         // holds it stays until the engine lets it go.
@@ -430,8 +431,10 @@ void FoldersMadeAndDeleted(int rounds)
         RemoveDirectoryW(parent.c_str());
         // Asked for once more, as a list that still names them would.
         SweepOnce(folders);
-        if (round == 0 || round == rounds - 1)
-            PrintEngineProcess(round == 0 ? "after the first round" : "after the last round");
+        if (round % 10 == 0 || round == rounds - 1)
+            PrintEngineProcess(("after round " + std::to_string(round + 1) + ", " +
+                                std::to_string(static_cast<int>((Now() - start) / 1000)) + " s")
+                                   .c_str());
     }
 }
 

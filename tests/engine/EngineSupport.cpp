@@ -2,10 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <winternl.h>
-
-#include <algorithm>
-#include <cstddef>
 #include <vector>
 
 namespace krn::test {
@@ -84,29 +80,6 @@ ScratchTree::~ScratchTree()
 bool PathExists(const std::wstring& path)
 {
     return GetFileAttributesW(Verbatim(path).c_str()) != INVALID_FILE_ATTRIBUTES;
-}
-
-size_t HandleCount()
-{
-    // The system's handle table, SystemHandleInformation's entries.
-    struct Entry {
-        USHORT process;
-        USHORT creatorBackTraceIndex;
-        UCHAR objectType;
-        UCHAR attributes;
-        USHORT handle;
-        void* object;
-        ULONG access;
-    };
-    std::vector<std::byte> buffer(size_t{1} << 20);
-    ULONG needed = 0;
-    while (NtQuerySystemInformation(static_cast<SYSTEM_INFORMATION_CLASS>(16), buffer.data(),
-                                    static_cast<ULONG>(buffer.size()), &needed) == static_cast<NTSTATUS>(0xC0000004L))
-        buffer.resize(std::max<size_t>(needed, buffer.size() * 2));
-    const ULONG entries = *reinterpret_cast<const ULONG*>(buffer.data());
-    const auto* entry = reinterpret_cast<const Entry*>(buffer.data() + sizeof(void*));
-    const DWORD self = GetCurrentProcessId();
-    return static_cast<size_t>(std::count_if(entry, entry + entries, [&](const Entry& e) { return e.process == self; }));
 }
 
 bool WaitUntil(const std::function<bool()>& done, DWORD timeoutMs)

@@ -40,8 +40,6 @@ private:
 };
 
 bool PathExists(const std::wstring& path);
-// The handles this process holds (Wine's GetProcessHandleCount answers 0).
-size_t HandleCount();
 
 // Calls `done` every 10 ms until it returns true or `timeoutMs` passed;
 // returns its last answer.
