@@ -425,7 +425,9 @@ void FolderSizes::Release(const FolderPtr& folder)
         }
     }
     watcher_.Unwatch(watchId);
-    // The tree goes here, outside the locks: a large one takes a while.
+    // A large tree takes a while to free: not on a thread that answers calls.
+    if (tree)
+        scans_.Submit(folder->key, [gone = std::shared_ptr<DirNode>(std::move(tree))] {});
 }
 
 void FolderSizes::Forget(const FolderPtr& folder)

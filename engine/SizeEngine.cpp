@@ -2,6 +2,7 @@
 
 #include "base/Com.h"
 #include "server/ServerModule.h"
+#include "storage/WorkerPool.h"
 
 #include <string_view>
 
@@ -123,7 +124,8 @@ int RunSizeEngine()
     server::ClassObjectRegistration registration(CLSID_SizeEngine, &factory);
     if (FAILED(registration.status()))
         return registration.status();
-    module.QuitOnEndRequest(CLSID_SizeEngine);
+    if (!module.QuitOnEndRequest(CLSID_SizeEngine))
+        storage::ReportFailure(L"listening for the size engine's end requests", GetLastError());
     const int exitCode = module.Run();
     registration.Revoke();
     module.FinishCalls();

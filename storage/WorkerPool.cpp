@@ -25,6 +25,13 @@ constexpr unsigned kMostThreads = MAXIMUM_WAIT_OBJECTS;
 // start another operation after the one that was cancelled.
 constexpr DWORD kCancelEveryMs = 20;
 
+// A thread is added when a key waits with nothing running while no thread is
+// free, and the pool may still grow.
+bool ShouldGrow(size_t threads, size_t busy, size_t maxThreads, bool keyWaitsWithNoneRunning) noexcept
+{
+    return keyWaitsWithNoneRunning && busy >= threads && threads < maxThreads;
+}
+
 } // namespace
 
 void ReportFailure(const wchar_t* what, DWORD error) noexcept
@@ -42,11 +49,6 @@ void ReportFailure(const wchar_t* what, DWORD error) noexcept
     }
 }
 
-bool ShouldGrow(size_t threads, size_t busy, size_t maxThreads, bool keyWaitsWithNoneRunning) noexcept
-{
-    return keyWaitsWithNoneRunning && busy >= threads && threads < maxThreads;
-}
-
 struct WorkerPool::State {
     struct Key {
         std::vector<Job> jobs;  // newest last
@@ -55,7 +57,6 @@ struct WorkerPool::State {
     struct Worker {
         State* state = nullptr;
         base::unique_kernel_handle thread;
-        bool busy = false;
         bool ended = false;  // left its loop; its handle is signalled soon
     };
 
@@ -162,13 +163,11 @@ void WorkerPool::State::Run(Worker& worker)
             worker.ended = true;
             return;
         }
-        worker.busy = true;
         ++busy;
         lock.unlock();
         job();
         job = nullptr;  // what it holds goes before the count says it is done
         lock.lock();
-        worker.busy = false;
         --busy;
         Key& entry = keys[key];
         if (--entry.running == 0 && entry.jobs.empty())

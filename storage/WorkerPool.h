@@ -79,8 +79,4 @@ private:
     std::unique_ptr<State> state_;
 };
 
-// Whether a pool should add a thread: a key waits with nothing running while
-// no thread is free, and the pool may still grow.
-bool ShouldGrow(size_t threads, size_t busy, size_t maxThreads, bool keyWaitsWithNoneRunning) noexcept;
-
 } // namespace storage
