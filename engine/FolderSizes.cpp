@@ -154,9 +154,16 @@ DWORD FolderSizes::GetTotals(std::wstring_view name, Totals& totals, ScanState& 
     const FolderPtr folder = Ask(path);
     ReleaseIdleSometimes();
     CheckBriefly(folder);
-    std::lock_guard lock(folder->mutex);
-    if (folder->error)
-        return folder->error;
+    std::unique_lock lock(folder->mutex);
+    if (const DWORD error = folder->error) {
+        // A folder that failed while followed (its listing, a thread) is
+        // opened and scanned afresh at the next question.
+        const bool followed = folder->watchId != 0;
+        lock.unlock();
+        if (followed)
+            Release(folder);
+        return error;
+    }
     totals = folder->scan && folder->scanCounts ? folder->scan->Found() : folder->totals;
     state = folder->state;
     if (folder->watchId && !folder->notified && !folder->busy &&
