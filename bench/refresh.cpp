@@ -28,30 +28,6 @@ namespace {
 // {DE678C83-CCD7-4429-81AB-734CF22035B8}, the stand-in of bench/null-engine.
 const CLSID kNullSizeEngine = {0xDE678C83, 0xCCD7, 0x4429, {0x81, 0xAB, 0x73, 0x4C, 0xF2, 0x20, 0x35, 0xB8}};
 
-std::wstring ProgramFolder()
-{
-    wchar_t path[MAX_PATH] = {};
-    GetModuleFileNameW(nullptr, path, MAX_PATH);
-    std::wstring folder = path;
-    folder = folder.substr(0, folder.rfind(L'\\'));     // bench
-    return folder.substr(0, folder.rfind(L'\\'));       // the build
-}
-
-DWORD RunServer(const std::wstring& exe, const wchar_t* command)
-{
-    std::wstring line = L"\"" + exe + L"\" " + command;
-    STARTUPINFOW startup{sizeof startup};
-    PROCESS_INFORMATION info{};
-    if (!CreateProcessW(exe.c_str(), line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &info))
-        return GetLastError();
-    WaitForSingleObject(info.hProcess, 30000);
-    DWORD code = 0;
-    GetExitCodeProcess(info.hProcess, &code);
-    CloseHandle(info.hProcess);
-    CloseHandle(info.hThread);
-    return code;
-}
-
 // Folders of 20 files of 1 KB each, so that the engine has something real to
 // count and keep.
 std::vector<std::string> MakeFolders(const std::wstring& root, int count)
@@ -109,10 +85,10 @@ int wmain(int argc, wchar_t** argv)
     INITCOMMONCONTROLSEX controls{sizeof controls, ICC_BAR_CLASSES};
     InitCommonControlsEx(&controls);
     OleInitialize(nullptr);
-    const std::wstring build = ProgramFolder();
+    const std::wstring build = bench::BuildFolder();
     const std::wstring engineExe = build + L"\\KRN Size Engine.exe";
     const std::wstring nullExe = build + L"\\KRN Null Engine.exe";
-    if (RunServer(engineExe, L"/RegServer") != 0 || RunServer(nullExe, L"/RegServer") != 0) {
+    if (bench::RunServer(engineExe, L"/RegServer") != 0 || bench::RunServer(nullExe, L"/RegServer") != 0) {
         std::fwprintf(stderr, L"the servers could not be registered\n");
         return 1;
     }
@@ -152,7 +128,7 @@ int wmain(int argc, wchar_t** argv)
         ReleaseFolders(bstrs);
     }
     krn::Module().RemoveMessageLoop();
-    RunServer(nullExe, L"/UnregServer");
+    bench::RunServer(nullExe, L"/UnregServer");
     OleUninitialize();
     return 0;
 }
