@@ -193,7 +193,7 @@ run_suite() { # id
     for attempt in 1 2 3; do
         echo "---- suite, attempt $attempt" >> "$log"
         rm -f "$failures"
-        if run_child ctest --test-dir "$BUILD" -j2 --timeout 300 --stop-on-failure > "$log.run" 2>&1; then
+        if run_child ctest --test-dir "$BUILD" -j2 --timeout 300 --stop-on-failure --output-on-failure > "$log.run" 2>&1; then
             cat "$log.run" >> "$log"; rm -f "$log.run"
             RESULT=MISSED
             return
@@ -205,7 +205,7 @@ run_suite() { # id
         echo "---- confirming: ${failed[*]}" >> "$log"
         rm -f "$failures"
         confirmed=()
-        if ! run_child ctest --test-dir "$BUILD" --timeout 300 -R "$(exact_names "${failed[@]}")" >> "$log" 2>&1; then
+        if ! run_child ctest --test-dir "$BUILD" --timeout 300 --output-on-failure -R "$(exact_names "${failed[@]}")" >> "$log" 2>&1; then
             mapfile -t confirmed < <(cut -d: -f2- "$failures" 2>/dev/null)
         fi
         for name in "${failed[@]}"; do
