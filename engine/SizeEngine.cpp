@@ -1,7 +1,6 @@
 #include "engine/SizeEngine.h"
 
 #include "base/Com.h"
-#include "server/ServerModule.h"
 
 #include <string_view>
 
@@ -84,25 +83,6 @@ HRESULT SizeEngine::StopWatching(BSTR folder) noexcept
     if (const DWORD error = sizes_.StopWatching(Name(folder), wasFollowed))
         return FromError(error);
     return wasFollowed ? S_OK : S_FALSE;
-}
-
-int RunSizeEngine()
-{
-    base::ComInit com(COINIT_APARTMENTTHREADED);
-    if (FAILED(com.status()))
-        return com.status();
-    // One cache for every object: the objects come and go with each question.
-    engine::FolderSizes sizes;
-    server::ServerModule module(kSizeEngineLingerMs);
-    server::ClassFactory<SizeEngine> factory(module, sizes);
-    server::ClassObjectRegistration registration(CLSID_SizeEngine, &factory);
-    if (FAILED(registration.status()))
-        return registration.status();
-    module.QuitOnEndRequest(CLSID_SizeEngine);
-    const int exitCode = module.Run();
-    registration.Revoke();
-    module.FinishCalls();
-    return exitCode;
 }
 
 } // namespace krn

@@ -33,7 +33,6 @@ private:
 // cache, and the notifications that keep it true, survive between refreshes.
 inline constexpr DWORD kSizeEngineLingerMs = 5 * 60 * 1000;
 
-// Serves SizeEngine until the linger after the last object expires.
-int RunSizeEngine();
+inline const server::ServerSpec kSizeEngineServer{CLSID_SizeEngine, L"Kestrune Size Engine", kSizeEngineLingerMs};
 
 } // namespace krn

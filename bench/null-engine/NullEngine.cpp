@@ -5,10 +5,7 @@
 #include <windows.h>
 
 #include "Kestrune.h"
-#include "base/Com.h"
-#include "server/Registration.h"
-#include "server/ServerCommandLine.h"
-#include "server/ServerObject.h"
+#include "server/RunServer.h"
 
 // {DE678C83-CCD7-4429-81AB-734CF22035B8}
 extern "C" const CLSID CLSID_NullSizeEngine = {
@@ -48,22 +45,7 @@ private:
 
 int WINAPI wWinMain(HINSTANCE, HINSTANCE, PWSTR commandTail, int)
 {
-    const server::ServerClass nullClass{CLSID_NullSizeEngine, L"Kestrune Null Size Engine (benchmark)"};
-    switch (server::ParseServerCommandLine(commandTail).command) {
-    case server::ServerCommand::Register:
-        return server::RegisterServer(nullClass);
-    case server::ServerCommand::Unregister:
-        return server::UnregisterServer(nullClass);
-    case server::ServerCommand::Run:
-        break;
-    }
-    base::ComInit com(COINIT_APARTMENTTHREADED);
     // Lingers like the real engine, so the floor pays no process start either.
-    server::ServerModule module(5 * 60 * 1000);
-    Nothing nothing;
-    server::ClassFactory<NullEngine> factory(module, nothing);
-    server::ClassObjectRegistration registration(CLSID_NullSizeEngine, &factory);
-    if (FAILED(registration.status()))
-        return registration.status();
-    return module.Run();
+    const server::ServerSpec spec{CLSID_NullSizeEngine, L"Kestrune Null Size Engine (benchmark)", 5 * 60 * 1000};
+    return server::RunServer<NullEngine>(commandTail, spec);
 }

@@ -1,0 +1,59 @@
+// The one entry of every local server exe of the product: /RegServer,
+// /UnregServer, or the serve sequence.
+#pragma once
+
+#include <optional>
+#include <utility>
+
+#include "base/Com.h"
+#include "server/Registration.h"
+#include "server/ServerCommandLine.h"
+#include "server/ServerModule.h"
+#include "server/ServerObject.h"
+
+namespace server {
+
+// What a server serves: the context its objects share, and the factory that
+// makes them from it.
+template <typename Object>
+struct Served {
+    template <typename... Args>
+    explicit Served(ServerModule& module, Args&&... args)
+        : context(std::forward<Args>(args)...), factory(module, context)
+    {
+    }
+    typename Object::Context context;
+    ClassFactory<Object> factory;
+};
+
+// Serves `Object` until the server ends, with its context made from `args`.
+// In order: the module; the single-instance decision; COM; the context; and
+// only then the class object, visible to activations. At the end the class
+// object goes first, then COM, whose uninitialisation releases the objects
+// that clients still hold (so the context they use outlives it), then the
+// context, and the module last.
+template <typename Object, typename... Args>
+int RunServer(const wchar_t* commandTail, const ServerSpec& spec, Args&&... args)
+{
+    const ServerCommandLine line = ParseServerCommandLine(commandTail);
+    const ServerClass serverClass{spec.clsid, spec.friendlyName};
+    switch (line.command) {
+    case ServerCommand::Register:
+        return RegisterServer(serverClass);
+    case ServerCommand::Unregister:
+        return UnregisterServer(serverClass);
+    case ServerCommand::Run:
+        break;
+    }
+    ServerModule module(spec);
+    if (!module.ClaimInstance(line.embedding))
+        return spec.alreadyRunningExit;
+    std::optional<Served<Object>> served;
+    const base::ComInit com(COINIT_APARTMENTTHREADED);
+    if (FAILED(com.status()))
+        return com.status();
+    served.emplace(module, std::forward<Args>(args)...);
+    return module.Serve(&served->factory);
+}
+
+} // namespace server
