@@ -5,7 +5,6 @@
 #include <optional>
 #include <utility>
 
-#include "base/Com.h"
 #include "server/Registration.h"
 #include "server/ServerCommandLine.h"
 #include "server/ServerModule.h"
@@ -29,9 +28,9 @@ struct Served {
 // Serves `Object` until the server ends, with its context made from `args`.
 // In order: the module; the single-instance decision; COM; the context; and
 // only then the class object, visible to activations. At the end the class
-// object goes first, then COM, whose uninitialisation releases the objects
-// that clients still hold (so the context they use outlives it), then the
-// context, and the module last.
+// object goes first, then COM, whose uninitialisation releases what clients
+// left (so the context the objects use outlives it), then the context, and
+// the module last.
 template <typename Object, typename... Args>
 int RunServer(const wchar_t* commandTail, const ServerSpec& spec, Args&&... args)
 {
@@ -49,11 +48,14 @@ int RunServer(const wchar_t* commandTail, const ServerSpec& spec, Args&&... args
     if (!module.ClaimInstance(line.embedding))
         return spec.alreadyRunningExit;
     std::optional<Served<Object>> served;
-    const base::ComInit com(COINIT_APARTMENTTHREADED);
-    if (FAILED(com.status()))
-        return com.status();
+    const HRESULT com = CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+    if (FAILED(com))
+        return com;
     served.emplace(module, std::forward<Args>(args)...);
-    return module.Serve(&served->factory);
+    const int exitCode = module.Serve(&served->factory);
+    if (module.MayUninitialize())
+        CoUninitialize();
+    return exitCode;
 }
 
 } // namespace server

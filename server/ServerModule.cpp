@@ -159,20 +159,28 @@ int ServerModule::Run()
     }
 }
 
-// COM's uninitialisation waits for a call in progress on an object, and that
-// call waits for this thread's messages: the client's Release that follows
-// its Disable is answered here, not left hanging.
 void ServerModule::FinishCalls() noexcept
 {
     for (const ULONGLONG deadline = GetTickCount64() + kFinishCallsMaxMs; GetTickCount64() < deadline;) {
-        if (MsgWaitForMultipleObjectsEx(0, nullptr, kQuietMs, QS_ALLINPUT, MWMO_INPUTAVAILABLE) != WAIT_OBJECT_0)
+        if (MsgWaitForMultipleObjectsEx(0, nullptr, kQuietMs, QS_ALLINPUT, MWMO_INPUTAVAILABLE) != WAIT_OBJECT_0) {
+            quiet_ = true;
             return;
+        }
         MSG message;
         while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
             TranslateMessage(&message);
             DispatchMessageW(&message);
         }
     }
+}
+
+bool ServerModule::MayUninitialize() const noexcept
+{
+    if (!quiet_)
+        return false;
+    const bool objectsLeft = CoAddRefServerProcess() > 1;
+    CoReleaseServerProcess();
+    return !objectsLeft;
 }
 
 void ServerModule::ArmLinger() noexcept

@@ -66,11 +66,19 @@ public:
     // suspended and resumes it (on Windows nothing is visible before), pumps
     // messages until Quit, an end request (RequestEnd) or the linger's end,
     // then revokes the class object and answers the calls already on their
-    // way. Returns the exit code, or the failed registration's HRESULT.
+    // way (a client's Release after its Disable) for a bounded time. Returns
+    // the exit code, or the failed registration's HRESULT.
     int Serve(IUnknown* factory);
 
     // Pumps until Quit or the linger's end; the exit code.
     int Run();
+
+    // After Serve: whether COM's uninitialisation can end. It waits for the
+    // calls in progress on the objects it releases, and under Wine each of
+    // those waits for this thread's messages, which nobody pumps any more. So
+    // only when the clients let go of every object and went quiet; otherwise
+    // the process ends without it, and their calls fail.
+    bool MayUninitialize() const noexcept;
 
 private:
     void ArmLinger() noexcept;
@@ -83,6 +91,7 @@ private:
     const DWORD thread_;
     const ULONGLONG started_;
     std::atomic<bool> ending_{false};
+    bool quiet_ = false;  // FinishCalls saw no message for a while
     base::unique_kernel_handle lingerTimer_;  // empty: the server never lingers out
     base::unique_kernel_handle endRequest_;
     base::unique_kernel_handle presence_;
