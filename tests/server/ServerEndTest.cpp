@@ -124,11 +124,6 @@ TEST_P(ServerEndTest, ClientCallingInALoopFailsAndTheServerEndsCleanly)
     const std::wstring exe = WindowsPath(c.exe);
     base::com_ptr<IUnknown> object;
     ASSERT_EQ(CoCreateInstance(c.clsid, nullptr, CLSCTX_LOCAL_SERVER, c.iid, object.put_void()), S_OK);
-    const std::vector<DWORD> running = Processes(exe);
-    ASSERT_EQ(running.size(), 1u);
-    base::unique_kernel_handle process(OpenProcess(SYNCHRONIZE | PROCESS_QUERY_LIMITED_INFORMATION, FALSE, running[0]));
-    ASSERT_TRUE(process);
-
     TempFolder folder;
     const base::unique_bstr name(folder.path().c_str());
     CallingClient client(c.clsid, c.iid, [&](IUnknown* called) {
@@ -139,6 +134,10 @@ TEST_P(ServerEndTest, ClientCallingInALoopFailsAndTheServerEndsCleanly)
     });
     ASSERT_TRUE(PumpUntil([&] { return client.calls() >= 20 || client.ended(); }, kEndsWithinMs));
     ASSERT_FALSE(client.ended()) << "the client's calls failed before the end: 0x" << std::hex << client.last();
+    const std::vector<DWORD> running = Processes(exe);
+    ASSERT_EQ(running.size(), 1u) << "both activations reach the same copy";
+    base::unique_kernel_handle process(OpenProcess(SYNCHRONIZE | PROCESS_QUERY_LIMITED_INFORMATION, FALSE, running[0]));
+    ASSERT_TRUE(process);
 
     if (c.end == End::Disable)
         EXPECT_EQ(static_cast<IWatcherControl*>(object.get())->Disable(), S_OK);

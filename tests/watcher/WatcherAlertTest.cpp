@@ -50,34 +50,14 @@ std::vector<std::string> Lines(const std::wstring& path)
     return lines;
 }
 
-// cmd writes what it echoes in the OEM code page.
-std::wstring FromOem(const std::string& bytes)
-{
-    const int size = MultiByteToWideChar(CP_OEMCP, 0, bytes.data(), int(bytes.size()), nullptr, 0);
-    std::wstring text(size_t(size), L'\0');
-    MultiByteToWideChar(CP_OEMCP, 0, bytes.data(), int(bytes.size()), text.data(), size);
-    return text;
-}
+constexpr wchar_t kWatcherCaption[] = L"Kestrune\u2122 Watcher";
 
-// The visible message boxes that belong to a watcher process.
-std::vector<HWND> WatcherBoxes()
+// The watcher's message box, once it shows (it exists before its buttons
+// are settled).
+HWND WatcherBox()
 {
-    struct Search {
-        std::vector<DWORD> processes = WatcherProcesses();
-        std::vector<HWND> boxes;
-    } search;
-    EnumWindows(
-        [](HWND window, LPARAM data) -> BOOL {
-            auto& s = *reinterpret_cast<Search*>(data);
-            DWORD process = 0;
-            GetWindowThreadProcessId(window, &process);
-            if (std::find(s.processes.begin(), s.processes.end(), process) != s.processes.end() &&
-                ClassName(window) == L"#32770" && IsWindowVisible(window))
-                s.boxes.push_back(window);
-            return TRUE;
-        },
-        reinterpret_cast<LPARAM>(&search));
-    return search.boxes;
+    const HWND box = FindWindowW(L"#32770", kWatcherCaption);
+    return box && IsWindowVisible(box) ? box : nullptr;
 }
 
 size_t CountFiles(const std::wstring& folder, const wchar_t* extension)
@@ -100,8 +80,12 @@ protected:
     }
     void TearDown() override
     {
-        for (HWND box : WatcherBoxes())
-            DialogDriver::Click(box, IDOK);
+        PumpUntil([] {
+            const HWND box = WatcherBox();
+            if (box)
+                DialogDriver::Click(box, IDOK);
+            return !box;
+        });
         WatcherTest::TearDown();
     }
 
@@ -132,28 +116,22 @@ protected:
 };
 
 // One crossing and its three actions: the box (with the watcher's own
-// caption), the log line, and the program run with %currentdir%.
+// caption), the log line, and the program, which leaves a file named by its
+// parameters in the folder it was given through %currentdir%.
 TEST_F(WatcherAlertTest, OneCrossingEndToEnd)
 {
     const std::wstring folder = scratch_ / L"Watched \u00e9t\u00e9";
-    const std::wstring ran = scratch_ / L"ran.txt";
     const std::wstring script = scratch_ / L"record.cmd";
-    WriteFileBytes(script, "@echo %*>> \"" + Utf8(ran) + "\"\r\n");
+    WriteFileBytes(script, "@type nul > \"%~1\\ran %2.txt\"\r\n");
     ASSERT_NO_FATAL_FAILURE(
         Watch({folder}, "<MsgBox/><AddToLog/>" + RunAction(script, "&quot;%currentdir%&quot; crossed")));
     WriteFileBytes(folder + L"\\big.bin", std::string(2048, 'x'));
 
     HWND box = nullptr;
-    ASSERT_TRUE(PumpUntil(
-        [&] {
-            const std::vector<HWND> boxes = WatcherBoxes();
-            box = boxes.empty() ? nullptr : boxes.front();
-            return box != nullptr;
-        },
-        kActedWithinMs))
+    ASSERT_TRUE(PumpUntil([&] { return (box = WatcherBox()) != nullptr; }, kActedWithinMs))
         << "no message box";
     const MessageBoxInfo info = ReadMessageBox(box);
-    EXPECT_EQ(info.caption, L"Kestrune\u2122 Watcher");
+    EXPECT_EQ(info.caption, kWatcherCaption);
     EXPECT_EQ(info.text, L"The folder " + folder + L" has a size of 2.00 KB, above its maximum limit of 1.00 KB.");
     EXPECT_EQ(info.buttons, std::vector<int>{IDOK});
     DialogDriver::Click(box, IDOK);
@@ -167,8 +145,9 @@ TEST_F(WatcherAlertTest, OneCrossingEndToEnd)
               Utf8(folder) + "\tMaximum exceeded\tSize 2.00 KB\tLimit 1.00 KB");
     EXPECT_EQ(ReadFileBytes(log_).substr(0, 3), "\xEF\xBB\xBF") << "UTF-8 with its byte order mark";
 
-    ASSERT_TRUE(PumpUntil([&] { return !Lines(ran).empty(); }, kActedWithinMs)) << "the program did not run";
-    EXPECT_EQ(FromOem(Lines(ran)[0]), L"\"" + folder + L"\" crossed");
+    const std::wstring ran = folder + L"\\ran crossed.txt";
+    EXPECT_TRUE(PumpUntil([&] { return GetFileAttributesW(ran.c_str()) != INVALID_FILE_ATTRIBUTES; }, kActedWithinMs))
+        << "the program did not run";
 }
 
 // 300 folders crossing at once: every crossing is logged, and no more than

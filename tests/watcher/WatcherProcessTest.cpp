@@ -7,10 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <filesystem>
-#include <optional>
 
-#include "Configs.h"
 #include "WatcherFixture.h"
 #include "app/ChildProcess.h"
 #include "server/Registration.h"
@@ -20,24 +17,6 @@
 
 namespace krn::test {
 namespace {
-
-TEST_F(WatcherTest, ActivationStartsTheWatcherAndDisableEndsIt)
-{
-    ASSERT_FALSE(MutexExists());
-    base::com_ptr<IWatcherControl> control, second;
-    ASSERT_EQ(Create(control), S_OK);
-    EXPECT_TRUE(MutexExists());
-    ASSERT_EQ(Create(second), S_OK);
-    ASSERT_EQ(WatcherProcesses().size(), 1u) << "a second activation reaches the same watcher";
-    base::unique_kernel_handle process(OpenProcess(SYNCHRONIZE, FALSE, WatcherProcesses()[0]));
-    EXPECT_EQ(control->Disable(), S_OK) << "the reply arrives before the watcher ends";
-    EXPECT_EQ(WaitForSingleObject(process.get(), 5000), WAIT_OBJECT_0);
-    EXPECT_FALSE(MutexExists());
-    const DWORD start = GetTickCount();
-    LONG state = 0;
-    EXPECT_EQ(control->GetState(&state), HRESULT_FROM_WIN32(RPC_S_SERVER_UNAVAILABLE));
-    EXPECT_LT(GetTickCount() - start, 1000u) << "a call on the old proxy fails fast";
-}
 
 TEST_F(WatcherTest, SecondCopyByHandEndsAtOnce)
 {
@@ -65,27 +44,6 @@ TEST_F(WatcherTest, ActivationWhileACopyStartsByHand)
         StopWatcher();
         const DWORD exitCode = watcher.Wait(10000);
         EXPECT_TRUE(exitCode == 0 || exitCode == DWORD(kWatcherAlreadyRunning)) << exitCode;
-    }
-}
-
-TEST_F(WatcherTest, ReadsTheConfigurationAtStartAndOnReload)
-{
-    WriteConfig(kTwoFolders);
-    base::com_ptr<IWatcherControl> control;
-    ASSERT_EQ(Create(control), S_OK);
-    EXPECT_EQ(State(control.get()), KRN_WATCHER_WATCHING);
-    const struct {
-        const char* name;
-        std::optional<std::string> content;  // none: no file
-        LONG state;
-    } cases[] = {{"no file", std::nullopt, KRN_WATCHER_IDLE},    {"folders", kTwoFolders, KRN_WATCHER_WATCHING},
-                 {"empty file", "", KRN_WATCHER_IDLE},          {"folders again", kTwoFolders, KRN_WATCHER_WATCHING},
-                 {"not XML", "<Configuration", KRN_WATCHER_IDLE}, {"no folders", kNoFolders, KRN_WATCHER_IDLE}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        WriteConfig(c.content);
-        EXPECT_EQ(control->ReloadConfiguration(), S_OK);
-        EXPECT_EQ(State(control.get()), c.state);
     }
 }
 
