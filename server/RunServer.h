@@ -48,7 +48,7 @@ int RunServer(const wchar_t* commandTail, const ServerSpec& spec, Args&&... args
     if (!module.ClaimInstance(line.embedding))
         return spec.alreadyRunningExit;
     std::optional<Served<Object>> served;
-    const HRESULT com = CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+    const HRESULT com = CoInitializeEx(nullptr, spec.apartment);
     if (FAILED(com))
         return com;
     served.emplace(module, std::forward<Args>(args)...);

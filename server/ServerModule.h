@@ -30,6 +30,11 @@ struct ServerSpec {
     const wchar_t* presenceMutex = nullptr;
     // The exit code of a copy that finds another one serving.
     int alreadyRunningExit = 1;
+    // How the serving thread joins COM. The product's servers are
+    // apartment-threaded: calls come one at a time through the thread's
+    // messages. A free-threaded server (COINIT_MULTITHREADED) gets its calls
+    // on COM's own threads, at once.
+    DWORD apartment = COINIT_APARTMENTTHREADED;
 };
 
 // One per server process, on the thread that registers the class object and
