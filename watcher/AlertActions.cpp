@@ -256,7 +256,14 @@ void ProgramLauncher::Queue::WaitForChange()
         handles.push_back(program.process.get());
         timeout = std::min<DWORD>(timeout, program.countedUntil > now ? DWORD(program.countedUntil - now) : 0);
     }
-    WaitForMultipleObjects(static_cast<DWORD>(handles.size()), handles.data(), FALSE, timeout);
+    // The thread is an apartment, and the shell may leave windows on it.
+    MsgWaitForMultipleObjectsEx(static_cast<DWORD>(handles.size()), handles.data(), timeout, QS_ALLINPUT,
+                                MWMO_INPUTAVAILABLE);
+    MSG message;
+    while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+        TranslateMessage(&message);
+        DispatchMessageW(&message);
+    }
 }
 
 void ProgramLauncher::Queue::Run()
