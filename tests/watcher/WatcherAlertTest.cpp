@@ -87,6 +87,12 @@ protected:
             return !box;
         });
         WatcherTest::TearDown();
+        // The engine follows the watched folders: under Wine a folder open in
+        // another process stays until it is closed, and the removal of the
+        // scratch folder would wait for it.
+        const std::wstring engine = WindowsPath(KRN_SIZE_ENGINE_EXE);
+        EXPECT_EQ(ChildProcess(engine, L"/UnregServer").Wait(30000), 0u);
+        EXPECT_EQ(ChildProcess(engine, L"/RegServer").Wait(30000), 0u);
     }
 
     // The folders with a 1 KB maximum and `actions` (XML), then the watcher.
@@ -172,11 +178,17 @@ TEST_F(WatcherAlertTest, StormOf300FoldersIsLoggedWithProgramsBounded)
     for (const std::wstring& folder : folders)
         WriteFileBytes(folder + L"\\big.bin", std::string(2048, 'x'));
 
+    // A program still running a minute after its start no longer counts
+    // against the bound: the count is looked at within that minute.
     size_t mostRunning = 0;
+    DWORD firstStart = 0;
     const bool allLogged = PumpUntil(
         [&] {
-            const size_t ended = CountFiles(marks, L".end");
-            mostRunning = std::max(mostRunning, CountFiles(marks, L".start") - ended);
+            const size_t ended = CountFiles(marks, L".end"), started = CountFiles(marks, L".start");
+            if (started && !firstStart)
+                firstStart = GetTickCount();
+            if (!firstStart || GetTickCount() - firstStart < 55000)
+                mostRunning = std::max(mostRunning, started - ended);
             return Lines(log_).size() >= kFolders;
         },
         120000);
@@ -194,11 +206,6 @@ TEST_F(WatcherAlertTest, StormOf300FoldersIsLoggedWithProgramsBounded)
     EXPECT_TRUE(PumpUntil([&] { return CountFiles(marks, L".start") == CountFiles(marks, L".end"); },
                           kActedWithinMs))
         << "a program still runs";
-    // The engine follows the 300 folders: under Wine a folder open in another
-    // process stays until it is closed, and the scratch folder could not go.
-    const std::wstring engine = WindowsPath(KRN_SIZE_ENGINE_EXE);
-    EXPECT_EQ(ChildProcess(engine, L"/UnregServer").Wait(30000), 0u);
-    EXPECT_EQ(ChildProcess(engine, L"/RegServer").Wait(30000), 0u);
 }
 
 } // namespace
