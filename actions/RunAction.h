@@ -12,6 +12,11 @@ struct RunParams {
     OptionalText params;
 };
 
+inline const RunParams* AsRunParams(const void* params)
+{
+    return static_cast<const RunParams*>(params);
+}
+
 class RunActionBase : public Action {
 public:
     HRESULT CloneParams(void** copy, const void* source) override;
@@ -25,12 +30,19 @@ protected:
 
 class RunAction final : public RunActionBase {
 public:
+    // `module` holds the Run dialog's template, its cursor, and is the
+    // instance its icons are extracted for.
+    explicit RunAction(HINSTANCE module) : module_(module) {}
+
     HRESULT SaveParams(const void* params, IXMLDOMDocument* document, IXMLDOMElement* actions,
                        IXMLDOMElement* element) override;
     HRESULT Reserved1() override { return E_NOTIMPL; }
     HRESULT Reserved2() override { return E_NOTIMPL; }
     HRESULT EditParams(HWND owner, bool isNew, ActionSlot& slot) override;
     HRESULT FillParamsCell(acl::ListView_Cell* cell, const void* params) override;
+
+private:
+    HINSTANCE module_;
 };
 
 } // namespace krn

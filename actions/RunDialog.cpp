@@ -1,9 +1,8 @@
 #include "actions/RunDialog.h"
 
-#include "app/AppModule.h"
 #include "resource.h"
 #include "settings/HelpLauncher.h"
-#include "ui/DialogLook.h"
+#include "app/DialogLook.h"
 
 #include <commdlg.h>
 #include <shellapi.h>
@@ -17,9 +16,9 @@ constexpr COLORREF kLinkColor = RGB(0x00, 0x00, 0xFF);
 
 // The extractor answers 1 instead of an icon for a file that is neither a
 // program, a library nor an icon file: that is no icon to show or destroy.
-acl::unique_hicon ExtractFirstIcon(const wchar_t* path)
+acl::unique_hicon ExtractFirstIcon(HINSTANCE module, const wchar_t* path)
 {
-    const HICON icon = ExtractIconW(Module().instance(), path, 0);
+    const HICON icon = ExtractIconW(module, path, 0);
     if (reinterpret_cast<UINT_PTR>(icon) <= 1)
         return {};
     return acl::unique_hicon(icon);
@@ -76,7 +75,7 @@ void RunDialog::InitHelpLink()
 {
     // LoadCursorW hands out the module's shared copy, which nobody destroys:
     // the settings only borrow it.
-    const HCURSOR hand = LoadCursorW(Module().instance(), MAKEINTRESOURCEW(IDC_LINK_HAND));
+    const HCURSOR hand = LoadCursorW(module_, MAKEINTRESOURCEW(IDC_LINK_HAND));
     linkSettings_.flags = acl::Hyperlink_Settings::kUnderline;
     linkSettings_.background = acl::kBodyColor;
     linkSettings_.textColor = kLinkColor;
@@ -112,7 +111,7 @@ bool RunDialog::OnCommand(UINT id, UINT code)
 // text is rarely a file yet.
 void RunDialog::RefreshIcon(const wchar_t* path)
 {
-    acl::unique_hicon icon = ExtractFirstIcon(path);
+    acl::unique_hicon icon = ExtractFirstIcon(module_, path);
     SendDlgItemMessageW(window(), IDC_RUN_ICON, STM_SETICON, reinterpret_cast<WPARAM>(icon.get()), 0);
     // The old icon goes only once the control no longer shows it.
     icon_ = std::move(icon);

@@ -9,7 +9,7 @@
 #include "acl/Handles.h"
 #include "acl/Hyperlink.h"
 #include "actions/RunAction.h"
-#include "ui/DialogBase.h"
+#include "app/DialogBase.h"
 
 #include <windows.h>
 
@@ -19,7 +19,8 @@ namespace krn {
 
 class RunDialog : public DialogBase, public acl::ColorSchemes<RunDialog> {
 public:
-    RunDialog() = default;
+    // `module`: see RunAction.
+    explicit RunDialog(HINSTANCE module) : module_(module) {}
 
     // The block the dialog edits, or null for a dialog that shows nothing and
     // stores nothing. Not owned: it must outlive the modal run.
@@ -44,6 +45,7 @@ private:
     void ShowHelp();
     void Accept();
 
+    const HINSTANCE module_;
     RunParams* params_ = nullptr;
     acl::unique_hicon icon_;
     // Declared before the link, which reads them until it is detached.

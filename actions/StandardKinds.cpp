@@ -10,10 +10,8 @@
 namespace krn {
 namespace {
 
-template <typename Kind>
-void AddKind(ActionKindRegistry& registry, HINSTANCE module, int bitmapId)
+void AddKind(ActionKindRegistry& registry, std::unique_ptr<Action> kind, HINSTANCE module, int bitmapId)
 {
-    auto kind = std::make_unique<Kind>();
     kind->bitmap.reset(LoadBitmapW(module, MAKEINTRESOURCEW(bitmapId)));
     registry.Append(std::move(kind));
 }
@@ -22,9 +20,9 @@ void AddKind(ActionKindRegistry& registry, HINSTANCE module, int bitmapId)
 
 void AddStandardKinds(ActionKindRegistry& registry, HINSTANCE module)
 {
-    AddKind<MsgBoxAction>(registry, module, IDB_ACTION_MESSAGE);
-    AddKind<AddToLogAction>(registry, module, IDB_ACTION_LOG);
-    AddKind<RunAction>(registry, module, IDB_ACTION_RUN);
+    AddKind(registry, std::make_unique<MsgBoxAction>(), module, IDB_ACTION_MESSAGE);
+    AddKind(registry, std::make_unique<AddToLogAction>(), module, IDB_ACTION_LOG);
+    AddKind(registry, std::make_unique<RunAction>(module), module, IDB_ACTION_RUN);
 }
 
 } // namespace krn

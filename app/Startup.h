@@ -20,11 +20,13 @@ void InstallCrashReporting();
 // found, brings that window to the front and returns true.
 bool BringOtherCopyToFront(HANDLE startupMutex, DWORD createError);
 
-// The entry point: returns the process exit code.
-int ProgramMain(HINSTANCE instance, const wchar_t* commandTail, int show);
+// Runs the program's window with the command-line tail and the show state
+// the process was given, and returns the exit code.
+using RunWindowFunction = int (*)(const wchar_t* commandTail, int show);
 
-// Creates the main window and pumps its messages until it closes; with a
-// command-line tail only the folder dialog runs and the result is 0.
-int RunMainWindow(const wchar_t* commandTail, int show);
+// The entry point's steps around the window's run: returns the process exit
+// code. The window is handed in by the entry point, the one place that knows
+// the main dialog, so that the shell stays below the windows it runs.
+int ProgramMain(HINSTANCE instance, const wchar_t* commandTail, int show, RunWindowFunction runWindow);
 
 } // namespace krn

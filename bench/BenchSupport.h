@@ -1,6 +1,6 @@
 // What the benchmarks share: a clock, a configuration file of many folders,
-// and a scratch profile that keeps the program's own settings and files out
-// of the way.
+// a scratch profile that keeps the program's own settings and files out of
+// the way, and the build's servers.
 #pragma once
 
 #include <windows.h>
@@ -29,6 +29,33 @@ inline double Now()
     LARGE_INTEGER t;
     QueryPerformanceCounter(&t);
     return static_cast<double>(t.QuadPart) * 1000.0 / frequency;
+}
+
+// The build tree: the benchmarks are in its bench folder.
+inline std::wstring BuildFolder()
+{
+    wchar_t path[MAX_PATH] = {};
+    GetModuleFileNameW(nullptr, path, MAX_PATH);
+    std::wstring folder = path;
+    folder = folder.substr(0, folder.rfind(L'\\'));  // bench
+    return folder.substr(0, folder.rfind(L'\\'));
+}
+
+// Runs a server exe with a command (/RegServer, /UnregServer) and returns its
+// exit code.
+inline DWORD RunServer(const std::wstring& exe, const wchar_t* command)
+{
+    std::wstring line = L"\"" + exe + L"\" " + command;
+    STARTUPINFOW startup{sizeof startup};
+    PROCESS_INFORMATION info{};
+    if (!CreateProcessW(exe.c_str(), line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &info))
+        return GetLastError();
+    WaitForSingleObject(info.hProcess, 30000);
+    DWORD code = 0;
+    GetExitCodeProcess(info.hProcess, &code);
+    CloseHandle(info.hProcess);
+    CloseHandle(info.hThread);
+    return code;
 }
 
 // config.xml with `folders` folders, each with both limits and three actions;
@@ -92,32 +119,6 @@ private:
     std::wstring keyName_;
     HKEY key_ = nullptr;
 };
-
-// The build's folder: the benchmarks live in its bench folder.
-inline std::wstring BuildFolder()
-{
-    wchar_t path[MAX_PATH] = {};
-    GetModuleFileNameW(nullptr, path, MAX_PATH);
-    std::wstring folder = path;
-    folder = folder.substr(0, folder.rfind(L'\\'));  // bench
-    return folder.substr(0, folder.rfind(L'\\'));
-}
-
-// Runs a server exe with a command (/RegServer, /UnregServer); its exit code.
-inline DWORD RunServer(const std::wstring& exe, const wchar_t* command)
-{
-    std::wstring line = L"\"" + exe + L"\" " + command;
-    STARTUPINFOW startup{sizeof startup};
-    PROCESS_INFORMATION info{};
-    if (!CreateProcessW(exe.c_str(), line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &info))
-        return GetLastError();
-    WaitForSingleObject(info.hProcess, 30000);
-    DWORD code = 0;
-    GetExitCodeProcess(info.hProcess, &code);
-    CloseHandle(info.hProcess);
-    CloseHandle(info.hThread);
-    return code;
-}
 
 // {DE678C83-CCD7-4429-81AB-734CF22035B8}, the stand-in of bench/null-engine.
 inline const CLSID kNullSizeEngine = {0xDE678C83, 0xCCD7, 0x4429, {0x81, 0xAB, 0x73, 0x4C, 0xF2, 0x20, 0x35, 0xB8}};

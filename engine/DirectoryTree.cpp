@@ -2,6 +2,7 @@
 
 #include "base/Handles.h"
 #include "engine/FolderPath.h"
+#include "storage/WorkerPool.h"
 
 #include <algorithm>
 #include <utility>
@@ -82,10 +83,20 @@ std::wstring DirNode::PathBelow(const std::wstring& rootPath) const
 DirectoryReader::DirectoryReader()
     : buffer_(kListBufferBytes), cancelled_(CreateEventW(nullptr, TRUE, FALSE, nullptr))
 {
+    if (!cancelled_)
+        storage::ReportFailure(L"creating a directory reader's event", GetLastError());
+}
+
+DirectoryReader& ThreadReader()
+{
+    thread_local DirectoryReader reader;
+    return reader;
 }
 
 void DirectoryReader::ForgetWatchRecord(const std::wstring& path)
 {
+    if (!cancelled_)
+        return;  // reported: the records stay, as they would without this
     const base::unique_file folder(CreateFileW(path.c_str(), FILE_LIST_DIRECTORY,
                                                FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                                                OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OVERLAPPED, nullptr));
@@ -182,6 +193,25 @@ void SumTrees(DirNode& node)
         for (const auto& child : n.children)
             n.tree += child->tree;
     }
+}
+
+size_t EstimateBytes(const DirNode& node)
+{
+    // A heap block costs its size rounded up and a header.
+    const auto block = [](size_t bytes) { return bytes ? (bytes + 31) / 16 * 16 : 0; };
+    size_t total = 0;
+    std::vector<const DirNode*> pending{&node};
+    while (!pending.empty()) {
+        const DirNode* n = pending.back();
+        pending.pop_back();
+        total += block(sizeof(DirNode));
+        if (n->name.capacity() > 7)  // shorter names live inside the string
+            total += block((n->name.capacity() + 1) * sizeof(wchar_t));
+        total += block(n->children.capacity() * sizeof(n->children[0]));
+        for (const auto& child : n->children)
+            pending.push_back(child.get());
+    }
+    return total;
 }
 
 bool IsGone(DWORD error) noexcept

@@ -70,8 +70,8 @@ struct Listing {
     std::vector<std::wstring> folders;
 };
 
-// Lists folders through large reads of directory entries; one per thread,
-// its buffer reused.
+// Lists folders through large reads of directory entries; one per thread
+// (ThreadReader), its buffer reused.
 class DirectoryReader {
 public:
     DirectoryReader();
@@ -85,6 +85,9 @@ private:
     std::vector<std::byte> buffer_;
     base::unique_kernel_handle cancelled_;
 };
+
+// The reader of the calling thread.
+DirectoryReader& ThreadReader();
 
 // Wine 8's server keeps a record of every folder a recursive watch reached;
 // when that watch closes, it frees the records of the first level below it
@@ -128,6 +131,10 @@ DWORD ScanSubtree(DirectoryReader& reader, DirNode& node, const std::wstring& pa
 
 // Computes `tree` for `node` and every node below it from their `own` sums.
 void SumTrees(DirNode& node);
+
+// What the tree below `node` takes in memory, estimated: nodes, names and the
+// vectors of children, each with the allocator's overhead.
+size_t EstimateBytes(const DirNode& node);
 
 // True for errors that mean the folder is no longer there.
 bool IsGone(DWORD error) noexcept;

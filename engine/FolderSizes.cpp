@@ -5,6 +5,7 @@
 #include <winternl.h>
 
 #include <algorithm>
+#include <chrono>
 #include <utility>
 #include <vector>
 
@@ -15,23 +16,66 @@ namespace {
 // A folder whose notifications failed is scanned again when asked for, at
 // most this often.
 constexpr ULONGLONG kUnfollowedRescanMs = 2000;
+// What the destructor gives the threads when Stop was not called.
+constexpr DWORD kDestructorStopMs = 1000;
+// A followed folder besides its tree and watch buffer: its handle, its
+// records in the maps and the watcher's.
+constexpr size_t kFollowBytes = 1024;
 
 } // namespace
 
-struct FolderSizes::Folder {
-    Folder(uint64_t folderId, std::wstring folderPath, const Identity& rootIdentity)
-        : id(folderId), path(std::move(folderPath)), identity(rootIdentity)
+EngineOptions::EngineOptions()
+{
+    scans.maxThreads = 6;
+    // Notifications of 16 KB hold a few hundred changes between two reads;
+    // an overflow costs a rescan of that folder only. 2,000 folders take 32 MB
+    // (64 KB each would take 128 MB, and on Windows as much again in the
+    // system's pool).
+    watch.bufferBytes = 16 * 1024;
+}
+
+// A lock and a wait without a kernel object: the engine keeps one of each per
+// folder, and a pthreads mutex or condition variable of MinGW holds event and
+// semaphore handles, three per folder in all.
+class SlimLock {
+public:
+    void lock() noexcept { AcquireSRWLockExclusive(&lock_); }
+    void unlock() noexcept { ReleaseSRWLockExclusive(&lock_); }
+    bool try_lock() noexcept { return TryAcquireSRWLockExclusive(&lock_) != FALSE; }
+    // Waits, the lock held by the caller, until woken or `ms` passed.
+    void Wait(CONDITION_VARIABLE& condition, DWORD ms) noexcept
     {
+        SleepConditionVariableSRW(&condition, &lock_, ms, 0);
     }
 
-    const uint64_t id;
-    const std::wstring path;
-    const Identity identity;
-    uint64_t lastAsked = 0;  // guarded by FolderSizes::mutex_
+private:
+    SRWLOCK lock_ = SRWLOCK_INIT;
+};
 
-    std::mutex mutex;  // guards everything below
-    ScanState state = ScanState::Running;
+struct FolderSizes::Folder {
+    Folder(uint64_t folderKey, std::wstring folderPath) : key(folderKey), path(std::move(folderPath)) {}
+
+    // What the record takes, estimated: itself, its name, its map entry.
+    size_t RecordBytes() const { return sizeof(Folder) + (path.capacity() + 1) * sizeof(wchar_t) + 64; }
+
+    const uint64_t key;  // the pools' key
+    const std::wstring path;
+    // Guarded by FolderSizes::mutex_.
+    uint64_t lastAsked = 0;
+    ULONGLONG lastAskedAt = 0;
+    size_t bytes = 0;  // counted in bytes_ while followed
+
+    SlimLock mutex;  // guards everything below
+    CONDITION_VARIABLE checked = CONDITION_VARIABLE_INIT;
+    ScanState state = ScanState::Unknown;
     Totals totals;
+    DWORD error = 0;  // the folder could not be opened or listed
+    Identity identity = 0;
+    bool identified = false;
+    bool checking = false;  // a check runs on the opens pool
+    std::chrono::steady_clock::time_point checkStarted;
+    uint64_t watchId = 0;  // 0: not followed
+
     std::unique_ptr<DirNode> tree;
     std::shared_ptr<TreeScan> scan;
     bool scanCounts = false;  // the answer is the running scan's total so far
@@ -45,87 +89,115 @@ struct FolderSizes::Folder {
     // watch records (see WatchRecordsGoStale); the answers come from the
     // first meanwhile.
     bool repairAfterScan = false;
-    bool busy = false;    // a scan or an update runs for this folder
-    bool followed = true;
-    bool dropped = false;
-    DWORD error = 0;  // the folder itself could not be listed
+    bool busy = false;      // a scan or an update runs for this folder
+    bool notified = true;   // the notifications work
+    bool watchStarted = false;
     uint64_t generation = 0;
     ULONGLONG lastScanned = 0;
 };
 
 FolderSizes::FolderSizes(const EngineOptions& options)
     : options_(options),
-      pool_(std::max(1u, options.scanThreads)),
+      opens_(options.opens),
+      scans_(options.scans),
       watcher_(options.watch, [this](uint64_t id, storage::ChangeBatch&& batch) { OnBatch(id, std::move(batch)); })
 {
 }
 
 FolderSizes::~FolderSizes()
 {
-    std::lock_guard lock(mutex_);
-    for (const auto& [id, folder] : byId_) {
-        std::lock_guard folderLock(folder->mutex);
-        folder->dropped = true;
-        if (folder->scan)
-            folder->scan->Cancel();
+    {
+        std::lock_guard lock(mutex_);
+        if (stopping_)
+            return;
     }
+    Stop(kDestructorStopMs);
+}
+
+bool FolderSizes::Stop(DWORD timeoutMs)
+{
+    {
+        std::lock_guard lock(mutex_);
+        stopping_ = true;
+        for (const auto& [path, folder] : byPath_) {
+            std::lock_guard folderLock(folder->mutex);
+            if (folder->scan)
+                folder->scan->Cancel();
+        }
+    }
+    const ULONGLONG deadline = GetTickCount64() + timeoutMs;
+    const auto left = [&] {
+        const ULONGLONG now = GetTickCount64();
+        return static_cast<DWORD>(deadline > now ? deadline - now : 0);
+    };
+    // Each part gets its share; a pool stuck to its end still leaves the
+    // others theirs.
+    const bool opensEnded = opens_.Stop(left() / 3);
+    const bool scansEnded = scans_.Stop(left() / 2);
+    const bool watcherEnded = watcher_.Stop(left());
+    return opensEnded && scansEnded && watcherEnded;
 }
 
 DWORD FolderSizes::GetTotals(std::wstring_view name, Totals& totals)
 {
+    ScanState state;
+    return GetTotals(name, totals, state);
+}
+
+DWORD FolderSizes::GetTotals(std::wstring_view name, Totals& totals, ScanState& state)
+{
     totals = {};
+    state = ScanState::Unknown;
     std::wstring path;
-    FolderPtr folder;
     if (const DWORD error = MakeFolderPath(name, path))
         return error;
-    if (const DWORD error = FindCurrent(path, folder))
+    const FolderPtr folder = Ask(path);
+    ReleaseIdleSometimes();
+    CheckBriefly(folder);
+    std::unique_lock lock(folder->mutex);
+    if (const DWORD error = folder->error) {
+        // A folder that failed while followed (its listing, a thread) is
+        // opened and scanned afresh at the next question.
+        const bool followed = folder->watchId != 0;
+        lock.unlock();
+        if (followed)
+            Release(folder);
         return error;
-    if (!folder) {
-        if (const DWORD error = Follow(path, folder))
-            return error;
     }
-    DWORD error = 0;
-    {
-        std::lock_guard lock(folder->mutex);
-        error = folder->error;
-        if (!error) {
-            totals = folder->scan && folder->scanCounts ? folder->scan->Found() : folder->totals;
-            if (!folder->followed && !folder->busy && GetTickCount64() - folder->lastScanned >= kUnfollowedRescanMs) {
-                folder->pending.rescan = true;
-                Schedule(folder);
-            }
-        }
+    totals = folder->scan && folder->scanCounts ? folder->scan->Found() : folder->totals;
+    state = folder->state;
+    if (folder->watchId && !folder->notified && !folder->busy &&
+        GetTickCount64() - folder->lastScanned >= kUnfollowedRescanMs) {
+        folder->pending.rescan = true;
+        Schedule(folder);
     }
-    if (error) {
-        Drop(folder);
-        totals = {};
-    }
-    return error;
+    return 0;
 }
 
 DWORD FolderSizes::ScanNow(std::wstring_view name)
 {
     std::wstring path;
-    FolderPtr folder;
     if (const DWORD error = MakeFolderPath(name, path))
         return error;
-    if (const DWORD error = FindCurrent(path, folder))
-        return error;
-    if (!folder)
-        return Follow(path, folder);
+    const FolderPtr folder = Ask(path);
+    {
+        std::lock_guard lock(folder->mutex);
+        ++folder->generation;
+        folder->pending.rescan = true;
+        folder->pending.changes.clear();
+        folder->repairAfterScan = WatchRecordsGoStale();
+        folder->forget = true;
+        folder->state = folder->watchId ? ScanState::Running : ScanState::Unknown;
+        folder->totals = {};
+        folder->scanCounts = false;
+        if (folder->scan)
+            folder->scan->Cancel();
+        if (folder->watchId)
+            Schedule(folder);
+    }
+    CheckBriefly(folder);
     std::lock_guard lock(folder->mutex);
-    ++folder->generation;
-    folder->pending.rescan = true;
-    folder->pending.changes.clear();
-    folder->repairAfterScan = WatchRecordsGoStale();
-    folder->forget = true;
-    folder->state = ScanState::Running;
-    folder->totals = {};
-    folder->scanCounts = false;
-    if (folder->scan)
-        folder->scan->Cancel();
-    Schedule(folder);
-    return 0;
+    return folder->error;
 }
 
 DWORD FolderSizes::GetScanState(std::wstring_view name, ScanState& state)
@@ -134,9 +206,9 @@ DWORD FolderSizes::GetScanState(std::wstring_view name, ScanState& state)
     std::wstring path;
     if (const DWORD error = MakeFolderPath(name, path))
         return error;
-    if (const FolderPtr folder = Find(path, false)) {
+    if (const FolderPtr folder = Find(path)) {
         std::lock_guard lock(folder->mutex);
-        state = folder->state;
+        state = folder->error ? ScanState::Unknown : folder->state;
     }
     return 0;
 }
@@ -147,8 +219,8 @@ DWORD FolderSizes::StopWatching(std::wstring_view name, bool& wasFollowed)
     std::wstring path;
     if (const DWORD error = MakeFolderPath(name, path))
         return error;
-    if (const FolderPtr folder = Find(path, false)) {
-        Drop(folder);
+    if (const FolderPtr folder = Find(path)) {
+        Forget(folder);
         wasFollowed = true;
     }
     return 0;
@@ -157,7 +229,18 @@ DWORD FolderSizes::StopWatching(std::wstring_view name, bool& wasFollowed)
 size_t FolderSizes::WatchedCount() const
 {
     std::lock_guard lock(mutex_);
-    return byPath_.size();
+    return byWatch_.size();
+}
+
+Usage FolderSizes::usage() const
+{
+    Usage usage;
+    {
+        std::lock_guard lock(mutex_);
+        usage = {byWatch_.size(), byPath_.size(), bytes_, recordBytes_, closing_.size(), 0};
+    }
+    usage.watches = watcher_.PendingCount();
+    return usage;
 }
 
 DWORD FolderSizes::IdentityOf(HANDLE folder, Identity& identity)
@@ -189,98 +272,277 @@ DWORD FolderSizes::ReadIdentity(const std::wstring& path, Identity& identity)
     return root ? IdentityOf(root.get(), identity) : GetLastError();
 }
 
-DWORD FolderSizes::FindCurrent(const std::wstring& path, FolderPtr& folder)
+FolderSizes::FolderPtr FolderSizes::Ask(const std::wstring& path)
 {
-    // Checked on every question: a folder can be deleted, or renamed and
-    // another one made under its name, without a notification to its own
-    // watch.
-    Identity identity = 0;
-    const DWORD error = ReadIdentity(path, identity);
-    folder = Find(path, true);
-    if (folder && (error || folder->identity != identity)) {
-        Drop(folder);
-        folder.reset();
+    std::lock_guard lock(mutex_);
+    FolderPtr& entry = byPath_[path];
+    if (!entry) {
+        entry = std::make_shared<Folder>(nextKey_++, path);
+        recordBytes_ += entry->RecordBytes();
     }
-    return error;
+    const FolderPtr folder = entry;
+    folder->lastAsked = ++asked_;
+    folder->lastAskedAt = GetTickCount64();
+    TrimRecords(folder);
+    return folder;
 }
 
-FolderSizes::FolderPtr FolderSizes::Find(const std::wstring& path, bool asked)
+FolderSizes::FolderPtr FolderSizes::Find(const std::wstring& path) const
 {
     std::lock_guard lock(mutex_);
     const auto it = byPath_.find(path);
-    if (it == byPath_.end())
-        return nullptr;
-    if (asked)
-        it->second->lastAsked = ++asked_;
-    return it->second;
+    return it == byPath_.end() ? nullptr : it->second;
 }
 
-DWORD FolderSizes::Follow(const std::wstring& path, FolderPtr& folder)
+void FolderSizes::CheckBriefly(const FolderPtr& folder)
 {
-    base::unique_file root(CreateFileW(path.c_str(), FILE_LIST_DIRECTORY,
-                                       FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
-                                       FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OVERLAPPED, nullptr));
-    if (!root)
-        return GetLastError();
-    Identity identity = 0;
-    if (const DWORD error = IdentityOf(root.get(), identity))
-        return error;
-
-    FolderPtr leastAsked;
-    {
-        std::lock_guard lock(mutex_);
-        if (const auto it = byPath_.find(path); it != byPath_.end()) {
-            folder = it->second;  // another thread was quicker
-            return 0;
-        }
-        folder = std::make_shared<Folder>(nextId_++, path, identity);
-        folder->lastAsked = ++asked_;
-        byPath_.emplace(path, folder);
-        byId_.emplace(folder->id, folder);
-        if (byPath_.size() > options_.maxFolders) {
-            for (const auto& [key, candidate] : byPath_)
-                if (!leastAsked || candidate->lastAsked < leastAsked->lastAsked)
-                    leastAsked = candidate;
+    std::unique_lock lock(folder->mutex);
+    if (!folder->checking) {
+        folder->checking = true;
+        folder->checkStarted = std::chrono::steady_clock::now();
+        lock.unlock();
+        const DWORD refused = opens_.Submit(folder->key, [this, folder] { Check(folder); });
+        lock.lock();
+        if (refused) {
+            // No thread can open it: the question fails, the next one tries again.
+            folder->checking = false;
+            folder->error = refused;
+            return;
         }
     }
-    if (leastAsked)
-        Drop(leastAsked);
-    // The first batch of the watch asks for the first scan: the scan starts
-    // after the notifications, so no change can fall between them.
-    watcher_.Watch(folder->id, std::move(root));
-    return 0;
+    // A check that has been running longer already is on slow storage: the
+    // answer does not wait for it.
+    const auto until = folder->checkStarted + std::chrono::milliseconds(options_.answerWaitMs);
+    for (auto now = std::chrono::steady_clock::now(); folder->checking && now < until;
+         now = std::chrono::steady_clock::now())
+        folder->mutex.Wait(folder->checked,
+                           static_cast<DWORD>(std::chrono::ceil<std::chrono::milliseconds>(until - now).count()));
 }
 
-void FolderSizes::Drop(const FolderPtr& folder)
+// Checked on every question: a folder can be deleted, or renamed and another
+// one made under its name, without a notification to its own watch.
+void FolderSizes::Check(const FolderPtr& folder)
 {
-    {
-        std::lock_guard lock(mutex_);
-        if (const auto it = byPath_.find(folder->path); it != byPath_.end() && it->second == folder)
-            byPath_.erase(it);
-        if (byId_.erase(folder->id) && WatchRecordsGoStale())
-            closing_.emplace(folder->id, folder->path);
-    }
+    bool followed = false;
+    Identity known = 0;
     {
         std::lock_guard lock(folder->mutex);
-        folder->dropped = true;
-        if (folder->scan)
-            folder->scan->Cancel();
+        followed = folder->watchId != 0;
+        known = folder->identity;
     }
-    watcher_.Unwatch(folder->id);
+    if (followed) {
+        Identity identity = 0;
+        const DWORD error = ReadIdentity(folder->path, identity);
+        if (error || identity != known) {
+            Release(folder);
+            followed = false;
+        }
+    }
+    if (!followed)
+        Open(folder);
+    std::lock_guard lock(folder->mutex);
+    folder->checking = false;
+    WakeAllConditionVariable(&folder->checked);
 }
 
-void FolderSizes::OnBatch(uint64_t id, storage::ChangeBatch&& batch)
+void FolderSizes::Open(const FolderPtr& folder)
+{
+    base::unique_file root(CreateFileW(folder->path.c_str(), FILE_LIST_DIRECTORY,
+                                       FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
+                                       FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OVERLAPPED, nullptr));
+    Identity identity = 0;
+    const DWORD error = root ? IdentityOf(root.get(), identity) : GetLastError();
+    if (!error) {
+        Follow(folder, std::move(root), identity);
+        return;
+    }
+    std::lock_guard lock(folder->mutex);
+    folder->error = error;
+    folder->state = ScanState::Unknown;
+    folder->totals = {};
+    folder->identified = false;
+}
+
+void FolderSizes::Follow(const FolderPtr& folder, base::unique_file root, Identity identity)
+{
+    uint64_t watchId = 0;
+    {
+        std::lock_guard lock(mutex_);
+        // Forgotten meanwhile (StopWatching, or too many records), or ending.
+        if (stopping_ || byPath_.count(folder->path) == 0 || byPath_.at(folder->path) != folder)
+            return;
+        watchId = nextKey_++;
+        byWatch_.emplace(watchId, folder);
+        folder->bytes = kFollowBytes + options_.watch.bufferBytes;
+        bytes_ += folder->bytes;
+        std::lock_guard folderLock(folder->mutex);
+        if (folder->identified && folder->identity != identity) {
+            // Another folder under the same name: nothing known holds for it.
+            folder->state = ScanState::Unknown;
+            folder->totals = {};
+        }
+        folder->identity = identity;
+        folder->identified = true;
+        folder->error = 0;
+        folder->watchId = watchId;
+        folder->notified = true;
+        folder->watchStarted = false;
+        folder->pending = {};
+        // A total known from before is kept, marked Stale, until the scan
+        // that the watch's first batch asks for is complete.
+        if (folder->state == ScanState::Unknown)
+            folder->state = ScanState::Running;
+    }
+    // The first batch of the watch asks for the first scan: the scan starts
+    // after the notifications, so no change can fall between them.
+    watcher_.Watch(watchId, std::move(root));
+    KeepWithinBudget(folder);
+}
+
+void FolderSizes::Release(const FolderPtr& folder)
+{
+    uint64_t watchId = 0;
+    std::unique_ptr<DirNode> tree;
+    {
+        std::lock_guard lock(mutex_);
+        std::lock_guard folderLock(folder->mutex);
+        watchId = std::exchange(folder->watchId, 0);
+        if (!watchId)
+            return;
+        byWatch_.erase(watchId);
+        bytes_ -= folder->bytes;
+        folder->bytes = 0;
+        if (WatchRecordsGoStale())
+            closing_.emplace(watchId, folder->path);
+        tree = std::move(folder->tree);
+        ++folder->generation;
+        folder->pending = {};
+        folder->forget = false;
+        folder->repairAfterScan = false;
+        folder->scanCounts = false;
+        if (folder->scan)
+            folder->scan->Cancel();
+        // What is kept is the last complete total, Stale from now on; a first
+        // scan's partial one is not worth keeping.
+        if (folder->state == ScanState::Complete) {
+            folder->state = ScanState::Stale;
+        } else if (folder->state == ScanState::Running) {
+            folder->state = ScanState::Unknown;
+            folder->totals = {};
+        }
+    }
+    watcher_.Unwatch(watchId);
+    // A large tree takes a while to free: not on a thread that answers calls.
+    if (tree)
+        scans_.Submit(folder->key, [gone = std::shared_ptr<DirNode>(std::move(tree))] {});
+}
+
+void FolderSizes::Forget(const FolderPtr& folder)
+{
+    Release(folder);
+    std::lock_guard lock(mutex_);
+    if (const auto it = byPath_.find(folder->path); it != byPath_.end() && it->second == folder) {
+        byPath_.erase(it);
+        recordBytes_ -= folder->RecordBytes();
+    }
+}
+
+void FolderSizes::SetTreeBytes(const FolderPtr& folder, size_t treeBytes)
+{
+    {
+        std::lock_guard lock(mutex_);
+        if (!folder->bytes)
+            return;  // released meanwhile
+        bytes_ -= folder->bytes;
+        folder->bytes = kFollowBytes + options_.watch.bufferBytes + treeBytes;
+        bytes_ += folder->bytes;
+    }
+    KeepWithinBudget(folder);
+}
+
+void FolderSizes::KeepWithinBudget(const FolderPtr& keep)
+{
+    std::vector<FolderPtr> released;
+    {
+        std::lock_guard lock(mutex_);
+        // The least recently asked first; linear, as it runs only when a
+        // total grew past the budget.
+        for (size_t projected = bytes_; projected > options_.memoryBudget;) {
+            FolderPtr oldest;
+            for (const auto& [watchId, folder] : byWatch_)
+                if (folder != keep && folder->bytes &&
+                    std::find(released.begin(), released.end(), folder) == released.end() &&
+                    (!oldest || folder->lastAsked < oldest->lastAsked))
+                    oldest = folder;
+            if (!oldest)
+                break;
+            projected -= oldest->bytes;
+            released.push_back(oldest);
+        }
+    }
+    for (const FolderPtr& folder : released)
+        Release(folder);
+}
+
+void FolderSizes::TrimRecords(const FolderPtr& keep)
+{
+    while (recordBytes_ > options_.recordBudget) {
+        auto oldest = byPath_.end();
+        for (auto it = byPath_.begin(); it != byPath_.end(); ++it) {
+            const FolderPtr& folder = it->second;
+            if (folder != keep && !folder->bytes &&
+                (oldest == byPath_.end() || folder->lastAsked < oldest->second->lastAsked)) {
+                std::lock_guard folderLock(folder->mutex);
+                if (!folder->watchId && !folder->checking && !folder->busy)
+                    oldest = it;
+            }
+        }
+        if (oldest == byPath_.end())
+            return;
+        recordBytes_ -= oldest->second->RecordBytes();
+        byPath_.erase(oldest);
+    }
+}
+
+void FolderSizes::ReleaseIdleSometimes()
+{
+    {
+        std::lock_guard lock(mutex_);
+        const ULONGLONG now = GetTickCount64();
+        if (now - idleChecked_ < std::min<ULONGLONG>(options_.idleReleaseMs, 60000))
+            return;
+        idleChecked_ = now;
+    }
+    // Not on the caller's thread: letting a large tree go takes a while.
+    scans_.Submit(0, [this] { ReleaseIdle(); });
+}
+
+void FolderSizes::ReleaseIdle()
+{
+    std::vector<FolderPtr> idle;
+    {
+        std::lock_guard lock(mutex_);
+        const ULONGLONG now = GetTickCount64();
+        for (const auto& [watchId, folder] : byWatch_)
+            if (now - folder->lastAskedAt >= options_.idleReleaseMs)
+                idle.push_back(folder);
+    }
+    for (const FolderPtr& folder : idle)
+        Release(folder);
+}
+
+void FolderSizes::OnBatch(uint64_t watchId, storage::ChangeBatch&& batch)
 {
     FolderPtr folder;
     std::wstring closedPath;
     {
         std::lock_guard lock(mutex_);
         if (batch.closed) {
-            if (const auto it = closing_.find(id); it != closing_.end()) {
+            if (const auto it = closing_.find(watchId); it != closing_.end()) {
                 closedPath = std::move(it->second);
                 closing_.erase(it);
             }
-        } else if (const auto it = byId_.find(id); it != byId_.end()) {
+        } else if (const auto it = byWatch_.find(watchId); it != byWatch_.end()) {
             folder = it->second;
         }
     }
@@ -288,11 +550,23 @@ void FolderSizes::OnBatch(uint64_t id, storage::ChangeBatch&& batch)
         RepairAround(closedPath);
     if (!folder)
         return;
-    std::lock_guard lock(folder->mutex);
+    std::unique_lock lock(folder->mutex);
+    if (folder->watchId != watchId)
+        return;
     auto& pending = folder->pending;
+    if (batch.failed && folder->watchStarted) {
+        // Notifications that worked and stopped: the folder is being deleted,
+        // or its share went away. Its handle goes; the next question opens
+        // it again, or fails.
+        lock.unlock();
+        Release(folder);
+        return;
+    }
+    if (batch.started)
+        folder->watchStarted = true;
     if (batch.failed) {
         // Still answered, from scans repeated when asked for.
-        folder->followed = false;
+        folder->notified = false;
         if (!folder->tree && !folder->scan)
             pending.rescan = true;
     } else if (batch.rescan) {
@@ -316,13 +590,17 @@ void FolderSizes::RepairAround(const std::wstring& closedPath)
     std::vector<FolderPtr> around;
     {
         std::lock_guard lock(mutex_);
-        for (const auto& [path, folder] : byPath_)
+        for (const auto& [watchId, folder] : byWatch_) {
+            const std::wstring& path = folder->path;
             if (closedPath.size() > path.size() && (path.back() == L'\\' || closedPath[path.size()] == L'\\') &&
                 EqualNoCase(std::wstring_view(closedPath).substr(0, path.size()), path))
                 around.push_back(folder);
+        }
     }
     for (const FolderPtr& folder : around) {
         std::lock_guard lock(folder->mutex);
+        if (!folder->watchId)
+            continue;
         folder->pending.rescan = true;
         folder->pending.forgetWatchRecords = true;
         folder->pending.changes.clear();
@@ -332,17 +610,21 @@ void FolderSizes::RepairAround(const std::wstring& closedPath)
 
 void FolderSizes::Schedule(const FolderPtr& folder)
 {
-    if (folder->busy || folder->dropped || !(folder->pending.rescan || !folder->pending.changes.empty()))
+    if (folder->busy || !folder->watchId || !(folder->pending.rescan || !folder->pending.changes.empty()))
         return;
     folder->busy = true;
-    pool_.SubmitUpdate([this, folder](DirectoryReader& reader) { Continue(folder, reader); });
+    if (const DWORD refused = scans_.Submit(folder->key, [this, folder] { Continue(folder); })) {
+        // Stopping, or no thread to list it: the question says so.
+        folder->busy = false;
+        folder->error = refused;
+    }
 }
 
-void FolderSizes::Continue(const FolderPtr& folder, DirectoryReader& reader)
+void FolderSizes::Continue(const FolderPtr& folder)
 {
     std::unique_lock lock(folder->mutex);
     for (;;) {
-        if (folder->dropped || (!folder->pending.rescan && (folder->pending.changes.empty() || !folder->tree))) {
+        if (!folder->watchId || (!folder->pending.rescan && (folder->pending.changes.empty() || !folder->tree))) {
             folder->busy = false;
             return;
         }
@@ -354,13 +636,17 @@ void FolderSizes::Continue(const FolderPtr& folder, DirectoryReader& reader)
         std::unique_ptr<DirNode> tree = std::move(folder->tree);
         const uint64_t generation = folder->generation;
         lock.unlock();
-        const DWORD error = ApplyChanges(reader, *tree, folder->path, changes, ++batches_);
+        const DWORD error = ApplyChanges(ThreadReader(), *tree, folder->path, changes, ++batches_);
+        const size_t treeBytes = EstimateBytes(*tree);
         lock.lock();
         if (folder->generation != generation)
             continue;  // asked to start again meanwhile
         folder->tree = std::move(tree);
         folder->totals = folder->tree->tree;
         folder->error = error;
+        lock.unlock();
+        SetTreeBytes(folder, treeBytes);
+        lock.lock();
     }
 }
 
@@ -372,19 +658,33 @@ void FolderSizes::StartFullScan(const FolderPtr& folder)
     folder->forget = false;
     if (forget) {
         folder->tree.reset();
-        folder->totals = {};
-        folder->state = ScanState::Running;
+        // A total known from before answers, Stale, until the scan is
+        // complete; without one, the scan's running count does.
+        folder->scanCounts = folder->state != ScanState::Stale;
+        if (folder->scanCounts) {
+            folder->totals = {};
+            folder->state = ScanState::Running;
+        }
+    } else {
+        folder->scanCounts = false;
     }
-    folder->scanCounts = forget;
-    folder->scan = TreeScan::Start(pool_, folder->path, forgetWatchRecords,
-                                   [this, weak = std::weak_ptr<Folder>(folder)](TreeScan& scan, DirectoryReader& reader) {
+    DWORD refused = 0;
+    folder->scan = TreeScan::Start(scans_, folder->key, folder->path, forgetWatchRecords,
+                                   [this, weak = std::weak_ptr<Folder>(folder)](TreeScan& scan) {
                                        if (const FolderPtr owner = weak.lock())
-                                           OnScanDone(owner, scan, reader);
-                                   });
+                                           OnScanDone(owner, scan);
+                                   },
+                                   refused);
+    if (!folder->scan) {
+        folder->busy = false;
+        folder->scanCounts = false;
+        folder->error = refused;
+    }
 }
 
-void FolderSizes::OnScanDone(const FolderPtr& folder, TreeScan& scan, DirectoryReader& reader)
+void FolderSizes::OnScanDone(const FolderPtr& folder, TreeScan& scan)
 {
+    size_t treeBytes = 0;
     {
         std::lock_guard lock(folder->mutex);
         if (folder->scan.get() != &scan)
@@ -394,6 +694,7 @@ void FolderSizes::OnScanDone(const FolderPtr& folder, TreeScan& scan, DirectoryR
         folder->scanCounts = false;
         if (!scan.Cancelled()) {
             folder->tree = scan.TakeTree();
+            treeBytes = scan.TreeBytes();
             folder->totals = folder->tree->tree;
             folder->state = ScanState::Complete;
             folder->error = scan.RootError();
@@ -402,9 +703,13 @@ void FolderSizes::OnScanDone(const FolderPtr& folder, TreeScan& scan, DirectoryR
                 folder->pending.rescan = true;
                 folder->pending.forgetWatchRecords = true;
             }
+        } else if (folder->watchId && scan.RootError()) {
+            folder->error = scan.RootError();  // a listing the pool refused
         }
     }
-    Continue(folder, reader);
+    if (treeBytes)
+        SetTreeBytes(folder, treeBytes);
+    Continue(folder);
 }
 
 } // namespace engine

@@ -27,12 +27,23 @@ SizeEngine::SizeEngine(server::ServerModule& module, engine::FolderSizes& sizes)
 {
 }
 
-HRESULT SizeEngine::GetTotals(BSTR folder, engine::Totals& totals) noexcept
+HRESULT SizeEngine::QueryInterface(REFIID iid, void** out) noexcept
+{
+    if (out && IsEqualIID(iid, IID_ISizeEngine)) {
+        *out = static_cast<ISizeEngine*>(this);
+        AddRef();
+        return S_OK;
+    }
+    return ServerObject::QueryInterface(iid, out);
+}
+
+HRESULT SizeEngine::GetTotals(BSTR folder, engine::Totals& totals, engine::ScanState& state) noexcept
 {
     totals = {};
+    state = engine::ScanState::Unknown;
     if (Name(folder).empty())
         return E_INVALIDARG;
-    return FromError(sizes_.GetTotals(Name(folder), totals));
+    return FromError(sizes_.GetTotals(Name(folder), totals, state));
 }
 
 HRESULT SizeEngine::GetFileCount(BSTR folder, UINT64* files) noexcept
@@ -40,7 +51,8 @@ HRESULT SizeEngine::GetFileCount(BSTR folder, UINT64* files) noexcept
     if (!files)
         return E_POINTER;
     engine::Totals totals;
-    const HRESULT result = GetTotals(folder, totals);
+    engine::ScanState state;
+    const HRESULT result = GetTotals(folder, totals, state);
     *files = totals.files;
     return result;
 }
@@ -50,8 +62,21 @@ HRESULT SizeEngine::GetTotalSize(BSTR folder, UINT64* size) noexcept
     if (!size)
         return E_POINTER;
     engine::Totals totals;
-    const HRESULT result = GetTotals(folder, totals);
+    engine::ScanState state;
+    const HRESULT result = GetTotals(folder, totals, state);
     *size = totals.bytes;
+    return result;
+}
+
+HRESULT SizeEngine::GetTotalAndState(BSTR folder, UINT64* size, LONG* state) noexcept
+{
+    if (!size || !state)
+        return E_POINTER;
+    engine::Totals totals;
+    engine::ScanState known;
+    const HRESULT result = GetTotals(folder, totals, known);
+    *size = totals.bytes;
+    *state = static_cast<LONG>(known);
     return result;
 }
 

@@ -10,20 +10,24 @@
 
 namespace krn {
 
-class SizeEngine final : public server::ServerObject<ISizeEngine> {
+class SizeEngine final : public server::ServerObject<ISizeEngine2> {
 public:
     using Context = engine::FolderSizes;
 
     SizeEngine(server::ServerModule& module, engine::FolderSizes& sizes) noexcept;
+
+    // ISizeEngine2 derives from ISizeEngine: one object answers for both.
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) noexcept override;
 
     HRESULT STDMETHODCALLTYPE GetFileCount(BSTR folder, UINT64* files) noexcept override;
     HRESULT STDMETHODCALLTYPE ScanNow(BSTR folder) noexcept override;
     HRESULT STDMETHODCALLTYPE GetScanState(BSTR folder, LONG* state) noexcept override;
     HRESULT STDMETHODCALLTYPE StopWatching(BSTR folder) noexcept override;
     HRESULT STDMETHODCALLTYPE GetTotalSize(BSTR folder, UINT64* size) noexcept override;
+    HRESULT STDMETHODCALLTYPE GetTotalAndState(BSTR folder, UINT64* size, LONG* state) noexcept override;
 
 private:
-    HRESULT GetTotals(BSTR folder, engine::Totals& totals) noexcept;
+    HRESULT GetTotals(BSTR folder, engine::Totals& totals, engine::ScanState& state) noexcept;
 
     engine::FolderSizes& sizes_;
 };
@@ -33,6 +37,16 @@ private:
 // cache, and the notifications that keep it true, survive between refreshes.
 inline constexpr DWORD kSizeEngineLingerMs = 5 * 60 * 1000;
 
-inline const server::ServerSpec kSizeEngineServer{CLSID_SizeEngine, L"Kestrune Size Engine", kSizeEngineLingerMs};
+// How long the engine's threads get to end when the server ends: within the
+// 2 s an uninstall waits, also when a thread is stuck on storage.
+inline constexpr DWORD kSizeEngineStopMs = 1000;
+
+// Serves SizeEngine until the linger after the last object expires.
+inline const server::ServerSpec kSizeEngineServer{
+    .clsid = CLSID_SizeEngine,
+    .friendlyName = L"Kestrune Size Engine",
+    .lingerMs = kSizeEngineLingerMs,
+    .stopMs = kSizeEngineStopMs,
+};
 
 } // namespace krn

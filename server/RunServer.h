@@ -55,6 +55,12 @@ int RunServer(const wchar_t* commandTail, const ServerSpec& spec, Args&&... args
     const int exitCode = module.Serve(&served->factory);
     if (module.MayUninitialize())
         CoUninitialize();
+    // A context whose thread is stuck on storage (an offline share may answer
+    // in minutes, or never) is still used by that thread when it wakes: the
+    // process ends here, without the destructors that would free it.
+    if constexpr (requires(typename Object::Context& context) { context.Stop(DWORD{}); })
+        if (!served->context.Stop(spec.stopMs))
+            ExitProcess(static_cast<UINT>(exitCode));
     return exitCode;
 }
 

@@ -35,6 +35,10 @@ struct ServerSpec {
     // messages. A free-threaded server (COINIT_MULTITHREADED) gets its calls
     // on COM's own threads, at once.
     DWORD apartment = COINIT_APARTMENTTHREADED;
+    // How long a context with threads of its own (one with a Stop(timeoutMs)
+    // that says whether they all ended) gets to stop them when the server
+    // ends.
+    DWORD stopMs = 1000;
 };
 
 // One per server process, on the thread that registers the class object and

@@ -1,5 +1,7 @@
 #include "storage/ChangeWatcher.h"
 
+#include "storage/WorkerPool.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -10,9 +12,10 @@ namespace {
 // Watches are keyed by their id, which starts at 1; key 0 wakes the thread
 // for requests.
 constexpr ULONG_PTR kRequestKey = 0;
-// How long the destructor waits for the system to give back the buffers of
-// cancelled reads.
-constexpr ULONGLONG kStopTimeoutMs = 5000;
+// What the destructor gives the thread when Stop was not called.
+constexpr DWORD kDestructorStopMs = 1000;
+// How long the thread waits at most for cancelled reads to come back.
+constexpr DWORD kStopPollMs = 20;
 constexpr DWORD kNotifyFilter =
     FILE_NOTIFY_CHANGE_FILE_NAME | FILE_NOTIFY_CHANGE_DIR_NAME | FILE_NOTIFY_CHANGE_SIZE | FILE_NOTIFY_CHANGE_LAST_WRITE;
 
@@ -33,33 +36,74 @@ struct ChangeWatcher::FolderWatch {
 ChangeWatcher::ChangeWatcher(const WatchOptions& options, Sink sink)
     : options_(options), sink_(std::move(sink)), port_(CreateIoCompletionPort(INVALID_HANDLE_VALUE, nullptr, 0, 1))
 {
-    thread_ = std::thread([this] { Run(); });
+    if (!port_) {
+        ReportFailure(L"creating the change notifications' completion port", GetLastError());
+        return;
+    }
+    thread_.reset(CreateThread(nullptr, 0, &ChangeWatcher::ThreadMain, this, 0, nullptr));
+    if (!thread_)
+        ReportFailure(L"starting the change notifications' thread", GetLastError());
 }
 
 ChangeWatcher::~ChangeWatcher()
 {
+    Stop(kDestructorStopMs);
+    // The thread never blocks on storage: past its deadline it ends.
+    if (thread_)
+        WaitForSingleObject(thread_.get(), INFINITE);
+}
+
+DWORD WINAPI ChangeWatcher::ThreadMain(void* watcher) noexcept
+{
+    static_cast<ChangeWatcher*>(watcher)->Run();
+    return 0;
+}
+
+bool ChangeWatcher::Stop(DWORD timeoutMs)
+{
     {
         std::lock_guard lock(mutex_);
-        stopping_ = true;
+        if (!stopping_) {
+            stopping_ = true;
+            stopDeadline_ = GetTickCount64() + timeoutMs;
+        }
     }
+    if (!thread_)
+        return true;
     PostQueuedCompletionStatus(port_.get(), 0, kRequestKey, nullptr);
-    thread_.join();
+    return WaitForSingleObject(thread_.get(), timeoutMs + 2 * kStopPollMs) == WAIT_OBJECT_0;
+}
+
+size_t ChangeWatcher::PendingCount() const
+{
+    std::lock_guard lock(mutex_);
+    return requests_.size() + watchCount_;
 }
 
 void ChangeWatcher::Watch(uint64_t id, base::unique_file folder)
 {
-    {
-        std::lock_guard lock(mutex_);
-        requests_.push_back({id, std::move(folder)});
-    }
-    PostQueuedCompletionStatus(port_.get(), 0, kRequestKey, nullptr);
+    Post({id, std::move(folder)});
 }
 
 void ChangeWatcher::Unwatch(uint64_t id)
 {
+    Post({id, {}});
+}
+
+void ChangeWatcher::Post(Request request)
+{
+    if (!thread_) {
+        ChangeBatch batch;
+        (request.folder ? batch.failed : batch.closed) = true;
+        request.folder.reset();
+        sink_(request.id, std::move(batch));
+        return;
+    }
     {
         std::lock_guard lock(mutex_);
-        requests_.push_back({id, {}});
+        if (stopping_)
+            return;
+        requests_.push_back(std::move(request));
     }
     PostQueuedCompletionStatus(port_.get(), 0, kRequestKey, nullptr);
 }
@@ -77,15 +121,16 @@ void ChangeWatcher::Run()
         if (overlapped) {
             if (const auto it = watches_.find(key); it != watches_.end())
                 OnCompletion(*it->second, error, bytes);
-        } else if (ok && key == kRequestKey) {
+        } else if (ok && key == kRequestKey && !stopping) {
             TakeRequests();
         }
         if (!stopping) {
             std::lock_guard lock(mutex_);
             stopping = stopping_;
-            if (stopping)
-                stopDeadline = GetTickCount64() + kStopTimeoutMs;
+            stopDeadline = stopDeadline_;
             stopped_ = stopping;
+            if (stopping)
+                requests_.clear();
         }
         if (stopping) {
             std::vector<uint64_t> ids;
@@ -93,7 +138,7 @@ void ChangeWatcher::Run()
                 if (!watch->closing)
                     ids.push_back(id);
             for (const uint64_t id : ids)
-                Stop(id);
+                StopWatch(id);
             if (watches_.empty())
                 return;
             if (GetTickCount64() >= stopDeadline) {
@@ -101,11 +146,13 @@ void ChangeWatcher::Run()
                 // as long as the process lives, so they are never freed.
                 for (auto& [id, watch] : watches_)
                     static_cast<void>(watch.release());
+                watches_.clear();
                 return;
             }
             continue;
         }
         DeliverDue();
+        watchCount_ = watches_.size();
     }
 }
 
@@ -120,7 +167,7 @@ void ChangeWatcher::TakeRequests()
         if (request.folder)
             Start(request.id, std::move(request.folder));
         else
-            Stop(request.id);
+            StopWatch(request.id);
     }
 }
 
@@ -143,11 +190,18 @@ void ChangeWatcher::Start(uint64_t id, base::unique_file folder)
     sink_(id, std::move(first));
 }
 
-void ChangeWatcher::Stop(uint64_t id)
+void ChangeWatcher::StopWatch(uint64_t id)
 {
     const auto it = watches_.find(id);
-    if (it == watches_.end())
+    if (it == watches_.end()) {
+        // Failed before, or never started: the caller's records go all the same.
+        if (!stopped_) {
+            ChangeBatch closed;
+            closed.closed = true;
+            sink_(id, std::move(closed));
+        }
         return;
+    }
     FolderWatch& watch = *it->second;
     watch.closing = true;
     watch.held = false;
@@ -246,7 +300,7 @@ void ChangeWatcher::DeliverDue()
 DWORD ChangeWatcher::WaitTime(bool stopping) const
 {
     if (stopping)
-        return 50;
+        return kStopPollMs;
     ULONGLONG wait = INFINITE;
     const ULONGLONG now = GetTickCount64();
     for (const auto& [id, watch] : watches_)

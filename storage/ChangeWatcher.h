@@ -2,18 +2,20 @@
 // completion port, one recursive ReadDirectoryChangesW per folder. The
 // notifications of a folder are gathered for a short while and handed on as
 // one batch, so that a program writing many files causes one update.
+// Memory: bufferBytes per folder, in this process and (on Windows) as much
+// again in the system's pool for local folders.
 #pragma once
 
 #include "base/Handles.h"
 
 #include <windows.h>
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
-#include <thread>
 #include <unordered_map>
 #include <vector>
 
@@ -34,24 +36,29 @@ struct ChangeBatch {
     bool started = false;
     // Notifications stopped for good; the folder is no longer followed.
     bool failed = false;
-    // The watch ended after Unwatch: its handle is closed.
+    // The answer to Unwatch: the watch's handle is closed, or it had already
+    // failed, or there was none of that id.
     bool closed = false;
 };
 
 struct WatchOptions {
     DWORD settleMs = 100;
-    // At most 64 KB: notifications of network folders do not take more.
+    // At most 64 KB: notifications of network folders do not take more. When
+    // the buffer overflows, the batch asks for a rescan.
     DWORD bufferBytes = 64 * 1024;
     size_t maxChanges = 8192;
 };
 
 class ChangeWatcher {
 public:
-    // Called on the watcher's thread; must not wait for it.
+    // Called on the watcher's thread; must not wait for it. When the thread
+    // or its port could not be created (reported once), Watch and Unwatch
+    // answer at once on the caller's thread: a failed or a closed batch. So
+    // call them without holding a lock that the sink takes.
     using Sink = std::function<void(uint64_t id, ChangeBatch&& batch)>;
 
     ChangeWatcher(const WatchOptions& options, Sink sink);
-    // Stops every notification before its buffer goes away.
+    // Stop with a short deadline, if it was not called.
     ~ChangeWatcher();
     ChangeWatcher(const ChangeWatcher&) = delete;
     ChangeWatcher& operator=(const ChangeWatcher&) = delete;
@@ -61,8 +68,16 @@ public:
     // batch asking for a rescan, so that nothing changed before it is missed;
     // when they cannot be started, a failed batch.
     void Watch(uint64_t id, base::unique_file folder);
-    // Stops following; the sink gets a closed batch once the handle is closed.
+    // Stops following; the sink gets a closed batch once the handle is closed
+    // (at once for an id it does not follow).
     void Unwatch(uint64_t id);
+    // Stops every notification and ends the thread within `timeoutMs`; the
+    // sink is told nothing more. A buffer the system has not given back by
+    // then is never freed: the system may still write into it. True when the
+    // thread ended.
+    bool Stop(DWORD timeoutMs);
+    // Watches being followed or closed, and requests not taken yet.
+    size_t PendingCount() const;
 
 private:
     struct FolderWatch;
@@ -71,10 +86,12 @@ private:
         base::unique_file folder;  // empty: unwatch
     };
 
+    static DWORD WINAPI ThreadMain(void* watcher) noexcept;
     void Run();
+    void Post(Request request);
     void TakeRequests();
     void Start(uint64_t id, base::unique_file folder);
-    void Stop(uint64_t id);
+    void StopWatch(uint64_t id);
     void OnCompletion(FolderWatch& watch, DWORD error, DWORD bytes);
     bool Read(FolderWatch& watch);
     void Collect(FolderWatch& watch, DWORD bytes);
@@ -86,12 +103,14 @@ private:
     const WatchOptions options_;
     const Sink sink_;
     base::unique_kernel_handle port_;
-    std::mutex mutex_;
+    mutable std::mutex mutex_;
     std::vector<Request> requests_;
     bool stopping_ = false;
+    ULONGLONG stopDeadline_ = 0;
+    std::atomic<size_t> watchCount_{0};
     std::unordered_map<uint64_t, std::unique_ptr<FolderWatch>> watches_;
-    bool stopped_ = false;  // the destructor runs: the sink is told nothing more
-    std::thread thread_;
+    bool stopped_ = false;  // Stop was called: the sink is told nothing more
+    base::unique_kernel_handle thread_;
 };
 
 } // namespace storage

@@ -6,7 +6,7 @@ namespace krn {
 
 // The monitor works from a copy of what was read: a reload never changes
 // what its thread is looking at.
-Watcher::Watcher(HINSTANCE instance) : state(instance)
+Watcher::Watcher()
 {
     state.SetReloadListener([this](const WatcherState& read) {
         monitor.Configure({MakeFolderPlans(read.folders()), read.logFile(), read.disableAlertOnStartup()});

@@ -16,7 +16,7 @@ namespace krn {
 // What the watcher's objects share: what it read, and the monitoring that
 // works from it.
 struct Watcher {
-    explicit Watcher(HINSTANCE instance);
+    Watcher();
     WatcherState state;
     Monitor monitor;
 };

@@ -2,7 +2,7 @@
 
 #include <shlobj.h>
 
-#include "actions/StandardKinds.h"
+#include "actions/StoredKinds.h"
 #include "base/Handles.h"
 #include "config/ConfigDocument.h"
 #include "config/Locations.h"
@@ -50,9 +50,9 @@ std::wstring ReadLogFile()
 
 } // namespace
 
-WatcherState::WatcherState(HINSTANCE module)
+WatcherState::WatcherState()
 {
-    AddStandardKinds(configuration_.kinds, module);
+    AddStoredKinds(configuration_.kinds);
 }
 
 DWORD WatcherState::Reload()

@@ -14,8 +14,7 @@ namespace krn {
 
 class WatcherState {
 public:
-    // `module` holds the action kinds' bitmaps, when it has them.
-    explicit WatcherState(HINSTANCE module);
+    WatcherState();
     WatcherState(const WatcherState&) = delete;
     WatcherState& operator=(const WatcherState&) = delete;
 

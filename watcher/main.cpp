@@ -4,7 +4,7 @@
 #include "server/RunServer.h"
 #include "watcher/WatcherControl.h"
 
-int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR commandTail, int)
+int WINAPI wWinMain(HINSTANCE, HINSTANCE, PWSTR commandTail, int)
 {
-    return server::RunServer<krn::WatcherControl>(commandTail, krn::kWatcherServer, instance);
+    return server::RunServer<krn::WatcherControl>(commandTail, krn::kWatcherServer);
 }

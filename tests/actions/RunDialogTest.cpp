@@ -39,7 +39,7 @@ protected:
     }
     RunParams& Block() { return *static_cast<RunParams*>(slot.params); }
 
-    RunAction kind;
+    RunAction kind{GetModuleHandleW(nullptr)};
     const RunParams original{kProgram, L"-q"};
     ActionSlot slot{nullptr, &kind};
     TempFolder files;

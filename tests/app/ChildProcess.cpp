@@ -1,6 +1,10 @@
 #include "ChildProcess.h"
 
+#include "base/Handles.h"
 #include "support/Gui.h"
+
+#include <gtest/gtest.h>
+#include <tlhelp32.h>
 
 namespace krn::test {
 
@@ -69,6 +73,36 @@ HWND ChildProcess::FindWindow(const wchar_t* cls, const wchar_t* caption, DWORD 
         },
         timeoutMs);
     return found;
+}
+
+bool CopiesEnded(const std::wstring& exe, DWORD timeoutMs)
+{
+    const ULONGLONG deadline = GetTickCount64() + timeoutMs;
+    const base::unique_kernel_handle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
+    PROCESSENTRY32W entry{sizeof entry};
+    for (BOOL more = Process32FirstW(snapshot.get(), &entry); more; more = Process32NextW(snapshot.get(), &entry)) {
+        const base::unique_kernel_handle process(
+            OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION | SYNCHRONIZE, FALSE, entry.th32ProcessID));
+        wchar_t image[MAX_PATH] = {};
+        DWORD length = MAX_PATH;
+        const ULONGLONG now = GetTickCount64();
+        if (process && QueryFullProcessImageNameW(process.get(), 0, image, &length) &&
+            lstrcmpiW(image, exe.c_str()) == 0 &&
+            WaitForSingleObject(process.get(), static_cast<DWORD>(deadline > now ? deadline - now : 0)) != WAIT_OBJECT_0)
+            return false;
+    }
+    return true;
+}
+
+ServerUnregistered::ServerUnregistered(const std::wstring& exe) : exe_(exe)
+{
+    EXPECT_EQ(ChildProcess(exe_, L"/UnregServer").Wait(30000), 0u);
+    EXPECT_TRUE(CopiesEnded(exe_, 10000));
+}
+
+ServerUnregistered::~ServerUnregistered()
+{
+    EXPECT_EQ(ChildProcess(exe_, L"/RegServer").Wait(30000), 0u);
 }
 
 } // namespace krn::test

@@ -36,4 +36,22 @@ private:
     DWORD id_ = 0;
 };
 
+// Waits up to `timeoutMs` for every running copy of `exe` to end; false when
+// one still runs.
+bool CopiesEnded(const std::wstring& exe, DWORD timeoutMs);
+
+// A COM server of the build unregistered for the guard's life (which also
+// ends its running copy), registered again afterwards, as the `servers`
+// fixture left it.
+class ServerUnregistered {
+public:
+    explicit ServerUnregistered(const std::wstring& exe);
+    ~ServerUnregistered();
+    ServerUnregistered(const ServerUnregistered&) = delete;
+    ServerUnregistered& operator=(const ServerUnregistered&) = delete;
+
+private:
+    const std::wstring exe_;
+};
+
 } // namespace krn::test

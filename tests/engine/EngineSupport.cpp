@@ -77,6 +77,11 @@ ScratchTree::~ScratchTree()
     RemoveTree(path_);
 }
 
+bool PathExists(const std::wstring& path)
+{
+    return GetFileAttributesW(Verbatim(path).c_str()) != INVALID_FILE_ATTRIBUTES;
+}
+
 bool WaitUntil(const std::function<bool()>& done, DWORD timeoutMs)
 {
     const ULONGLONG deadline = GetTickCount64() + timeoutMs;
@@ -87,6 +92,13 @@ bool WaitUntil(const std::function<bool()>& done, DWORD timeoutMs)
             return false;
         Sleep(10);
     }
+}
+
+engine::EngineOptions PatientOptions()
+{
+    engine::EngineOptions options;
+    options.answerWaitMs = 30000;
+    return options;
 }
 
 engine::Totals Ask(engine::FolderSizes& sizes, const std::wstring& folder)

@@ -39,9 +39,16 @@ private:
     std::wstring path_;
 };
 
+bool PathExists(const std::wstring& path);
+
 // Calls `done` every 10 ms until it returns true or `timeoutMs` passed;
 // returns its last answer.
 bool WaitUntil(const std::function<bool()>& done, DWORD timeoutMs = 2000);
+
+// Options whose questions wait for the checks they start (opening the folder,
+// its identity) however long those take, so that each answer reflects the
+// folder as it is on disk; the engine's own wait is a few milliseconds.
+engine::EngineOptions PatientOptions();
 
 // GetTotals, expected to succeed.
 engine::Totals Ask(engine::FolderSizes& sizes, const std::wstring& folder);

@@ -45,7 +45,7 @@ protected:
     Totals Follows(const std::wstring& folder, const Totals& expected) { return test::Follows(sizes, folder, expected); }
 
     ScratchTree tree;
-    FolderSizes sizes;
+    FolderSizes sizes{PatientOptions()};
 };
 
 TEST_F(FolderSizesTest, CountsEveryFileBelowTheFolderOnce)
@@ -149,7 +149,7 @@ TEST_F(FolderSizesTest, TheTotalFollowsFilesAndFoldersWithinTwoSeconds)
 
 TEST_F(FolderSizesTest, LostNotificationsMeanAFreshScan)
 {
-    engine::EngineOptions options;
+    engine::EngineOptions options = PatientOptions();
     options.watch.bufferBytes = 256;  // a few notifications at most
     FolderSizes small(options);
     MakeTree(tree.path());
@@ -164,35 +164,22 @@ TEST_F(FolderSizesTest, LostNotificationsMeanAFreshScan)
     EXPECT_EQ(totals.files, kTreeTotals.files + 300);
 }
 
-TEST_F(FolderSizesTest, BadNamesFailWithoutFollowingAnything)
+// The names themselves are FolderPathTest's; these fail on what they name.
+TEST_F(FolderSizesTest, NamesOfNoFolderFailWithoutFollowingAnything)
 {
     MakeFile(tree / L"plain.bin", 10);
     const std::pair<std::wstring, DWORD> cases[] = {
-        {L"", ERROR_INVALID_PARAMETER},
-        {L"relative\\folder", ERROR_INVALID_NAME},
-        {L"NUL", ERROR_INVALID_NAME},
         {L"COM1", ERROR_INVALID_NAME},
-        {tree / L"NUL", ERROR_INVALID_NAME},
-        {L"\\\\?\\", ERROR_INVALID_NAME},
-        {L"\\\\.\\C:", ERROR_INVALID_NAME},
-        {L"C:\\" + std::wstring(40000, L'x'), ERROR_FILENAME_EXCED_RANGE},
         {tree / L"missing", ERROR_FILE_NOT_FOUND},
         {tree / L"missing\\deeper", ERROR_PATH_NOT_FOUND},
         {tree / L"plain.bin", ERROR_DIRECTORY},
     };
     for (const auto& [name, error] : cases) {
         Totals totals{7, 7};
-        const std::wstring shown = name.substr(0, 60);
-        EXPECT_EQ(sizes.GetTotals(name, totals), error) << shown;
-        EXPECT_EQ(totals.bytes, 0u) << shown;
-        EXPECT_EQ(totals.files, 0u) << shown;
-        EXPECT_EQ(sizes.ScanNow(name), error) << shown;
+        EXPECT_EQ(sizes.GetTotals(name, totals), error) << name;
+        EXPECT_EQ(totals, Totals{}) << name;
+        EXPECT_EQ(sizes.ScanNow(name), error) << name;
     }
-    // A 32,000-character name has the right form and names nothing.
-    Totals totals{7, 7};
-    const DWORD longName = sizes.GetTotals(L"C:\\" + std::wstring(32000, L'x'), totals);
-    EXPECT_NE(longName, 0u);
-    EXPECT_EQ(totals.bytes, 0u);
     EXPECT_EQ(sizes.WatchedCount(), 0u);
 }
 
@@ -238,40 +225,85 @@ TEST_F(FolderSizesTest, AFolderDeletedWhileItIsScannedIsLetGo)
         << "the engine still holds the folder";
 }
 
-TEST_F(FolderSizesTest, TheFolderAskedForLeastRecentlyIsDroppedFirst)
+TEST_F(FolderSizesTest, AFolderLetGoForMemoryAnswersItsLastTotalUntilItIsExactAgain)
 {
-    engine::EngineOptions options;
-    options.maxFolders = 3;
-    FolderSizes capped(options);
-    const wchar_t* const names[] = {L"a", L"b", L"c", L"d"};
-    for (const wchar_t* name : names)
-        MakeFolder(tree / name);
-    Totals totals;
-    for (const wchar_t* name : {L"a", L"b", L"c", L"a", L"d"})
-        EXPECT_EQ(capped.GetTotals(tree / name, totals), 0u) << name;
-    EXPECT_EQ(capped.WatchedCount(), 3u);
-    const std::pair<const wchar_t*, bool> followed[] = {{L"a", true}, {L"b", false}, {L"c", true}, {L"d", true}};
-    for (const auto& [name, expected] : followed) {
-        ScanState state = ScanState::Unknown;
-        EXPECT_EQ(capped.GetScanState(tree / name, state), 0u);
-        EXPECT_EQ(state != ScanState::Unknown, expected) << name;
+    engine::EngineOptions options = PatientOptions();
+    options.memoryBudget = 1;  // only the folder counted last stays followed
+    FolderSizes tight(options);
+    MakeTree(tree.path());
+    MakeFolder(tree / L"other");
+    MakeFile(tree / L"other\\o.bin", 5);
+    const std::wstring first = tree / L"a";
+    EXPECT_EQ(test::Complete(tight, first), (Totals{1 + 4096 + 5'000'000'123, 3}));
+    EXPECT_EQ(test::Complete(tight, tree / L"other"), (Totals{5, 1}));
+    EXPECT_EQ(test::State(tight, first), ScanState::Stale) << "let go for the other folder";
+    EXPECT_EQ(tight.WatchedCount(), 1u);
+
+    MakeFile(first + L"\\grown.bin", 100);  // while nothing follows it
+    struct Seen {
+        Totals totals;
+        ScanState state;
+    };
+    std::vector<Seen> seen;
+    EXPECT_TRUE(WaitUntil([&] {
+        Seen answer{};
+        EXPECT_EQ(tight.GetTotals(first, answer.totals, answer.state), 0u);
+        seen.push_back(answer);
+        return answer.state == ScanState::Complete;
+    }, 10000));
+    for (const Seen& answer : seen) {
+        const Totals expected = answer.state == ScanState::Complete ? Totals{1 + 4096 + 5'000'000'123 + 100, 4}
+                                                                      : Totals{1 + 4096 + 5'000'000'123, 3};
+        EXPECT_TRUE(answer.state == ScanState::Stale || answer.state == ScanState::Complete)
+            << "state " << static_cast<long>(answer.state);
+        EXPECT_EQ(answer.totals.bytes, expected.bytes) << "state " << static_cast<long>(answer.state);
+        EXPECT_EQ(answer.totals.files, expected.files) << "state " << static_cast<long>(answer.state);
     }
 }
 
-TEST_F(FolderSizesTest, ScanNowStartsAgainAndStopWatchingForgets)
+TEST_F(FolderSizesTest, FoldersMadeAndDeletedOverAndOverLeaveNothingBehind)
+{
+    engine::EngineOptions options = PatientOptions();
+    options.idleReleaseMs = 50;        // a folder not asked for again is let go soon
+    options.recordBudget = 16 * 1024;  // a few dozen records
+    FolderSizes churn(options);
+    for (int round = 0; round < 60; ++round) {
+        const std::wstring folder = tree / (L"round " + std::to_wstring(round));
+        MakeFolder(folder);
+        MakeFile(folder + L"\\f.bin", 10);
+        EXPECT_EQ(test::Complete(churn, folder).bytes, 10u) << round;
+        RemoveTree(folder);  // under Wine the folder stays until the engine lets it go
+    }
+    engine::Usage usage;
+    EXPECT_TRUE(WaitUntil([&] {
+        Totals none;
+        churn.GetTotals(tree / L"missing", none);  // questions go on, about other folders
+        usage = churn.usage();
+        return usage.followed == 0 && usage.closing == 0 && usage.watches == 0;
+    })) << usage.followed << " followed, " << usage.closing << " closing, " << usage.watches << " with the watcher";
+    EXPECT_LE(usage.recordBytes, options.recordBudget);
+    EXPECT_LT(usage.records, 60u);
+    EXPECT_TRUE(WaitUntil([&] { return !PathExists(tree / L"round 0"); })) << "the engine still holds a deleted folder";
+}
+
+TEST_F(FolderSizesTest, AThreadThatCannotBeHadFailsTheQuestionInsteadOfHangingIt)
 {
     MakeTree(tree.path());
-    EXPECT_EQ(Complete(tree.path()), kTreeTotals);
-    EXPECT_EQ(sizes.ScanNow(tree.path()), 0u);
-    EXPECT_EQ(Complete(tree.path()), kTreeTotals);
-
-    bool wasFollowed = false;
-    EXPECT_EQ(sizes.StopWatching(tree.path(), wasFollowed), 0u);
-    EXPECT_TRUE(wasFollowed);
-    EXPECT_EQ(State(tree.path()), ScanState::Unknown);
-    EXPECT_EQ(sizes.StopWatching(tree.path(), wasFollowed), 0u);
-    EXPECT_FALSE(wasFollowed);
-    EXPECT_EQ(sizes.StopWatching(L"", wasFollowed), static_cast<DWORD>(ERROR_INVALID_PARAMETER));
+    struct Case {
+        const char* what;
+        unsigned openThreads;
+        unsigned scanThreads;
+    };
+    for (const Case& c : {Case{"no thread opens", 0, 2}, Case{"no thread lists", 2, 0}}) {
+        engine::EngineOptions options = PatientOptions();
+        options.opens.maxThreads = c.openThreads;
+        options.scans.maxThreads = c.scanThreads;
+        FolderSizes starved(options);
+        Totals totals;
+        EXPECT_TRUE(WaitUntil([&] { return starved.GetTotals(tree.path(), totals) == ERROR_MAX_THRDS_REACHED; }))
+            << c.what;
+        EXPECT_EQ(totals.bytes, 0u) << c.what;
+    }
 }
 
 } // namespace

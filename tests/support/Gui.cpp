@@ -47,6 +47,21 @@ std::wstring ClassName(HWND window)
     return name;
 }
 
+namespace {
+
+// The system's icons are shared handles, made on first use: Wine makes a
+// second handle when threads ask for one at the same moment (message boxes
+// opened together on threads of their own), and a box's handle then differs
+// from the one a test loads. Loaded once before any test runs, every thread
+// finds the same one.
+const bool systemIconsLoaded = [] {
+    for (LPCWSTR icon : {IDI_EXCLAMATION, IDI_QUESTION, IDI_ERROR, IDI_INFORMATION})
+        LoadIconW(nullptr, icon);
+    return true;
+}();
+
+} // namespace
+
 MessageBoxInfo ReadMessageBox(HWND box)
 {
     MessageBoxInfo info;

@@ -17,7 +17,7 @@ namespace {
 
 class WatcherStateTest : public ScratchTest {
 protected:
-    WatcherState state{GetModuleHandleW(nullptr)};
+    WatcherState state;
 };
 
 // Each file in turn replaces what the one before gave.

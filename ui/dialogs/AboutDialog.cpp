@@ -2,7 +2,7 @@
 
 #include "app/AppModule.h"
 #include "resource.h"
-#include "ui/DialogLook.h"
+#include "app/DialogLook.h"
 #include "ui/MakerPages.h"
 
 namespace krn {

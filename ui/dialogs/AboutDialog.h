@@ -4,7 +4,7 @@
 
 #include "acl/ColorSchemes.h"
 #include "acl/Hyperlink.h"
-#include "ui/DialogBase.h"
+#include "app/DialogBase.h"
 
 #include <windows.h>
 

@@ -6,8 +6,8 @@
 #include "acl/ColorSchemes.h"
 #include "acl/ListView.h"
 #include "config/FolderEntry.h"
-#include "ui/DialogBase.h"
-#include "ui/DialogLook.h"
+#include "app/DialogBase.h"
+#include "app/DialogLook.h"
 
 #include <windows.h>
 #include <shellapi.h>

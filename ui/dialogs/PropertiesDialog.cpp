@@ -5,7 +5,7 @@
 #include "resource.h"
 #include "settings/RegistrySettings.h"
 #include "settings/RegistryValues.h"
-#include "ui/DialogLook.h"
+#include "app/DialogLook.h"
 
 #include <commdlg.h>
 #include <shellapi.h>

@@ -7,7 +7,7 @@
 
 #include "acl/ColorSchemes.h"
 #include "acl/Handles.h"
-#include "ui/DialogBase.h"
+#include "app/DialogBase.h"
 
 #include <windows.h>
 

@@ -13,8 +13,8 @@
 #include "app/MessageLoop.h"
 #include "config/ActionKindRegistry.h"
 #include "config/Configuration.h"
-#include "ui/DialogBase.h"
-#include "ui/DialogLook.h"
+#include "app/DialogBase.h"
+#include "app/DialogLook.h"
 #include "ui/main/FolderList.h"
 #include "ui/main/MonitorControl.h"
 

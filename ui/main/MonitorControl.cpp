@@ -3,7 +3,7 @@
 #include "base/Com.h"
 #include "base/Handles.h"
 #include "config/Locations.h"
-#include "ui/DialogLook.h"
+#include "app/DialogLook.h"
 
 #include "Kestrune.h"
 

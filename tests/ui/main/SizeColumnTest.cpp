@@ -1,18 +1,21 @@
 // The Size column of the real main window against the real size engine: the
-// totals of folders the test made, a change followed, and a program whose
-// engine is not registered.
+// totals of folders the test made, a change followed, a folder on storage that
+// takes seconds to answer, and a program whose engine is not registered.
 #include "MainWindowFixture.h"
 
 #include "../../app/ChildProcess.h"
 #include "config/Locations.h"
 #include "resource.h"
+#include "support/SlowStorage.h"
 #include "ui/main/MonitorControl.h"
 
 #include <windows.h>
-#include <tlhelp32.h>
 
+#include <algorithm>
+#include <atomic>
 #include <filesystem>
 #include <string>
+#include <thread>
 
 namespace {
 
@@ -29,36 +32,6 @@ void WriteBytes(const std::wstring& path, size_t count)
 {
     WriteFileBytes(path, std::string(count, 'k'));
 }
-
-// Waits for every running copy of this build's engine to end: a running
-// server keeps serving its class whether or not it is still registered.
-bool EnginesEnded()
-{
-    const base::unique_kernel_handle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
-    PROCESSENTRY32W entry{sizeof entry};
-    for (BOOL more = Process32FirstW(snapshot.get(), &entry); more; more = Process32NextW(snapshot.get(), &entry)) {
-        const base::unique_kernel_handle process(
-            OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION | SYNCHRONIZE, FALSE, entry.th32ProcessID));
-        wchar_t image[MAX_PATH] = {};
-        DWORD length = MAX_PATH;
-        if (process && QueryFullProcessImageNameW(process.get(), 0, image, &length) &&
-            lstrcmpiW(image, kEngineExe.c_str()) == 0 && WaitForSingleObject(process.get(), 10000) != WAIT_OBJECT_0)
-            return false;
-    }
-    return true;
-}
-
-// The engine unregistered for the guard's life (which also ends a running
-// copy); registered again afterwards, as the servers fixture left it.
-class EngineUnregistered {
-public:
-    EngineUnregistered()
-    {
-        EXPECT_EQ(ChildProcess(kEngineExe, L"/UnregServer").Wait(30000), 0u);
-        EXPECT_TRUE(EnginesEnded());
-    }
-    ~EngineUnregistered() { EXPECT_EQ(ChildProcess(kEngineExe, L"/RegServer").Wait(30000), 0u); }
-};
 
 class SizeColumnTest : public MainWindowTest {
 protected:
@@ -103,7 +76,7 @@ TEST_F(SizeColumnTest, WithoutARegisteredEngineEveryCellReadsZeroUntilItIsRegist
     WriteBytes(counted / L"a.bin", 5000);
     WriteConfig(FolderXml(Narrow(counted.path())) + FolderXml("C:\\windows"));
     {
-        EngineUnregistered unregistered;
+        ServerUnregistered unregistered(kEngineExe);
         ASSERT_TRUE(Open());
         // Long enough for the engine to have counted the folder, were it there.
         for (int i = 0; i < 5; ++i) {
@@ -117,6 +90,41 @@ TEST_F(SizeColumnTest, WithoutARegisteredEngineEveryCellReadsZeroUntilItIsRegist
         EXPECT_FALSE(ApplyEnabled()) << "a refresh never marks the list modified";
     }
     EXPECT_TRUE(RefreshUntil(0, L"4.88 KB")) << "the same window, the engine registered again: " << SizeCell(0);
+}
+
+TEST_F(SizeColumnTest, AFolderOnSlowStorageHoldsNeitherTheWindowNorTheOtherFolders)
+{
+    SlowStorage storage;
+    KRN_REQUIRE_SLOW_STORAGE(storage);
+    TempFolder counted;
+    WriteBytes(counted / L"a.bin", 3000);
+    WriteConfig(FolderXml(Narrow(storage.slow())) + FolderXml(Narrow(counted.path())));
+    ASSERT_TRUE(Open());
+    // Another thread asks the window for an answer all along.
+    std::atomic<bool> done{false};
+    std::atomic<int> unanswered{0};
+    std::thread prober([&] {
+        for (HWND target = window(); !done; Sleep(50)) {
+            DWORD_PTR result = 0;
+            if (!SendMessageTimeoutW(target, WM_NULL, 0, 0, SMTO_NORMAL, 2000, &result))
+                ++unanswered;
+        }
+    });
+    ULONGLONG longest = 0;
+    const bool counted3000 = PumpUntil(
+        [&] {
+            const ULONGLONG start = GetTickCount64();
+            Refresh();
+            longest = std::max(longest, GetTickCount64() - start);
+            return SizeCell(1) == L"2.93 KB";
+        },
+        10000);
+    done = true;
+    prober.join();
+    EXPECT_TRUE(counted3000) << "the other folder's 3,000 bytes: " << SizeCell(1);
+    EXPECT_EQ(SizeCell(0), L"0 B") << "the slow folder is still being opened";
+    EXPECT_LT(longest, 2000u) << "the longest refresh, in ms";
+    EXPECT_EQ(unanswered, 0) << "messages sent to the window that waited over 2 s";
 }
 
 } // namespace

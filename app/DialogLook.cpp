@@ -1,4 +1,4 @@
-#include "ui/DialogLook.h"
+#include "app/DialogLook.h"
 
 #include <algorithm>
 

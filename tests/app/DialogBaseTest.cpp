@@ -1,7 +1,7 @@
 // Binding dialog objects to their windows, modal and modeless, from the very
 // first message on, and the two ways a dialog procedure returns a result.
 #include "app/AppModule.h"
-#include "ui/DialogBase.h"
+#include "app/DialogBase.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "ui/DialogBase.h"
+#include "app/DialogBase.h"
 
 namespace krn {
 namespace {

@@ -1,6 +1,6 @@
 // The look the dialogs share: fonts made from the dialog font, centring over
 // the owner or on the work area, and the header band's colour schemes.
-#include "ui/DialogLook.h"
+#include "app/DialogLook.h"
 
 #include "support/Gui.h"
 
