@@ -9,6 +9,7 @@
 #include "base/Com.h"
 #include "base/Handles.h"
 #include "storage/ChangeWatcher.h"
+#include "storage/WorkerPool.h"
 #include "watcher/AlertActions.h"
 
 namespace krn {
@@ -43,6 +44,18 @@ bool EngineUnreachable(HRESULT hr)
            code <= RPC_X_BAD_STUB_DATA;
 }
 
+// Opens a folder to follow its changes; empty when it is not a folder or
+// cannot be opened. Storage may take seconds to answer, or never.
+base::unique_file OpenFolder(const std::wstring& path)
+{
+    const DWORD attributes = GetFileAttributesW(path.c_str());
+    if (attributes == INVALID_FILE_ATTRIBUTES || !(attributes & FILE_ATTRIBUTE_DIRECTORY))
+        return {};
+    return base::unique_file(CreateFileW(path.c_str(), FILE_LIST_DIRECTORY,
+                                         FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
+                                         FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OVERLAPPED, nullptr));
+}
+
 EngineAnswer::Kind AnswerKind(LONG state)
 {
     switch (state) {
@@ -57,43 +70,66 @@ EngineAnswer::Kind AnswerKind(LONG state)
     }
 }
 
-} // namespace
-
-struct Monitor::Work {
+// What the monitoring thread is told from other threads. Shared with the
+// opens under way on the pool: one stuck on storage may outlive the monitor.
+struct Inbox {
     struct Notice {
         std::uint64_t watch = 0;
         bool failed = false;
         bool closed = false;
     };
+    struct Opened {
+        std::uint64_t watch = 0;
+        base::unique_file folder;  // empty: not opened
+    };
 
+    void Post(Opened opened)
+    {
+        {
+            std::lock_guard<std::mutex> lock(mutex);
+            opens.push_back(std::move(opened));
+        }
+        SetEvent(wake.get());
+    }
+
+    std::mutex mutex;
+    std::optional<WatchPlan> plan;
+    std::vector<Notice> notices;
+    std::vector<Opened> opens;
+    const base::unique_kernel_handle wake{CreateEventW(nullptr, FALSE, FALSE, nullptr)};
+};
+
+} // namespace
+
+struct Monitor::Work {
     explicit Work(const WatchTimings& timings);
     void Run();
     void Carry(const WatchSteps& steps);
-    bool Follow(const FolderStep& step);
+    void Open(const FolderStep& step);
+    WatchSteps Follow(std::uint64_t watch, base::unique_file folder);
     EngineAnswer Ask(const std::wstring& path);
     void Wait();
 
-    std::mutex mutex;
-    std::optional<WatchPlan> pendingPlan;
-    std::vector<Notice> notices;
+    const std::shared_ptr<Inbox> inbox = std::make_shared<Inbox>();
     std::atomic<bool> stopping{false};  // read between two steps, without the mutex
-    const base::unique_kernel_handle wake{CreateEventW(nullptr, FALSE, FALSE, nullptr)};
 
     // The monitoring thread's own.
     WatchCore core;
     base::com_ptr<ISizeEngine2> engine;
     Alerts alerts;
     storage::ChangeWatcher changes;  // after what its sink touches
+    // Opening a folder waits on its storage; a slow one holds only itself.
+    storage::WorkerPool pool;
 };
 
 Monitor::Work::Work(const WatchTimings& timings)
     : core(timings),
-      changes(WatcherWatchOptions(), [this](std::uint64_t watch, storage::ChangeBatch&& batch) {
+      changes(WatcherWatchOptions(), [inbox = inbox](std::uint64_t watch, storage::ChangeBatch&& batch) {
           {
-              std::lock_guard<std::mutex> lock(mutex);
-              notices.push_back({watch, batch.failed, batch.closed});
+              std::lock_guard<std::mutex> lock(inbox->mutex);
+              inbox->notices.push_back({watch, batch.failed, batch.closed});
           }
-          SetEvent(wake.get());
+          SetEvent(inbox->wake.get());
       })
 {
 }
@@ -105,15 +141,19 @@ void Monitor::Work::Run()
     const base::ComInit com(COINIT_APARTMENTTHREADED);
     while (!stopping) {
         std::optional<WatchPlan> plan;
-        std::vector<Notice> taken;
+        std::vector<Inbox::Notice> notices;
+        std::vector<Inbox::Opened> opens;
         {
-            std::lock_guard<std::mutex> lock(mutex);
-            plan.swap(pendingPlan);
-            taken.swap(notices);
+            std::lock_guard<std::mutex> lock(inbox->mutex);
+            plan.swap(inbox->plan);
+            notices.swap(inbox->notices);
+            opens.swap(inbox->opens);
         }
         if (plan)
             Carry(core.Configure(std::move(*plan), GetTickCount64()));
-        for (const Notice& notice : taken) {
+        for (Inbox::Opened& opened : opens)
+            Carry(Follow(opened.watch, std::move(opened.folder)));
+        for (const Inbox::Notice& notice : notices) {
             if (notice.failed)
                 core.Lost(notice.watch, GetTickCount64());
             else if (!notice.closed)
@@ -133,7 +173,7 @@ void Monitor::Work::Carry(const WatchSteps& steps)
             return;
         switch (step.kind) {
         case FolderStep::Kind::Open:
-            Carry(core.Opened(step.watch, Follow(step), GetTickCount64()));
+            Open(step);
             break;
         case FolderStep::Kind::Close:
             changes.Unwatch(step.watch);
@@ -150,18 +190,24 @@ void Monitor::Work::Carry(const WatchSteps& steps)
     alerts.Carry(steps.actions);
 }
 
-bool Monitor::Work::Follow(const FolderStep& step)
+// On the pool; without it (no thread could be made) on this thread.
+void Monitor::Work::Open(const FolderStep& step)
 {
-    const DWORD attributes = GetFileAttributesW(step.path.c_str());
-    if (attributes == INVALID_FILE_ATTRIBUTES || !(attributes & FILE_ATTRIBUTE_DIRECTORY))
-        return false;
-    base::unique_file folder(CreateFileW(step.path.c_str(), FILE_LIST_DIRECTORY,
-                                         FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
-                                         FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OVERLAPPED, nullptr));
-    if (!folder)
-        return false;
-    changes.Watch(step.watch, std::move(folder));
-    return true;
+    const DWORD error = pool.Submit(step.watch, [inbox = inbox, watch = step.watch, path = step.path] {
+        inbox->Post({watch, OpenFolder(path)});
+    });
+    if (error == ERROR_OPERATION_ABORTED)
+        inbox->Post({step.watch, {}});  // the watcher is ending
+    else if (error != 0)
+        inbox->Post({step.watch, OpenFolder(step.path)});
+}
+
+WatchSteps Monitor::Work::Follow(std::uint64_t watch, base::unique_file folder)
+{
+    const bool followed = static_cast<bool>(folder);
+    if (followed)
+        changes.Watch(watch, std::move(folder));
+    return core.Opened(watch, followed, GetTickCount64());
 }
 
 // The total and its state in one call: a scan that ends between two calls
@@ -190,11 +236,11 @@ void Monitor::Work::Wait()
     const ULONGLONG next = core.NextDue();
     const ULONGLONG now = GetTickCount64();
     DWORD timeout = next == 0 ? INFINITE : next > now ? static_cast<DWORD>(std::min<ULONGLONG>(next - now, 0x7FFFFFFF)) : 0;
-    // Without its event the thread looks for new plans every second.
+    // Without its event the thread looks for news every second.
+    HANDLE wake = inbox->wake.get();
     if (!wake)
         timeout = std::min<DWORD>(timeout, 1000);
-    HANDLE handle = wake.get();
-    MsgWaitForMultipleObjectsEx(wake ? 1 : 0, &handle, timeout, QS_ALLINPUT, MWMO_INPUTAVAILABLE);
+    MsgWaitForMultipleObjectsEx(wake ? 1 : 0, &wake, timeout, QS_ALLINPUT, MWMO_INPUTAVAILABLE);
     MSG message;
     while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
         TranslateMessage(&message);
@@ -209,20 +255,25 @@ Monitor::Monitor(const WatchTimings& timings)
         OutputDebugStringW(L"Kestrune watcher: the monitoring thread could not start; nothing is watched\n");
 }
 
+// The opens still waiting on storage are dropped, and one stuck there stays
+// behind with the inbox it shares.
 Monitor::~Monitor()
 {
+    const ULONGLONG deadline = GetTickCount64() + kStopWithinMs;
     work_->stopping = true;
-    SetEvent(work_->wake.get());
-    thread_.Join(kStopWithinMs);
+    SetEvent(work_->inbox->wake.get());
+    work_->pool.Stop(kStopWithinMs);
+    const ULONGLONG now = GetTickCount64();
+    thread_.Join(now < deadline ? static_cast<DWORD>(deadline - now) : 0);
 }
 
 void Monitor::Configure(WatchPlan plan)
 {
     {
-        std::lock_guard<std::mutex> lock(work_->mutex);
-        work_->pendingPlan = std::move(plan);
+        std::lock_guard<std::mutex> lock(work_->inbox->mutex);
+        work_->inbox->plan = std::move(plan);
     }
-    SetEvent(work_->wake.get());
+    SetEvent(work_->inbox->wake.get());
 }
 
 } // namespace krn

@@ -13,6 +13,7 @@
 #include "WatcherFixture.h"
 #include "settings/RegistryValues.h"
 #include "support/Gui.h"
+#include "support/SlowStorage.h"
 
 namespace krn::test {
 namespace {
@@ -101,7 +102,6 @@ protected:
         std::string xml = R"(<?xml version="1.0" encoding="utf-8"?><Configuration><Settings>)"
                           R"(<ConfigVersion Version="1.3"/></Settings><Folders>)";
         for (const std::wstring& folder : folders) {
-            std::filesystem::create_directories(folder);
             xml += R"(<Folder Path=")" + XmlAttribute(folder) + R"("><Max Value="1" Units="KB" Msg=""/><Actions>)" +
                    actions + "</Actions></Folder>";
         }
@@ -127,6 +127,7 @@ protected:
 TEST_F(WatcherAlertTest, OneCrossingEndToEnd)
 {
     const std::wstring folder = scratch_ / L"Watched \u00e9t\u00e9";
+    std::filesystem::create_directories(folder);
     const std::wstring script = scratch_ / L"record.cmd";
     WriteFileBytes(script, "@type nul > \"%~1\\ran %2.txt\"\r\n");
     ASSERT_NO_FATAL_FAILURE(
@@ -170,8 +171,10 @@ TEST_F(WatcherAlertTest, StormOf300FoldersIsLoggedWithProgramsBounded)
                            "set /a n+=1\r\nif %n% gtr 60 goto done\r\nping -n 2 127.0.0.1 >nul\r\ngoto wait\r\n"
                            ":done\r\necho.> \"" + Utf8(marks) + "\\%~nx1.end\"\r\n");
     std::vector<std::wstring> folders;
-    for (size_t i = 0; i < kFolders; ++i)
+    for (size_t i = 0; i < kFolders; ++i) {
         folders.push_back(scratch_ / (L"storm\\f" + std::to_wstring(i)));
+        std::filesystem::create_directories(folders.back());
+    }
     // The program comes before the log line: once a folder's line is there,
     // its program has been handed over.
     ASSERT_NO_FATAL_FAILURE(Watch(folders, RunAction(script, "&quot;%currentdir%&quot;") + "<AddToLog/>"));
@@ -206,6 +209,23 @@ TEST_F(WatcherAlertTest, StormOf300FoldersIsLoggedWithProgramsBounded)
     EXPECT_TRUE(PumpUntil([&] { return CountFiles(marks, L".start") == CountFiles(marks, L".end"); },
                           kActedWithinMs))
         << "a program still runs";
+}
+
+// A folder whose storage takes half a minute per operation holds only itself:
+// another folder's crossing is acted on meanwhile, and Disable ends the
+// watcher without waiting for it.
+TEST_F(WatcherAlertTest, AFolderOnSlowStorageHoldsNeitherTheOthersNorTheEnd)
+{
+    SlowStorage storage;
+    KRN_REQUIRE_SLOW_STORAGE(storage);
+    const std::wstring fast = scratch_ / L"fast";
+    std::filesystem::create_directories(fast);
+    ASSERT_NO_FATAL_FAILURE(Watch({storage.slow(), fast}, "<AddToLog/>"));
+    WriteFileBytes(fast + L"\\big.bin", std::string(2048, 'x'));
+    EXPECT_TRUE(PumpUntil([&] { return !Lines(log_).empty(); }, kActedWithinMs)) << "the slow folder held the other";
+    EXPECT_EQ(control_->Disable(), S_OK);
+    control_.reset();
+    EXPECT_TRUE(WaitForMutex(false, 5000)) << "the slow folder held the end";
 }
 
 } // namespace
