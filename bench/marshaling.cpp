@@ -87,6 +87,7 @@ double OpenWithFolders(const bench::ScratchProfile& profile, int folders)
 int wmain(int argc, wchar_t** argv)
 {
     const int rounds = argc > 1 ? _wtoi(argv[1]) : 5;
+    setvbuf(stderr, nullptr, _IONBF, 0);  // progress shows as it comes
     INITCOMMONCONTROLSEX controls{sizeof controls, ICC_BAR_CLASSES};
     InitCommonControlsEx(&controls);
     OleInitialize(nullptr);
@@ -122,6 +123,7 @@ int wmain(int argc, wchar_t** argv)
                 UseProxyStubClass(clsid);
                 auto& f = figures[name];
                 auto record = [&](const char* what, double ms) {
+                    std::fwprintf(stderr, L"round %d, %ls: %hs %.1f ms\n", round, name.c_str(), what, ms);
                     if (round >= 0)
                         f[what].push_back(ms);
                 };
