@@ -204,6 +204,13 @@ const Scenario kScenarios[] = {
       L"Limit 1.00 KB, Could not start x\\c.cmd: "
       L" | log w.log: x, Maximum exceeded, Size 2.00 KB, Limit 1.00 KB",
       L"420 opened y", L"820 ask y complete 2048 => run C:\\t\\a b.exe -x in y"}},  // y does not log
+    {"a storm: every folder crossing at once is told, in the order the answers come",
+     {Plan({Folder(L"a", 1024, {}, {kLog}), Folder(L"b", 1024, {}, {kLog}), Folder(L"c", 1024, {}, {kLog})})},
+     {L"0 plan => open a | open b | open c", L"10 opened a", L"10 opened b", L"10 opened c",
+      L"410 due => ask a | ask b | ask c",
+      L"420 answer c complete 2048 => log w.log: c, Maximum exceeded, Size 2.00 KB, Limit 1.00 KB",
+      L"420 answer a complete 4096 => log w.log: a, Maximum exceeded, Size 4.00 KB, Limit 1.00 KB",
+      L"420 answer b complete 1025 => log w.log: b, Maximum exceeded, Size 1.00 KB, Limit 1.00 KB"}},
     {"an open that ends after its folder was dropped is closed; a folder without limits is not opened",
      {Plan({Folder(L"a", 1024), Folder(L"none", {})}), Plan({})},
      {L"0 plan => open a", L"5 plan", L"10 opened a => close a"}},
@@ -213,29 +220,6 @@ TEST(WatchCore, Scenarios)
 {
     for (const Scenario& scenario : kScenarios)
         Player(scenario).Play();
-}
-
-// A storm: every crossing gets its actions, in the order the answers came;
-// bounding the boxes and programs is for whoever carries them out.
-TEST(WatchCore, StormOf300Folders)
-{
-    WatchCore core;
-    std::vector<FolderPlan> folders;
-    for (int i = 0; i < 300; ++i)
-        folders.push_back(Folder((L"f" + std::to_wstring(i)).c_str(), 1024, {}, {kLog}));
-    ASSERT_EQ(core.Configure(Plan(folders), 0).folders.size(), 300u);
-    for (std::uint64_t watch = 1; watch <= 300; ++watch)
-        core.Opened(watch, true, 0);
-    const WatchSteps asks = core.Due(400);
-    ASSERT_EQ(asks.folders.size(), 300u);
-    std::vector<std::wstring> logged;
-    for (auto ask = asks.folders.rbegin(); ask != asks.folders.rend(); ++ask)
-        for (const AlertAction& action : core.Answered(ask->watch, {EngineAnswer::Kind::Complete, 2048}, 500,
-                                                       kNoon).actions)
-            logged.push_back(action.text.substr(kStamp, action.text.find(L'\t', kStamp) - kStamp));
-    ASSERT_EQ(logged.size(), 300u);
-    EXPECT_EQ(logged.front(), L"f299");
-    EXPECT_EQ(logged.back(), L"f0");
 }
 
 } // namespace
