@@ -5,9 +5,14 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <vector>
+
+#include "Kestrune.h"
+#include "base/Com.h"
 
 namespace bench {
 
@@ -114,5 +119,58 @@ private:
     std::wstring keyName_;
     HKEY key_ = nullptr;
 };
+
+// {DE678C83-CCD7-4429-81AB-734CF22035B8}, the stand-in of bench/null-engine.
+inline const CLSID kNullSizeEngine = {0xDE678C83, 0xCCD7, 0x4429, {0x81, 0xAB, 0x73, 0x4C, 0xF2, 0x20, 0x35, 0xB8}};
+// {4A1F0C2E-9B7D-4E61-8C35-2D6E8F0A1B93}, the same, free-threaded.
+inline const CLSID kNullSizeEngineMta = {0x4A1F0C2E, 0x9B7D, 0x4E61, {0x8C, 0x35, 0x2D, 0x6E, 0x8F, 0x0A, 0x1B, 0x93}};
+
+// Folders of 20 files of 1 KB each, so that the engine has something real to
+// count and keep.
+inline std::vector<std::string> MakeFolders(const std::wstring& root, int count)
+{
+    std::vector<std::string> paths;
+    for (int i = 0; i < count; ++i) {
+        const std::wstring folder = root + L"\\watched\\folder " + std::to_wstring(i);
+        std::filesystem::create_directories(folder);
+        for (int f = 0; f < 20; ++f)
+            std::ofstream(std::filesystem::path(folder + L"\\file" + std::to_wstring(f) + L".bin"), std::ios::binary)
+                << std::string(1024, 'x');
+        paths.emplace_back(folder.begin(), folder.end());
+    }
+    return paths;
+}
+
+// The floor of a refresh: what its creations, calls and releases cost on an
+// engine that does nothing.
+inline void FloorRound(const CLSID& engineClass, const std::vector<base::unique_bstr>& paths)
+{
+    for (const auto& path : paths) {
+        base::com_ptr<ISizeEngine> engine;
+        if (FAILED(CoCreateInstance(engineClass, nullptr, CLSCTX_LOCAL_SERVER, IID_ISizeEngine, engine.put_void())))
+            return;
+        UINT64 size = 0;
+        engine->GetTotalSize(path.get(), &size);
+    }
+}
+
+// The engine keeps each watched folder open; under Wine a folder removed
+// while open stays until it is closed, and the scratch profile's removal
+// would wait for it forever.
+inline void ReleaseFolders(const std::vector<base::unique_bstr>& paths)
+{
+    base::com_ptr<ISizeEngine> engine;
+    if (FAILED(CoCreateInstance(CLSID_SizeEngine, nullptr, CLSCTX_LOCAL_SERVER, IID_ISizeEngine, engine.put_void())))
+        return;
+    for (const auto& path : paths)
+        engine->StopWatching(path.get());
+    Sleep(500);  // the watches close on the engine's own thread
+}
+
+inline double Median(std::vector<double> values)
+{
+    std::sort(values.begin(), values.end());
+    return values.empty() ? 0 : values[values.size() / 2];
+}
 
 } // namespace bench

@@ -23,61 +23,6 @@
 #include <string>
 #include <vector>
 
-namespace {
-
-// {DE678C83-CCD7-4429-81AB-734CF22035B8}, the stand-in of bench/null-engine.
-const CLSID kNullSizeEngine = {0xDE678C83, 0xCCD7, 0x4429, {0x81, 0xAB, 0x73, 0x4C, 0xF2, 0x20, 0x35, 0xB8}};
-
-// Folders of 20 files of 1 KB each, so that the engine has something real to
-// count and keep.
-std::vector<std::string> MakeFolders(const std::wstring& root, int count)
-{
-    std::vector<std::string> paths;
-    for (int i = 0; i < count; ++i) {
-        const std::wstring folder = root + L"\\watched\\folder " + std::to_wstring(i);
-        std::filesystem::create_directories(folder);
-        for (int f = 0; f < 20; ++f)
-            std::ofstream(std::filesystem::path(folder + L"\\file" + std::to_wstring(f) + L".bin"), std::ios::binary)
-                << std::string(1024, 'x');
-        paths.emplace_back(folder.begin(), folder.end());
-    }
-    return paths;
-}
-
-// The floor: what the refresh's calls cost on an engine that does nothing.
-void FloorRound(const std::vector<base::unique_bstr>& paths)
-{
-    for (const auto& path : paths) {
-        base::com_ptr<ISizeEngine> engine;
-        if (FAILED(CoCreateInstance(kNullSizeEngine, nullptr, CLSCTX_LOCAL_SERVER, IID_ISizeEngine,
-                                    engine.put_void())))
-            return;
-        UINT64 size = 0;
-        engine->GetTotalSize(path.get(), &size);
-    }
-}
-
-// The engine keeps each watched folder open; under Wine a folder removed
-// while open stays until it is closed, and the scratch profile's removal
-// would wait for it forever.
-void ReleaseFolders(const std::vector<base::unique_bstr>& paths)
-{
-    base::com_ptr<ISizeEngine> engine;
-    if (FAILED(CoCreateInstance(CLSID_SizeEngine, nullptr, CLSCTX_LOCAL_SERVER, IID_ISizeEngine, engine.put_void())))
-        return;
-    for (const auto& path : paths)
-        engine->StopWatching(path.get());
-    Sleep(500);  // the watches close on the engine's own thread
-}
-
-double Median(std::vector<double> values)
-{
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
-
-} // namespace
-
 int wmain(int argc, wchar_t** argv)
 {
     const int folders = argc > 1 ? _wtoi(argv[1]) : 100;
@@ -96,7 +41,7 @@ int wmain(int argc, wchar_t** argv)
     krn::Module().AddMessageLoop(&loop);
     {
         bench::ScratchProfile profile;
-        const std::vector<std::string> paths = MakeFolders(profile.root(), folders);
+        const std::vector<std::string> paths = bench::MakeFolders(profile.root(), folders);
         profile.WriteConfig(bench::ConfigXml(folders, [&](int i) { return paths[static_cast<size_t>(i)]; }));
         std::vector<base::unique_bstr> bstrs;
         for (const auto& path : paths)
@@ -107,7 +52,7 @@ int wmain(int argc, wchar_t** argv)
         // Warm: the engine has counted every folder, both servers are running.
         for (int i = 0; i < 5; ++i) {
             SendMessageW(window, WM_TIMER, krn::MonitorControl::kRefreshTimer, 0);
-            FloorRound(bstrs);
+            bench::FloorRound(bench::kNullSizeEngine, bstrs);
             Sleep(200);
         }
         std::vector<double> refresh, floor;
@@ -116,16 +61,16 @@ int wmain(int argc, wchar_t** argv)
             SendMessageW(window, WM_TIMER, krn::MonitorControl::kRefreshTimer, 0);
             refresh.push_back(bench::Now() - start);
             start = bench::Now();
-            FloorRound(bstrs);
+            bench::FloorRound(bench::kNullSizeEngine, bstrs);
             floor.push_back(bench::Now() - start);
         }
         std::wprintf(L"refresh of %d folders (real engine, medians of %d): %8.1f ms\n", folders, rounds,
-                     Median(refresh));
+                     bench::Median(refresh));
         std::wprintf(L"floor: %d x create + call + release, no work:     %8.1f ms (refresh/floor %.2fx)\n", folders,
-                     Median(floor), Median(refresh) / Median(floor));
-        std::wprintf(L"per folder: refresh %.2f ms, floor %.2f ms\n", Median(refresh) / folders,
-                     Median(floor) / folders);
-        ReleaseFolders(bstrs);
+                     bench::Median(floor), bench::Median(refresh) / bench::Median(floor));
+        std::wprintf(L"per folder: refresh %.2f ms, floor %.2f ms\n", bench::Median(refresh) / folders,
+                     bench::Median(floor) / folders);
+        bench::ReleaseFolders(bstrs);
     }
     krn::Module().RemoveMessageLoop();
     bench::RunServer(nullExe, L"/UnregServer");

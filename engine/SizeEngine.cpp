@@ -1,8 +1,6 @@
 #include "engine/SizeEngine.h"
 
 #include "base/Com.h"
-#include "server/ServerModule.h"
-#include "storage/WorkerPool.h"
 
 #include <string_view>
 
@@ -110,32 +108,6 @@ HRESULT SizeEngine::StopWatching(BSTR folder) noexcept
     if (const DWORD error = sizes_.StopWatching(Name(folder), wasFollowed))
         return FromError(error);
     return wasFollowed ? S_OK : S_FALSE;
-}
-
-int RunSizeEngine()
-{
-    base::ComInit com(COINIT_APARTMENTTHREADED);
-    if (FAILED(com.status()))
-        return com.status();
-    // One cache for every object: the objects come and go with each question.
-    engine::FolderSizes sizes;
-    server::ServerModule module(kSizeEngineLingerMs);
-    server::ClassFactory<SizeEngine> factory(module, sizes);
-    server::ClassObjectRegistration registration(CLSID_SizeEngine, &factory);
-    if (FAILED(registration.status()))
-        return registration.status();
-    if (!module.QuitOnEndRequest(CLSID_SizeEngine))
-        storage::ReportFailure(L"listening for the size engine's end requests", GetLastError());
-    const int exitCode = module.Run();
-    registration.Revoke();
-    module.FinishCalls();
-    if (!sizes.Stop(kSizeEngineStopMs)) {
-        // A thread is stuck on storage (an offline share may answer in
-        // minutes, or never) and uses the cache when it wakes: the process
-        // ends here, without the destructors that would free what it uses.
-        ExitProcess(static_cast<UINT>(exitCode));
-    }
-    return exitCode;
 }
 
 } // namespace krn

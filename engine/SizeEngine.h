@@ -42,6 +42,11 @@ inline constexpr DWORD kSizeEngineLingerMs = 5 * 60 * 1000;
 inline constexpr DWORD kSizeEngineStopMs = 1000;
 
 // Serves SizeEngine until the linger after the last object expires.
-int RunSizeEngine();
+inline const server::ServerSpec kSizeEngineServer{
+    .clsid = CLSID_SizeEngine,
+    .friendlyName = L"Kestrune Size Engine",
+    .lingerMs = kSizeEngineLingerMs,
+    .stopMs = kSizeEngineStopMs,
+};
 
 } // namespace krn

@@ -1,5 +1,10 @@
-// The module of a local server: how many objects and locks keep it alive, how
-// long it lingers after the last one went, and the thread's message loop.
+// The module of a local server: whether this copy may serve, how long the
+// process lives (its objects and locks, the linger after the last one), its
+// apartment's message loop and its end.
+//
+// The module is made before COM is initialised and goes after COM's
+// uninitialisation, so every object (which holds the module while it lives)
+// finds it there, the last ones released by that uninitialisation included.
 #pragma once
 
 #include "base/Handles.h"
@@ -7,86 +12,105 @@
 #include <windows.h>
 #include <objbase.h>
 
-#include <string>
+#include <atomic>
 
 namespace server {
 
-// One per server thread, the thread that registers the class objects and
-// pumps the apartment's messages (an STA). Lock, Unlock and Run are called on
-// that thread; Quit from any thread.
-class ServerModule {
-public:
+// What a local server is and how its process lives.
+struct ServerSpec {
     static constexpr DWORD kNeverEnd = INFINITE;
 
-    // `lingerMs`: how long the server keeps running with no object and no
-    // lock before it ends; kNeverEnd for a server that ends only by Quit.
-    explicit ServerModule(DWORD lingerMs) noexcept;
+    const CLSID& clsid;
+    const wchar_t* friendlyName;
+    // How long the server runs on with no object and no lock before it ends;
+    // kNeverEnd for a server that ends only by Quit or an end request.
+    DWORD lingerMs;
+    // When set, one copy serves at a time, and holds this mutex for its whole
+    // run.
+    const wchar_t* presenceMutex = nullptr;
+    // The exit code of a copy that finds another one serving.
+    int alreadyRunningExit = 1;
+    // How the serving thread joins COM. The product's servers are
+    // apartment-threaded: calls come one at a time through the thread's
+    // messages. A free-threaded server (COINIT_MULTITHREADED) gets its calls
+    // on COM's own threads, at once.
+    DWORD apartment = COINIT_APARTMENTTHREADED;
+    // How long a context with threads of its own (one with a Stop(timeoutMs)
+    // that says whether they all ended) gets to stop them when the server
+    // ends.
+    DWORD stopMs = 1000;
+};
+
+// One per server process, on the thread that registers the class object and
+// pumps the apartment's messages (an STA): calls, activations and the linger
+// all come through that thread. Lock, Unlock and Quit may be called from any
+// thread.
+class ServerModule {
+public:
+    explicit ServerModule(const ServerSpec& spec) noexcept;
     ~ServerModule();
     ServerModule(const ServerModule&) = delete;
     ServerModule& operator=(const ServerModule&) = delete;
 
-    // An object was created or a client called LockServer(TRUE).
+    // With a presence mutex: true when this copy got it and serves. A copy
+    // that finds another one starting, and was started by COM for an
+    // activation (`embedding`), waits a bounded time for that copy to serve
+    // (or takes over when it ended) before it gives up, so that the
+    // activation finds a server. Without a presence mutex: true.
+    bool ClaimInstance(bool embedding);
+
+    // An object was made, or a client called LockServer(TRUE): the process
+    // lock (CoAddRefServerProcess).
     void Lock() noexcept;
+    // CoReleaseServerProcess. The last one suspends the class objects on
+    // Windows; a server that lingers resumes them, and keeps serving.
     void Unlock() noexcept;
-    LONG lockCount() const noexcept { return locks_; }
 
-    // Ends Run with `exitCode`. Posted: a call that asks for it still gets its
-    // reply out first.
+    // Ends Serve with `exitCode`: from now on no object is made. Posted, so a
+    // call that asks for it still gets its reply out first.
     void Quit(int exitCode = 0) noexcept;
+    bool ending() const noexcept { return ending_; }
 
-    // Also ends Run when another process asks the copy serving `clsid` to
-    // end (RequestEnd). False when the request cannot be listened for.
-    bool QuitOnEndRequest(const CLSID& clsid) noexcept;
+    // The serve sequence once everything is ready: registers `factory`
+    // suspended and resumes it (on Windows nothing is visible before), pumps
+    // messages until Quit, an end request (RequestEnd) or the linger's end,
+    // then revokes the class object and answers the calls already on their
+    // way (a client's Release after its Disable) for a bounded time. Returns
+    // the exit code, or the failed registration's HRESULT.
+    int Serve(IUnknown* factory);
 
-    // Pumps messages until Quit or until the linger after the last Unlock
-    // expires; a server nobody ever uses ends after one linger too.
+    // Pumps until Quit or the linger's end; the exit code.
     int Run();
 
-    // After Run, with the class object revoked: answers the calls already on
-    // their way (a client's last Release follows its Disable at once) until
-    // none came for a moment. COM's uninitialisation waits for a call in
-    // progress on an object, and that call waits for this thread's messages:
-    // under Wine a server that went straight on would never end.
-    void FinishCalls() noexcept;
+    // After Serve: whether COM's uninitialisation can end. It waits for the
+    // calls in progress on the objects it releases, and under Wine each of
+    // those waits for this thread's messages, which nobody pumps any more. So
+    // only when the clients let go of every object and went quiet; otherwise
+    // the process ends without it, and their calls fail.
+    bool MayUninitialize() const noexcept;
 
 private:
     void ArmLinger() noexcept;
     void DisarmLinger() noexcept;
-    static void CALLBACK OnLingerElapsed(HWND, UINT, UINT_PTR timer, DWORD) noexcept;
-    static void CALLBACK OnEndRequest(void* module, BOOLEAN) noexcept;
+    void OnLingerElapsed() noexcept;
+    void FinishCalls() noexcept;
+    void MarkServing(bool serving) noexcept;
 
-    const DWORD linger_;
+    const ServerSpec spec_;
     const DWORD thread_;
-    LONG locks_ = 0;
-    UINT_PTR lingerTimer_ = 0;
+    const ULONGLONG started_;
+    std::atomic<bool> ending_{false};
+    bool quiet_ = false;  // FinishCalls saw no message for a while
+    base::unique_kernel_handle lingerTimer_;  // empty: the server never lingers out
     base::unique_kernel_handle endRequest_;
-    HANDLE endWait_ = nullptr;
+    base::unique_kernel_handle presence_;
+    base::unique_kernel_handle serving_;      // set while this copy serves its class
 };
 
-// Asks the running copy of the server of `clsid`, if any, to end, and waits a
-// few seconds for it to let go of the request. Unregistering a server does
-// this: an uninstall must be able to remove the exe, and a server lingering
-// for minutes would hold it and keep serving a class that is gone.
+// Asks the running copy of the server of `clsid`, if any, to end, and waits
+// (a bounded time) until it has. Unregistering a server does this: an
+// uninstall must be able to remove the exe, and a server lingering for
+// minutes would hold it and keep serving a class that is gone.
 void RequestEnd(const CLSID& clsid);
-
-// Keeps one class object registered for activation by other processes
-// (CLSCTX_LOCAL_SERVER, REGCLS_MULTIPLEUSE: one process serves every client)
-// and revokes it on destruction.
-class ClassObjectRegistration {
-public:
-    ClassObjectRegistration(REFCLSID clsid, IUnknown* factory) noexcept;
-    ~ClassObjectRegistration();
-    ClassObjectRegistration(const ClassObjectRegistration&) = delete;
-    ClassObjectRegistration& operator=(const ClassObjectRegistration&) = delete;
-
-    HRESULT status() const noexcept { return status_; }
-    // No further activation reaches this process.
-    void Revoke() noexcept;
-
-private:
-    DWORD cookie_ = 0;
-    HRESULT status_;
-    bool revoked_ = false;
-};
 
 } // namespace server

@@ -107,6 +107,9 @@ public:
         *out = nullptr;
         if (outer)
             return CLASS_E_NOAGGREGATION;
+        // Windows then starts a new copy of the server for the client.
+        if (module_.ending())
+            return CO_E_SERVER_STOPPING;
         // The object's first reference is this one; a failed query deletes it.
         auto object = base::com_ptr<Object>::attach(new Object(module_, context_));
         return object->QueryInterface(iid, out);

@@ -2,12 +2,19 @@
 
 #include <shellapi.h>
 
+#include <condition_variable>
 #include <thread>
 
-#include "base/Handles.h"
+#include "base/Com.h"
 
 namespace krn {
 namespace {
+
+// What a writer still has to write, or a launcher still has to start, gets
+// this long when the watcher ends.
+constexpr DWORD kStopWithinMs = 500;
+
+constexpr wchar_t kLogKey[] = L"\n:log";  // no folder path has this form
 
 std::string ToUtf8(const std::wstring& text)
 {
@@ -29,8 +36,6 @@ DWORD WriteAll(HANDLE file, const std::string& bytes)
     return written == bytes.size() ? 0 : ERROR_WRITE_FAULT;
 }
 
-constexpr wchar_t kLogKey[] = L"\n:log";  // no folder path has this form
-
 } // namespace
 
 bool MessageBoxes::Show(const std::wstring& key, const std::wstring& text)
@@ -41,11 +46,16 @@ bool MessageBoxes::Show(const std::wstring& key, const std::wstring& text)
             return false;
         open_.insert(key);
     }
-    std::thread([self = shared_from_this(), key, text] {
-        MessageBoxW(nullptr, text.c_str(), kAlertCaption,
-                    MB_OK | MB_ICONEXCLAMATION | MB_SETFOREGROUND | MB_TOPMOST);
-        self->Closed(key);
-    }).detach();
+    try {
+        std::thread([self = shared_from_this(), key, text] {
+            MessageBoxW(nullptr, text.c_str(), kAlertCaption,
+                        MB_OK | MB_ICONEXCLAMATION | MB_SETFOREGROUND | MB_TOPMOST);
+            self->Closed(key);
+        }).detach();
+    } catch (const std::system_error&) {
+        Closed(key);
+        return false;
+    }
     return true;
 }
 
@@ -61,7 +71,7 @@ void MessageBoxes::Closed(const std::wstring& key)
     open_.erase(key);
 }
 
-DWORD AppendLogLine(const std::wstring& path, const std::wstring& line)
+DWORD AppendLogLines(const std::wstring& path, const std::vector<std::wstring>& lines)
 {
     // Another writer (or a viewer that keeps it open) may hold the file for a
     // moment: a few short retries.
@@ -79,11 +89,12 @@ DWORD AppendLogLine(const std::wstring& path, const std::wstring& line)
     if (!GetFileSizeEx(file.get(), &size))
         return GetLastError();
     std::string bytes = size.QuadPart == 0 ? "\xEF\xBB\xBF" : "";
-    bytes += ToUtf8(line) + "\r\n";
+    for (const std::wstring& line : lines)
+        bytes += ToUtf8(line) + "\r\n";
     return WriteAll(file.get(), bytes);
 }
 
-DWORD StartProgram(const RunCommand& command, const std::wstring& folder)
+DWORD StartProgram(const RunCommand& command, const std::wstring& folder, base::unique_kernel_handle& process)
 {
     if (command.file.empty())
         return ERROR_FILE_NOT_FOUND;
@@ -97,7 +108,7 @@ DWORD StartProgram(const RunCommand& command, const std::wstring& folder)
     info.nShow = SW_SHOWNORMAL;
     if (!ShellExecuteExW(&info))
         return GetLastError() ? GetLastError() : ERROR_FILE_NOT_FOUND;
-    base::unique_kernel_handle process(info.hProcess);  // not waited on
+    process.reset(info.hProcess);
     return 0;
 }
 
@@ -114,53 +125,236 @@ std::wstring ErrorText(DWORD error)
     return result + L" (error " + std::to_wstring(error) + L")";
 }
 
-Alerts::Alerts() : boxes_(std::make_shared<MessageBoxes>()) {}
+struct LogWriter::Queue {
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::deque<std::pair<std::wstring, std::wstring>> lines;  // file, line
+    bool stopping = false;
+    const FailureSink onFailure;
+    std::set<std::wstring> failing;  // the writing thread's own
 
-void Alerts::SetLogFile(const std::wstring& path)
+    explicit Queue(FailureSink sink) : onFailure(std::move(sink)) {}
+    void Write(const std::wstring& file, const std::vector<std::wstring>& batch);
+    void Run();
+};
+
+void LogWriter::Queue::Write(const std::wstring& file, const std::vector<std::wstring>& batch)
 {
-    if (path != logFile_)
-        logFailureShown_ = false;
-    logFile_ = path;
+    const DWORD error = file.empty() ? ERROR_PATH_NOT_FOUND : AppendLogLines(file, batch);
+    if (error == 0)
+        failing.erase(file);
+    else if (failing.insert(file).second && onFailure)
+        onFailure(file, error);
 }
 
-void Alerts::Fire(const FolderPlan& folder, LimitSide side, const LimitPlan& limit, std::uint64_t size)
+// The lines waiting for the same file go out in one write.
+void LogWriter::Queue::Run()
 {
-    const bool logs = folder.HasAction(ActionStep::Kind::AddToLog);
-    for (const ActionStep& step : folder.actions) {
-        switch (step.kind) {
-        case ActionStep::Kind::ShowMessage:
-            boxes_->Show(folder.path + (side == LimitSide::Maximum ? L"\n:max" : L"\n:min"),
-                         AlertMessage(limit.msg, folder.path, side, size, limit.bytes));
-            break;
-        case ActionStep::Kind::AddToLog: {
-            SYSTEMTIME now;
-            GetLocalTime(&now);
-            Log(FormatLogLine(now, folder.path, side, size, limit.bytes));
-            break;
+    std::unique_lock<std::mutex> lock(mutex);
+    for (;;) {
+        changed.wait(lock, [this] { return stopping || !lines.empty(); });
+        if (lines.empty())
+            return;
+        const std::wstring file = lines.front().first;
+        std::vector<std::wstring> batch;
+        while (!lines.empty() && lines.front().first == file) {
+            batch.push_back(std::move(lines.front().second));
+            lines.pop_front();
         }
-        case ActionStep::Kind::RunApplication: {
-            const RunCommand command = PrepareRun(step.path, step.params, folder.path);
-            const DWORD error = StartProgram(command, folder.path);
-            if (error != 0 && logs) {
-                SYSTEMTIME now;
-                GetLocalTime(&now);
-                Log(FormatLogLine(now, folder.path, side, size, limit.bytes) + L"\tCould not start " + command.file +
-                    L": " + ErrorText(error));
-            }
-            break;
-        }
-        }
+        lock.unlock();
+        Write(file, batch);
+        lock.lock();
     }
 }
 
-// A log that cannot be written is told once per path, not at every crossing.
-void Alerts::Log(const std::wstring& line)
+LogWriter::LogWriter(FailureSink onFailure)
+    : queue_(std::make_shared<Queue>(std::move(onFailure))), thread_([queue = queue_] { queue->Run(); })
 {
-    const DWORD error = logFile_.empty() ? ERROR_PATH_NOT_FOUND : AppendLogLine(logFile_, line);
-    if (error == 0 || logFailureShown_)
+}
+
+LogWriter::~LogWriter()
+{
+    {
+        std::lock_guard<std::mutex> lock(queue_->mutex);
+        queue_->stopping = true;
+    }
+    queue_->changed.notify_all();
+    thread_.Join(kStopWithinMs);
+}
+
+// Without its thread the writer degrades to writing on the caller's.
+void LogWriter::Append(const std::wstring& file, std::wstring line)
+{
+    if (!thread_.started()) {
+        std::lock_guard<std::mutex> lock(queue_->mutex);
+        queue_->Write(file, {std::move(line)});
         return;
-    logFailureShown_ = true;
-    boxes_->Show(kLogKey, L"The log file could not be written:\n" + logFile_ + L"\n" + ErrorText(error));
+    }
+    {
+        std::lock_guard<std::mutex> lock(queue_->mutex);
+        queue_->lines.emplace_back(file, std::move(line));
+    }
+    queue_->changed.notify_one();
+}
+
+struct ProgramLauncher::Queue {
+    struct Running {
+        base::unique_kernel_handle process;
+        ULONGLONG countedUntil = 0;
+    };
+
+    std::mutex mutex;
+    std::deque<AlertAction> waiting;
+    bool stopping = false;
+    const base::unique_kernel_handle wake{CreateEventW(nullptr, FALSE, FALSE, nullptr)};
+    const FailureSink onFailure;
+    const std::size_t maxRunning;
+    const DWORD countedMs;
+    std::vector<Running> running;  // the launching thread's own
+
+    Queue(FailureSink sink, std::size_t most, DWORD counted)
+        : onFailure(std::move(sink)), maxRunning(most), countedMs(counted)
+    {
+    }
+    void Start(const AlertAction& action);
+    bool TakeNext(AlertAction& next);
+    void WaitForChange();
+    void Run();
+};
+
+void ProgramLauncher::Queue::Start(const AlertAction& action)
+{
+    base::unique_kernel_handle process;
+    const DWORD error = StartProgram(action.command, action.folder, process);
+    if (error != 0 && onFailure)
+        onFailure(action, error);
+    else if (process)
+        running.push_back({std::move(process), GetTickCount64() + countedMs});
+}
+
+bool ProgramLauncher::Queue::TakeNext(AlertAction& next)
+{
+    const ULONGLONG now = GetTickCount64();
+    std::erase_if(running, [now](const Running& program) {
+        return now >= program.countedUntil || WaitForSingleObject(program.process.get(), 0) == WAIT_OBJECT_0;
+    });
+    std::lock_guard<std::mutex> lock(mutex);
+    if (stopping || running.size() >= maxRunning || waiting.empty())
+        return false;
+    next = std::move(waiting.front());
+    waiting.pop_front();
+    return true;
+}
+
+// Until a program ends, one stops counting, another comes, or the end.
+void ProgramLauncher::Queue::WaitForChange()
+{
+    std::vector<HANDLE> handles{wake.get()};
+    DWORD timeout = INFINITE;
+    const ULONGLONG now = GetTickCount64();
+    for (const Running& program : running) {
+        handles.push_back(program.process.get());
+        timeout = std::min<DWORD>(timeout, program.countedUntil > now ? DWORD(program.countedUntil - now) : 0);
+    }
+    // The thread is an apartment, and the shell may leave windows on it.
+    MsgWaitForMultipleObjectsEx(static_cast<DWORD>(handles.size()), handles.data(), timeout, QS_ALLINPUT,
+                                MWMO_INPUTAVAILABLE);
+    MSG message;
+    while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+        TranslateMessage(&message);
+        DispatchMessageW(&message);
+    }
+}
+
+void ProgramLauncher::Queue::Run()
+{
+    // The shell may hand the start to COM.
+    const base::ComInit com(COINIT_APARTMENTTHREADED | COINIT_DISABLE_OLE1DDE);
+    for (;;) {
+        AlertAction next;
+        if (TakeNext(next)) {
+            Start(next);
+            continue;
+        }
+        {
+            std::lock_guard<std::mutex> lock(mutex);
+            if (stopping)
+                return;
+        }
+        WaitForChange();
+    }
+}
+
+ProgramLauncher::ProgramLauncher(FailureSink onFailure, std::size_t maxRunning, DWORD countedMs)
+    : queue_(std::make_shared<Queue>(std::move(onFailure), maxRunning, countedMs)),
+      thread_([queue = queue_] {
+          if (queue->wake)
+              queue->Run();
+      })
+{
+}
+
+ProgramLauncher::~ProgramLauncher()
+{
+    {
+        std::lock_guard<std::mutex> lock(queue_->mutex);
+        queue_->stopping = true;
+        queue_->waiting.clear();
+    }
+    if (queue_->wake)
+        SetEvent(queue_->wake.get());
+    thread_.Join(kStopWithinMs);
+}
+
+// Without its thread (or its event) the launcher degrades to starting on the
+// caller's thread, unbounded.
+void ProgramLauncher::Launch(AlertAction action)
+{
+    if (!queue_->wake || !thread_.started()) {
+        queue_->Start(action);
+        return;
+    }
+    bool queued = false;
+    {
+        std::lock_guard<std::mutex> lock(queue_->mutex);
+        if (queue_->waiting.size() < kMaxWaiting) {
+            queue_->waiting.push_back(action);
+            queued = true;
+        }
+    }
+    if (queued)
+        SetEvent(queue_->wake.get());
+    else if (queue_->onFailure)
+        queue_->onFailure(action, ERROR_BUSY);
+}
+
+Alerts::Alerts()
+    : boxes_(std::make_shared<MessageBoxes>()),
+      log_(std::make_shared<LogWriter>([boxes = boxes_](const std::wstring& file, DWORD error) {
+          boxes->Show(kLogKey, L"The log file could not be written:\n" + file + L"\n" + ErrorText(error));
+      })),
+      programs_([log = log_](const AlertAction& action, DWORD error) {
+          if (!action.text.empty())
+              log->Append(action.logFile, action.text + ErrorText(error));
+      })
+{
+}
+
+void Alerts::Carry(const std::vector<AlertAction>& actions)
+{
+    for (const AlertAction& action : actions) {
+        switch (action.kind) {
+        case AlertAction::Kind::ShowMessage:
+            boxes_->Show(action.folder, action.text);
+            break;
+        case AlertAction::Kind::AddToLog:
+            log_->Append(action.logFile, action.text);
+            break;
+        case AlertAction::Kind::RunApplication:
+            programs_.Launch(action);
+            break;
+        }
+    }
 }
 
 } // namespace krn

@@ -12,9 +12,6 @@
 
 namespace krn {
 
-// The caption of every message box of the product.
-inline constexpr wchar_t kAlertCaption[] = L"Kestrune\u2122 Properties x64";
-
 // The limit's custom text when it has one, otherwise a sentence naming the
 // folder, its size and the limit.
 std::wstring AlertMessage(const std::wstring& customText, const std::wstring& folder, LimitSide side,

@@ -6,17 +6,26 @@
 #include <windows.h>
 
 #include "Kestrune.h"
-#include "server/ServerObject.h"
 #include "idl/PresenceMutex.h"
+#include "server/ServerObject.h"
+#include "watcher/Monitor.h"
 #include "watcher/WatcherState.h"
 
 namespace krn {
 
+// What the watcher's objects share: what it read, and the monitoring that
+// works from it.
+struct Watcher {
+    Watcher();
+    WatcherState state;
+    Monitor monitor;
+};
+
 class WatcherControl final : public server::ServerObject<IWatcherControl> {
 public:
-    using Context = WatcherState;
+    using Context = Watcher;
 
-    WatcherControl(server::ServerModule& module, WatcherState& state) noexcept;
+    WatcherControl(server::ServerModule& module, Watcher& watcher) noexcept;
 
     HRESULT STDMETHODCALLTYPE Disable() noexcept override;
     HRESULT STDMETHODCALLTYPE GetState(LONG* state) noexcept override;
@@ -29,9 +38,13 @@ private:
 // Exit codes of the watcher besides the end through Disable (0).
 inline constexpr int kWatcherAlreadyRunning = 1;
 
-// The watcher's run: claims the presence mutex (another copy running: ends at
-// once with kWatcherAlreadyRunning), reads its configuration, serves
-// WatcherControl, and ends when Disable is called.
-int RunWatcher();
+// One copy at a time, whether started by hand, from the Run key or by COM:
+// the mutex is held for the whole run and tells the configuration program
+// that the watcher is on. A copy started by hand serves too, so that an
+// activation while it runs reaches it instead of starting another. It ends
+// only when Disable is called.
+inline const server::ServerSpec kWatcherServer{CLSID_WatcherControl, L"Kestrune Watcher Control",
+                                               server::ServerSpec::kNeverEnd, kWatcherMutexName,
+                                               kWatcherAlreadyRunning};
 
 } // namespace krn

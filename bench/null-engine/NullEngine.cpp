@@ -5,14 +5,21 @@
 #include <windows.h>
 
 #include "Kestrune.h"
-#include "base/Com.h"
-#include "server/Registration.h"
-#include "server/ServerCommandLine.h"
-#include "server/ServerObject.h"
+#include "server/RunServer.h"
 
+#ifdef KRN_FREE_THREADED
+// {4A1F0C2E-9B7D-4E61-8C35-2D6E8F0A1B93}: the same, free-threaded.
+extern "C" const CLSID CLSID_NullSizeEngine = {
+    0x4A1F0C2E, 0x9B7D, 0x4E61, {0x8C, 0x35, 0x2D, 0x6E, 0x8F, 0x0A, 0x1B, 0x93}};
+constexpr wchar_t kName[] = L"Kestrune Null Size Engine, free-threaded (benchmark)";
+constexpr DWORD kApartment = COINIT_MULTITHREADED;
+#else
 // {DE678C83-CCD7-4429-81AB-734CF22035B8}
 extern "C" const CLSID CLSID_NullSizeEngine = {
     0xDE678C83, 0xCCD7, 0x4429, {0x81, 0xAB, 0x73, 0x4C, 0xF2, 0x20, 0x35, 0xB8}};
+constexpr wchar_t kName[] = L"Kestrune Null Size Engine (benchmark)";
+constexpr DWORD kApartment = COINIT_APARTMENTTHREADED;
+#endif
 
 namespace {
 
@@ -48,22 +55,7 @@ private:
 
 int WINAPI wWinMain(HINSTANCE, HINSTANCE, PWSTR commandTail, int)
 {
-    const server::ServerClass nullClass{CLSID_NullSizeEngine, L"Kestrune Null Size Engine (benchmark)"};
-    switch (server::ParseServerCommandLine(commandTail).command) {
-    case server::ServerCommand::Register:
-        return server::RegisterServer(nullClass);
-    case server::ServerCommand::Unregister:
-        return server::UnregisterServer(nullClass);
-    case server::ServerCommand::Run:
-        break;
-    }
-    base::ComInit com(COINIT_APARTMENTTHREADED);
     // Lingers like the real engine, so the floor pays no process start either.
-    server::ServerModule module(5 * 60 * 1000);
-    Nothing nothing;
-    server::ClassFactory<NullEngine> factory(module, nothing);
-    server::ClassObjectRegistration registration(CLSID_NullSizeEngine, &factory);
-    if (FAILED(registration.status()))
-        return registration.status();
-    return module.Run();
+    const server::ServerSpec spec{CLSID_NullSizeEngine, kName, 5 * 60 * 1000, nullptr, 1, kApartment};
+    return server::RunServer<NullEngine>(commandTail, spec);
 }

@@ -53,10 +53,26 @@ const LingerCase kLingerCases[] = {
     {"an unused server ends after one linger", 100, {}, 0, 100},
     {"the linger starts with the last unlock", 100, {{1, Lock}, {1, Lock}, {300, Unlock}, {500, Unlock}}, 0, 600},
     {"a lock during the linger keeps it running", 100, {{50, Lock}}, -1, kTestEnd},
-    {"a never-ending server outlives its last unlock", ServerModule::kNeverEnd, {{1, Lock}, {50, Unlock}}, -1,
+    {"a never-ending server outlives its last unlock", ServerSpec::kNeverEnd, {{1, Lock}, {50, Unlock}}, -1,
      kTestEnd},
-    {"a never-ending server ends by Quit", ServerModule::kNeverEnd, {{50, Quit7}}, 7, 50},
+    {"a never-ending server ends by Quit", ServerSpec::kNeverEnd, {{50, Quit7}}, 7, 50},
 };
+
+// {6C1D2A60-0B8E-4C57-9D2B-3E0F4A5B6C7D}: a class nobody registers.
+const CLSID kNoClass = {0x6C1D2A60, 0x0B8E, 0x4C57, {0x9D, 0x2B, 0x3E, 0x0F, 0x4A, 0x5B, 0x6C, 0x7D}};
+
+ServerSpec Spec(DWORD linger)
+{
+    return {kNoClass, L"test", linger};
+}
+
+// The process lock as COM counts it.
+ULONG ProcessLocks()
+{
+    const ULONG locks = CoAddRefServerProcess() - 1;
+    CoReleaseServerProcess();
+    return locks;
+}
 
 std::map<UINT_PTR, Step> pending;
 ServerModule* running = nullptr;
@@ -71,7 +87,7 @@ TEST(ServerModuleTest, Linger)
 {
     for (const LingerCase& c : kLingerCases) {
         SCOPED_TRACE(c.name);
-        ServerModule module(c.linger);
+        ServerModule module(Spec(c.linger));
         running = &module;
         for (const auto& [atMs, step] : c.steps)
             pending[SetTimer(nullptr, 0, atMs, RunStep)] = step;
@@ -85,6 +101,8 @@ TEST(ServerModuleTest, Linger)
         for (const auto& step : pending)
             KillTimer(nullptr, step.first);
         pending.clear();
+        while (ProcessLocks() > 0)
+            CoReleaseServerProcess();
     }
 }
 
@@ -100,7 +118,7 @@ public:
 
 TEST(ClassFactoryTest, ObjectsHoldTheModuleWhileTheyLive)
 {
-    ServerModule module(ServerModule::kNeverEnd);
+    ServerModule module(Spec(ServerSpec::kNeverEnd));
     int made = 0;
     ClassFactory<TwoFaced> factory(module, made);
     base::com_ptr<IOleWindow> window;
@@ -111,19 +129,26 @@ TEST(ClassFactoryTest, ObjectsHoldTheModuleWhileTheyLive)
     EXPECT_EQ(window.query(identity), S_OK);
     EXPECT_EQ(persist.query(viaPersist), S_OK);
     EXPECT_EQ(identity.get(), viaPersist.get());
-    EXPECT_EQ(module.lockCount(), 1);
+    EXPECT_EQ(ProcessLocks(), 1u);
     window.reset();
     persist.reset();
     identity.reset();
     viaPersist.reset();
-    EXPECT_EQ(module.lockCount(), 0);
+    EXPECT_EQ(ProcessLocks(), 0u);
 
     void* none = &made;
     EXPECT_EQ(factory.CreateInstance(nullptr, IID_IDataObject, &none), E_NOINTERFACE);
     EXPECT_EQ(none, nullptr);
     EXPECT_EQ(factory.CreateInstance(static_cast<IUnknown*>(&factory), IID_IUnknown, &none), CLASS_E_NOAGGREGATION);
     EXPECT_EQ(made, 2) << "the refused aggregation must make no object";
-    EXPECT_EQ(module.lockCount(), 0);
+    EXPECT_EQ(ProcessLocks(), 0u);
+
+    module.Quit(0);
+    EXPECT_EQ(factory.CreateInstance(nullptr, IID_IOleWindow, &none), CO_E_SERVER_STOPPING)
+        << "a server that ends makes no more objects";
+    EXPECT_EQ(made, 2);
+    MSG quit;
+    PeekMessageW(&quit, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE);
 }
 
 } // namespace

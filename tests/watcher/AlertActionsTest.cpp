@@ -13,28 +13,28 @@
 namespace krn::test {
 namespace {
 
-TEST(AppendLogLine, CreatesWithByteOrderMarkThenAppends)
+// Every line, in the order it came, whatever the files: UTF-8, each file
+// (an empty one too) starting with the byte order mark. A file that cannot be
+// written is told once.
+TEST(LogWriter, KeepsEveryLineInOrder)
 {
     TempFolder folder;
-    const std::wstring log = folder / L"\u65e5\u672c.log";
-    EXPECT_EQ(AppendLogLine(log, L"first \u00e9"), 0u);
-    EXPECT_EQ(AppendLogLine(log, L"second"), 0u);
-    EXPECT_EQ(ReadFileBytes(log), "\xEF\xBB\xBF" "first \xC3\xA9\r\nsecond\r\n");
-}
-
-TEST(AppendLogLine, EmptyFileGetsTheMark)
-{
-    TempFolder folder;
-    const std::wstring log = folder / L"empty.log";
-    WriteFileBytes(log, "");
-    EXPECT_EQ(AppendLogLine(log, L"x"), 0u);
-    EXPECT_EQ(ReadFileBytes(log), "\xEF\xBB\xBFx\r\n");
-}
-
-TEST(AppendLogLine, FolderThatDoesNotExistFails)
-{
-    TempFolder folder;
-    EXPECT_EQ(AppendLogLine(folder / L"missing\\a.log", L"x"), DWORD(ERROR_PATH_NOT_FOUND));
+    const std::wstring a = folder / L"\u65e5\u672c.log", b = folder / L"b.log", bad = folder / L"missing\\c.log";
+    WriteFileBytes(b, "");
+    std::vector<std::wstring> told;
+    std::string expectedA = "\xEF\xBB\xBF", expectedB = "\xEF\xBB\xBF";
+    {
+        LogWriter writer([&](const std::wstring& file, DWORD) { told.push_back(file); });
+        for (int i = 0; i < 500; ++i) {
+            writer.Append(i % 3 ? a : b, L"\u00e9 " + std::to_wstring(i));
+            (i % 3 ? expectedA : expectedB) += "\xC3\xA9 " + std::to_string(i) + "\r\n";
+            if (i % 100 == 0)
+                writer.Append(bad, L"lost");
+        }
+    }
+    EXPECT_EQ(ReadFileBytes(a), expectedA);
+    EXPECT_EQ(ReadFileBytes(b), expectedB);
+    EXPECT_EQ(told, std::vector<std::wstring>{bad});
 }
 
 std::vector<HWND> BoxesOfThisProcess()
@@ -76,7 +76,6 @@ TEST(MessageBoxes, OnePerKeyAndACap)
     DialogDriver::Click(first, IDOK);
     ASSERT_TRUE(PumpUntil([&] { return boxes->OpenCount() == MessageBoxes::kMaxOpen - 1; }));
     EXPECT_TRUE(boxes->Show(L"a", L"first again")) << "answered: the key is free";
-
     // The box just opened may not be on the screen yet: answer until none is left.
     EXPECT_TRUE(PumpUntil(
         [&] {
@@ -93,39 +92,36 @@ TEST(Alerts, LogFailureToldOnce)
 {
     TempFolder folder;
     const std::wstring log = folder / L"missing\\a.log";
-    Alerts alerts;
-    alerts.SetLogFile(log);
-    FolderPlan plan;
-    plan.path = folder.path();
-    plan.actions.push_back({ActionStep::Kind::AddToLog, L"", L""});
-    for (int crossing = 0; crossing < 3; ++crossing)
-        alerts.Fire(plan, LimitSide::Maximum, {1024, L""}, 2048);
-    EXPECT_EQ(alerts.boxes().OpenCount(), 1u);
-    HWND box = nullptr;
-    ASSERT_TRUE(PumpUntil(
-        [&] {
-            const std::vector<HWND> boxes = BoxesOfThisProcess();
-            box = boxes.empty() ? nullptr : boxes.front();
-            return box != nullptr;
-        },
-        5000));
-    const MessageBoxInfo info = ReadMessageBox(box);
-    EXPECT_EQ(info.caption, kAlertCaption);
-    EXPECT_EQ(info.text.rfind(L"The log file could not be written:\n" + log + L"\n", 0), 0u) << info.text;
-    DialogDriver::Click(box, IDOK);
-    EXPECT_TRUE(PumpUntil([&] { return alerts.boxes().OpenCount() == 0; }));
+    AlertAction line;
+    line.kind = AlertAction::Kind::AddToLog;
+    line.folder = folder.path();
+    line.logFile = log;
+    line.text = L"crossed";
+    {
+        Alerts alerts;
+        alerts.Carry({line, line, line});
+        HWND box = nullptr;
+        ASSERT_TRUE(PumpUntil(
+            [&] { return (box = FindWindowW(L"#32770", kAlertCaption)) != nullptr && IsWindowVisible(box); }, 5000));
+        const MessageBoxInfo info = ReadMessageBox(box);
+        EXPECT_EQ(info.text.rfind(L"The log file could not be written:\n" + log + L"\n", 0), 0u) << info.text;
+        EXPECT_EQ(alerts.boxes().OpenCount(), 1u);
+        DialogDriver::Click(box, IDOK);
+        EXPECT_TRUE(PumpUntil([&] { return alerts.boxes().OpenCount() == 0; }));
 
-    std::filesystem::create_directories(folder / L"missing");
-    alerts.Fire(plan, LimitSide::Maximum, {1024, L""}, 2048);
-    EXPECT_EQ(ReadFileBytes(log).substr(0, 3), "\xEF\xBB\xBF") << "written once the folder exists";
+        std::filesystem::create_directories(folder / L"missing");
+        alerts.Carry({line});
+    }
+    EXPECT_EQ(ReadFileBytes(log), "\xEF\xBB\xBF" "crossed\r\n") << "written once the folder exists";
 }
 
 TEST(StartProgram, MissingProgramFailsAtOnce)
 {
     TempFolder folder;
     const DWORD start = GetTickCount();
-    EXPECT_NE(StartProgram({folder / L"no such program.exe", L""}, folder.path()), 0u);
-    EXPECT_NE(StartProgram({L"", L""}, folder.path()), 0u);
+    base::unique_kernel_handle process;
+    EXPECT_NE(StartProgram({folder / L"no such program.exe", L""}, folder.path(), process), 0u);
+    EXPECT_NE(StartProgram({L"", L""}, folder.path(), process), 0u);
     EXPECT_LT(GetTickCount() - start, 5000u);
 }
 

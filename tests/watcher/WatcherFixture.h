@@ -105,16 +105,10 @@ protected:
     void SetUp() override
     {
         StopWatcher();
-        hadAppData_ = ReadRegValue(kShellFolders, L"AppData", &appDataType_, &appData_);
         WriteRegString(kShellFolders, L"AppData", scratch_.path());
         std::filesystem::create_directories(scratch_ / L"Norlath\\Kestrune");
     }
-    void TearDown() override
-    {
-        StopWatcher();
-        if (hadAppData_)
-            WriteRegBinary(kShellFolders, L"AppData", appDataType_, appData_.data(), DWORD(appData_.size()));
-    }
+    void TearDown() override { StopWatcher(); }
     void WriteConfig(const std::optional<std::string>& content) const
     {
         const std::wstring path = scratch_ / L"Norlath\\Kestrune\\config.xml";
@@ -126,9 +120,7 @@ protected:
     static constexpr wchar_t kShellFolders[] =
         L"Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders";
     TempFolder scratch_;
-    bool hadAppData_ = false;
-    DWORD appDataType_ = 0;
-    std::string appData_;
+    RegValueGuard appData_{kShellFolders, L"AppData"};
 };
 
 } // namespace krn::test
