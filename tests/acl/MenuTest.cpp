@@ -1,5 +1,5 @@
 // The owner-drawn menu on the main window's menu: attaching and converting,
-// measuring, adding and deleting items, themes, and the drawing in pixels.
+// measuring, and the drawing in pixels, each item drawn as its popup asks.
 #include "acl/Menu.h"
 
 #include "TestDialog.h"
@@ -56,18 +56,16 @@ protected:
     // ODS_ state; `items` gets their places.
     Pixels DrawDropDown(HMENU dropDown, const std::vector<UINT>& states, std::vector<RECT>* items)
     {
-        items->assign(1, RECT{});
+        LONG width = 0, bottom = 0;
+        items->clear();
         for (UINT i = 0; i < states.size(); ++i) {
             MEASUREITEMSTRUCT mis{ODT_MENU};
             mis.itemData = reinterpret_cast<ULONG_PTR>(Record(i, dropDown, TRUE));
             menu.MeasureItem(mis);
-            const RECT& above = items->back();
-            items->push_back({0, above.bottom, 0, above.bottom + LONG(mis.itemHeight)});
-            items->front().right = std::max(items->front().right, LONG(mis.itemWidth));
+            items->push_back({0, bottom, 0, bottom += LONG(mis.itemHeight)});
+            width = std::max(width, LONG(mis.itemWidth));
         }
-        const LONG width = items->front().right;
-        items->erase(items->begin());
-        return krn::test::Render(width, items->back().bottom, RGB(1, 2, 3), [&](HDC dc) {
+        return krn::test::Render(width, bottom, RGB(1, 2, 3), [&](HDC dc) {
             for (UINT i = 0; i < states.size(); ++i) {
                 (*items)[i].right = width;
                 menu.DrawItem({ODT_MENU, 0, GetMenuItemID(dropDown, int(i)), ODA_DRAWENTIRE, states[i], nullptr, dc,
@@ -150,22 +148,17 @@ TEST_F(MenuTest, MeasuresSeparatorsItemsAndBarItems)
     ASSERT_LT(exit.bottom + 4, 20) << "the menu font is too large for this case";
     const struct {
         ACL_MenuItem* record;
-        uint32_t imageSize;
         LONG width, height;
     } cases[] = {
-        {menu.items()[3].get(), 16, 43, 5},               // separator
-        {Record(ID_FILE_EXIT), 16, 42 + exit.right, 20},  // as high as the image cell
-        {menu.items()[0].get(), 16, bar.right + 4, bar.bottom + 4},  // bar item
-        {menu.items()[3].get(), 24, 51, 5},
-        {Record(ID_FILE_EXIT), 24, 50 + exit.right, 28},
+        {menu.items()[3].get(), 43, 5},                         // separator
+        {Record(ID_FILE_EXIT), 42 + exit.right, 20},            // as high as the image cell
+        {menu.items()[0].get(), bar.right + 4, bar.bottom + 4},  // bar item
     };
     for (const auto& c : cases) {
-        menu.SetImageMetrics(c.imageSize, c.imageSize, ACL_Menu::kKeep, ACL_Menu::kKeep);
         MEASUREITEMSTRUCT mis{ODT_MENU};
         mis.itemData = reinterpret_cast<ULONG_PTR>(c.record);
         EXPECT_EQ(menu.MeasureItem(mis), 0u);
-        EXPECT_EQ(mis.itemWidth, static_cast<UINT>(c.width)) << c.record->text << ", images of " << c.imageSize;
-        EXPECT_EQ(mis.itemHeight, static_cast<UINT>(c.height)) << c.record->text << ", images of " << c.imageSize;
+        EXPECT_EQ(std::pair(mis.itemWidth, mis.itemHeight), std::pair(UINT(c.width), UINT(c.height))) << c.record->text;
     }
 }
 
@@ -232,12 +225,17 @@ TEST_F(MenuTest, ADropDownShowsItemsSeparatorsAndTheHighlightWhereTheRulesPutThe
                 stray += c != shown.at(separator.left + x, separator.top);
     EXPECT_EQ(stray, 0) << "pixels of the checked item's cell neither mark nor gradient";
 
-    // Images at marginX, marginY; a disabled one grey; a highlighted one a pixel
-    // up and left, over its shadow: the opaque pixel furthest down and right
-    // casts a shadow nothing covers.
+    // Images at marginX, marginY; a disabled one grey, (77 R + 150 G + 29 B) /
+    // 256 in each channel; a highlighted one a pixel up and left, over its
+    // shadow: the opaque pixel furthest down and right casts a shadow nothing
+    // covers.
     const ACL_MenuImage& image = *Image(ID_HELP_HELP);
     EXPECT_EQ(Misplaced(shown, image, item.left + 3, item.top + 2), 0) << "an item's image";
-    EXPECT_EQ(Misplaced(shown, *Image(ID_HELP_ABOUT), disabled.left + 3, disabled.top + 2, acl::GreyOf), 0);
+    const auto grey = [](COLORREF c) {
+        const BYTE l = static_cast<BYTE>((77u * GetRValue(c) + 150u * GetGValue(c) + 29u * GetBValue(c)) / 256u);
+        return RGB(l, l, l);
+    };
+    EXPECT_EQ(Misplaced(shown, *Image(ID_HELP_ABOUT), disabled.left + 3, disabled.top + 2, +grey), 0) << "grey";
     EXPECT_EQ(Misplaced(highlighted, image, lit.left + 2, lit.top + 1), 0) << "the raised image";
     const Pixels source = PixelsOf(image);
     POINT corner{};
@@ -245,18 +243,6 @@ TEST_F(MenuTest, ADropDownShowsItemsSeparatorsAndTheHighlightWhereTheRulesPutThe
         if (source.at(i % 16, i / 16) != image.transparentColor && i % 16 + i / 16 >= corner.x + corner.y)
             corner = {i % 16, i / 16};
     EXPECT_EQ(highlighted.at(lit.left + 4 + corner.x, lit.top + 3 + corner.y), menu.colors().shadowColor) << "shadow";
-}
-
-// The grey of a disabled item's image is (77 R + 150 G + 29 B) / 256 in each
-// channel: full red, green and blue show each weight and the rounding down.
-TEST(MenuGrey, WeighsTheChannelsAndRoundsDown)
-{
-    const std::pair<COLORREF, COLORREF> colours[] = {{RGB(255, 0, 0), RGB(76, 76, 76)},
-                                                     {RGB(0, 255, 0), RGB(149, 149, 149)},
-                                                     {RGB(0, 0, 255), RGB(28, 28, 28)},
-                                                     {RGB(49, 106, 197), RGB(99, 99, 99)}};
-    for (const auto& [colour, grey] : colours)
-        EXPECT_EQ(acl::GreyOf(colour), grey) << std::hex << colour;
 }
 
 } // namespace
