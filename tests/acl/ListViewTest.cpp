@@ -1,292 +1,221 @@
-// The list's settings and tree with their ownership rules, its bookkeeping
-// against a real owner-data report list view under the dialog manager, and
-// sorting.
-#include "ListViewDemo.h"
+// The owner-drawn report list: its tree with its ownership rules, its
+// bookkeeping against a real owner-data list view under the dialog manager,
+// sorting, and drawing checked in pixels (rows drawn through OnDrawItem into a
+// bitmap of the row's size, the real control's header giving the columns, or
+// the real control captured after it painted itself).
+#include "acl/ListView.h"
 
+#include "TestDialog.h"
 #include "resource.h"
+#include "support/Gui.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
+#include <tuple>
 
 namespace {
 
 using acl::ListView_Settings;
-using acl::test::ListViewDemo;
+using krn::test::Pixels;
 
 constexpr COLORREF kNone = ListView_Settings::kNone;
 constexpr DWORD kNotFound = ERROR_NOT_FOUND;
+constexpr COLORREF kGreen = RGB(0, 200, 0), kRed = RGB(220, 0, 0), kSelected = RGB(0x8A, 0xA6, 0xD6);
+const COLORREF kFrame = GetSysColor(COLOR_WINDOWFRAME), kWindow = GetSysColor(COLOR_WINDOW);
+
+// A real report list view in the test dialog, wired to an acl::ListView the
+// way the program's dialogs wire theirs (WM_MEASUREITEM and WM_DRAWITEM go to
+// the list), with the program's look: the dialog's font, selected rows in
+// #8AA6D6.
+class ListViewDemo : public acl::test::TestDialog {
+public:
+    ListViewDemo()
+        : TestDialog([this](UINT m, WPARAM, LPARAM l, INT_PTR* r) { return OnMessage(m, l, r); }, TD_LIST_DIALOG)
+    {
+        for (int id : {IDB_ACTION_MESSAGE, IDB_ACTION_LOG, IDB_ACTION_RUN})
+            actionBitmaps_.emplace_back(LoadBitmapW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(id)));
+        Create(20, 20);
+    }
+    ~ListViewDemo() { DestroyWindow(window()); }  // before the list goes
+
+    HWND list() const { return item(TD_LIST); }
+    HWND header() const { return reinterpret_cast<HWND>(SendMessageW(list(), LVM_GETHEADER, 0, 0)); }
+    acl::ListView& view() { return view_; }
+    // The action bitmaps 208, 211, 212, lent to the items.
+    HBITMAP ActionBitmap(int index) const { return actionBitmaps_[static_cast<size_t>(index) % 3].get(); }
+
+    // Columns of 110, 70, 70 and 250 pixels (wider than the list together), then
+    // rows of a name, a size, one to three action bitmaps, and a text.
+    void AddSampleRows(int count)
+    {
+        for (const int width : {110, 70, 70, 250})
+            view_.AddColumn(L"", width);
+        for (int row = 0; row < count; ++row) {
+            view_.AddRow(0, 0, static_cast<uint64_t>(row));
+            view_.AddItem(row, 0, std::make_unique<acl::ListView_Text>(L"Folder"));
+            view_.AddItem(row, 1, std::make_unique<acl::ListView_Text>((std::to_wstring(row * 37) + L" KB").c_str()));
+            for (int a = 0; a <= row % 3; ++a)
+                view_.AddItem(row, 2, std::make_unique<acl::ListView_Bitmap>(ActionBitmap(a)));
+            view_.AddItem(row, 3, std::make_unique<acl::ListView_Text>(L"Local"));
+        }
+        view_.Remeasure();  // the content decides a measured row height
+    }
+
+private:
+    bool OnMessage(UINT message, LPARAM lParam, INT_PTR* result)
+    {
+        switch (message) {
+        case WM_INITDIALOG: {
+            view_.Attach(window(), TD_LIST);
+            view_.Remeasure();
+            const auto font = reinterpret_cast<HFONT>(SendMessageW(window(), WM_GETFONT, 0, 0));
+            view_.GetSettings().SetStyle(0, ListView_Settings::kMaskFont, 0, 0, 0, 0, 0, 0, font, false);
+            view_.GetSettings().SetStyle(1, ListView_Settings::kMaskBackground | ListView_Settings::kMaskFont, 0, 0,
+                                         kSelected, 0, 0, 0, font, false);
+            return true;
+        }
+        case WM_MEASUREITEM:
+            *result = view_.OnMeasureItem(TD_LIST, *reinterpret_cast<MEASUREITEMSTRUCT*>(lParam));
+            return true;
+        case WM_DRAWITEM:
+            *result = view_.OnDrawItem(TD_LIST, *reinterpret_cast<const DRAWITEMSTRUCT*>(lParam));
+            return true;
+        default:
+            return false;
+        }
+    }
+
+    // Declared before the list, so the bitmaps its items borrow outlive them.
+    std::vector<acl::unique_hbitmap> actionBitmaps_;
+    acl::ListView view_;
+};
 
 bool Alive(HGDIOBJ object) { return GetObjectType(object) != 0; }
 
-COLORREF BrushColor(const acl::unique_hbrush& brush)
-{
-    LOGBRUSH lb{};
-    return GetObjectW(brush.get(), sizeof lb, &lb) ? lb.lbColor : CLR_INVALID;
-}
-
-HFONT NewFont(int height) { return CreateFontW(height, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, L"Tahoma"); }
-
-// What Apply sets in a DC, and the DC the settings remember.
-struct DcState {
-    COLORREF text, background;
-    int mode;
-    HGDIOBJ font;
-    HDC settingsDc;
-    static DcState Of(HDC dc, const ListView_Settings& s)
-    {
-        return {GetTextColor(dc), GetBkColor(dc), GetBkMode(dc), GetCurrentObject(dc, OBJ_FONT), s.dc};
-    }
-    bool operator==(const DcState&) const = default;
-};
-void PrintTo(const DcState& d, std::ostream* os)
-{
-    *os << std::hex << "{text " << d.text << ", background " << d.background << ", mode " << d.mode << ", font "
-        << d.font << ", settings dc " << d.settingsDc << "}";
-}
-
-// Settings and items that say when they are destroyed.
+// Items that say when they are destroyed.
 std::vector<std::string> destroyed;
-struct TracedSettings : ListView_Settings {
-    explicit TracedSettings(std::string n) : name(std::move(n)) {}
-    ~TracedSettings() override { destroyed.push_back(name); }
-    std::string name;
-};
 struct TracedItem : acl::ListView_Item {
-    TracedItem(std::string n, uint64_t t) : ListView_Item(99), name(std::move(n)) { tag = t; }
+    explicit TracedItem(std::string n) : ListView_Item(99), name(std::move(n)) {}
     ~TracedItem() override { destroyed.push_back(name); }
     void GetSize(uint32_t& w, uint32_t& h) override { w = h = 0; }
     int Draw(HDC, int, RECT&) override { return 0; }
     std::string name;
 };
 
-TEST(ListViewSettings, SystemColoursThenSetStyleTouchesOnlyTheMaskedGroupsAndApplyIsUndoneByRestore)
-{
-    acl::ListView list;
-    for (const int i : {0, 1}) {
-        SCOPED_TRACE(testing::Message() << "style " << i);
-        const acl::ListView_Style& style = list.GetSettings().styles[i];
-        EXPECT_EQ(style.set, 7u);
-        EXPECT_EQ(style.Owned(), 3u);
-        EXPECT_EQ(style.textColor, GetSysColor(i ? COLOR_HIGHLIGHTTEXT : COLOR_WINDOWTEXT));
-        EXPECT_EQ(BrushColor(style.backgroundBrush), GetSysColor(i ? COLOR_HIGHLIGHT : COLOR_WINDOW));
-        EXPECT_EQ(BrushColor(style.frameBrush), GetSysColor(COLOR_WINDOWFRAME));
-    }
-    // Each case starts from a style with every group set.
-    const struct {
-        uint32_t mask;
-        COLORREF text, background, frame;
-        uint32_t set, owned;
-    } kCases[] = {{1, RGB(1, 2, 3), kNone, kNone, 15, 3}, {1, kNone, kNone, kNone, 14, 3},
-                  {2, kNone, kNone, kNone, 13, 2},        {4, kNone, kNone, kNone, 11, 1},
-                  {6, kNone, RGB(9, 9, 9), RGB(8, 8, 8), 15, 3}};
-    const acl::unique_hfont font(NewFont(12));
-    for (const auto& c : kCases) {
-        SCOPED_TRACE("mask " + std::to_string(c.mask));
-        ListView_Settings s;
-        s.SetStyle(0, 15, RGB(5, 5, 5), TRANSPARENT, RGB(6, 6, 6), 0, RGB(7, 7, 7), 0, font.get(), false);
-        const HBRUSH oldBackground = s.styles[0].backgroundBrush.get(), oldFrame = s.styles[0].frameBrush.get();
-        s.SetStyle(0, c.mask, c.text, OPAQUE, c.background, 0, c.frame, 0, nullptr, false);
-        const acl::ListView_Style& style = s.styles[0];
-        EXPECT_EQ(style.set, c.set);
-        EXPECT_EQ(style.Owned(), c.owned);
-        EXPECT_EQ(style.backgroundMode, c.mask & 1 ? OPAQUE : TRANSPARENT) << "the mode travels with the text";
-        EXPECT_EQ(Alive(oldBackground), !(c.mask & 2)) << "the old background brush goes when its group is set";
-        EXPECT_EQ(Alive(oldFrame), !(c.mask & 4)) << "the old frame brush goes when its group is set";
-        if (c.background != kNone) {
-            EXPECT_EQ(BrushColor(style.backgroundBrush), c.background);
-            EXPECT_EQ(BrushColor(style.frameBrush), c.frame);
-        }
-    }
-    EXPECT_TRUE(Alive(font.get())) << "a lent font stays the caller's";
-
-    // The font group only ever sets its bits: once owning, a style owns
-    // whatever font it is given, and a null font clears nothing.
-    const HFONT owned = NewFont(10), lent = NewFont(11);
-    ListView_Settings s;
-    s.SetStyle(1, 8, 0, 0, 0, 0, 0, 0, owned, true);
-    s.SetStyle(1, 8, 0, 0, 0, 0, 0, 0, lent, false);
-    s.SetStyle(1, 8, 0, 0, 0, 0, 0, 0, nullptr, false);
-    EXPECT_FALSE(Alive(owned)) << "replaced by the lent font";
-    EXPECT_FALSE(Alive(lent)) << "owned, as the style had owned a font, and replaced by null";
-    EXPECT_EQ(s.styles[1].set, 8u);
-    EXPECT_EQ(s.styles[1].Owned(), 4u);
-
-    const acl::unique_hdc dc(CreateCompatibleDC(nullptr));
-    s.SetStyle(1, 15, RGB(10, 20, 30), TRANSPARENT, RGB(40, 50, 60), 0, RGB(1, 1, 1), 0, font.get(), false);
-    const DcState before = DcState::Of(dc.get(), s);
-    acl::ListView_DrawState state;
-    s.Apply(dc.get(), 1, state);
-    EXPECT_EQ(DcState::Of(dc.get(), s), (DcState{RGB(10, 20, 30), RGB(40, 50, 60), TRANSPARENT, font.get(), dc.get()}));
-    EXPECT_EQ(state.frameBrush, s.styles[1].frameBrush.get());
-    s.Restore(state);
-    EXPECT_EQ(DcState::Of(dc.get(), s), before);
-    EXPECT_EQ(state.font, before.font);
-    EXPECT_FALSE(state.backgroundBrush) << "Apply never saves brushes";
-    EXPECT_FALSE(state.frameBrush) << "Apply never saves brushes";
-}
-
+// A row makes the missing cells up to the one asked for; a cell destroys its
+// items when cleared and when it goes. Bitmaps, icons and fonts are owned
+// only when given; an icon is laid out as a small icon and drawn at its size,
+// and the bitmaps GetIconInfo hands over go as soon as that size is read.
 TEST(ListViewTree, NodesDestroyOnlyWhatTheyOwn)
 {
     destroyed.clear();
     {
-        TracedSettings lent("lent");
         acl::ListView_Row row;
-        row.SetSettings(&lent, true);
-        row.SetSettings(std::make_unique<TracedSettings>("own"));
         acl::ListView_Cell* third = row.GetCell(2, false);
         ASSERT_EQ(row.CellCount(), 3u) << "missing cells are made up to the index";
-        EXPECT_EQ(row.CellAt(0)->GetSettings(), row.GetSettings());
-        EXPECT_EQ(row.GetCell(3, true), nullptr);
-        row.InsertCell(1);
-        EXPECT_EQ(row.CellAt(3), third) << "later cells shift right";
-        EXPECT_EQ(row.DeleteCell(4), kNotFound);
-        row.SetSettings(static_cast<ListView_Settings*>(nullptr), true);
-        EXPECT_FALSE(row.UsesOwnSettings()) << "null is never the node's own";
-
-        auto first = std::make_unique<TracedItem>("a", 1);
-        first->SetSettings(&lent, true);
-        third->AddItem(std::move(first));
-        for (const char* name : {"b", "c", "d", "e"})
-            third->AddItem(std::make_unique<TracedItem>(name, name[0] == 'c' || name[0] == 'e' ? 2 : 1));
-        EXPECT_EQ(third->ItemAt(0)->GetSettings(), &lent) << "an item keeps settings it has";
-        EXPECT_EQ(third->ItemAt(1)->GetSettings(), third->GetSettings());
-        EXPECT_EQ(third->ItemAt(1)->GetParent(), third);
-        EXPECT_EQ(third->RemoveItem(5), kNotFound);
-        EXPECT_EQ(third->RemoveItems(5, 1), kNotFound);
-        EXPECT_EQ(third->RemoveItem(1), 0u);        // b
-        EXPECT_EQ(third->RemoveItemsByTag(2), 0u);  // c, e
-        EXPECT_EQ(third->RemoveItems(1, 10), 0u);   // d, stopping at the end
+        third->AddItem(std::make_unique<TracedItem>("a"));
+        third->AddItem(std::make_unique<TracedItem>("b"));
+        third->Clear();
+        third->AddItem(std::make_unique<TracedItem>("c"));
+        EXPECT_EQ(destroyed, (std::vector<std::string>{"a", "b"}));
     }
-    EXPECT_EQ(destroyed, (std::vector<std::string>{"own", "b", "c", "e", "d", "a", "lent"}));
+    EXPECT_EQ(destroyed, (std::vector<std::string>{"a", "b", "c"}));
 
-    // Bitmaps and icons are owned only when given; the icon's size comes from
-    // the bitmaps GetIconInfo hands over, which go at once.
-    const HBITMAP lent = CreateBitmap(4, 4, 1, 32, nullptr), given = CreateBitmap(4, 4, 1, 32, nullptr);
+    const acl::unique_hbitmap lent(CreateBitmap(4, 4, 1, 32, nullptr));
+    const acl::unique_hfont font(CreateFontW(12, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, L"Tahoma"));
+    const HBITMAP given = CreateBitmap(4, 4, 1, 32, nullptr);
     const HICON icon = HICON(LoadImageW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDI_APP), IMAGE_ICON, 32, 32, 0));
     {
-        acl::ListView_Bitmap lentItem(lent), givenItem{acl::unique_hbitmap(given)};
-        static std::vector<HGDIOBJ> seen;
-        acl::gdiOwnedHook = [](HGDIOBJ h) { seen.push_back(h); };
+        acl::ListView_Bitmap lentItem(lent.get()), givenItem{acl::unique_hbitmap(given)};
+        ListView_Settings settings;
+        settings.SetStyle(0, ListView_Settings::kMaskFont, 0, 0, 0, 0, 0, 0, font.get(), false);
+        static std::vector<HGDIOBJ> iconBitmaps;
+        acl::gdiOwnedHook = [](HGDIOBJ object) { iconBitmaps.push_back(object); };
         acl::ListView_Icon iconItem{acl::unique_hicon(icon)};
         acl::gdiOwnedHook = nullptr;
+        EXPECT_EQ(iconBitmaps.size(), 2u) << "the bitmaps GetIconInfo hands over";
+        EXPECT_EQ(std::count_if(iconBitmaps.begin(), iconBitmaps.end(), Alive), 0) << "are deleted at once";
         uint32_t w = 0, h = 0;
         iconItem.GetSize(w, h);
+        EXPECT_EQ(std::pair(w, h), std::pair(16u, 16u));
         RECT rc{0, 0, 40, 40};
-        const acl::unique_hdc dc(CreateCompatibleDC(nullptr));
-        EXPECT_EQ(iconItem.Draw(dc.get(), 0, rc), 32) << "drawn at its size";
-        EXPECT_EQ(w, 16u) << "laid out as a small icon";
-        EXPECT_EQ(h, 16u) << "laid out as a small icon";
-        ASSERT_EQ(seen.size(), 2u) << "the bitmaps of GetIconInfo";
-        EXPECT_FALSE(Alive(seen[0])) << "the mask is deleted at once";
-        EXPECT_FALSE(Alive(seen[1])) << "the colour bitmap is deleted at once";
+        EXPECT_EQ(iconItem.Draw(acl::unique_hdc(CreateCompatibleDC(nullptr)).get(), 0, rc), 32);
     }
-    ICONINFO info{};
-    EXPECT_TRUE(Alive(lent)) << "a lent bitmap stays the caller's";
+    EXPECT_TRUE(Alive(lent.get())) << "a lent bitmap stays the caller's";
     EXPECT_FALSE(Alive(given)) << "a given bitmap goes with its item";
-    EXPECT_FALSE(GetIconInfo(icon, &info)) << "an owned icon is destroyed";
-    DeleteObject(lent);
+    EXPECT_FALSE(DestroyIcon(icon)) << "an owned icon is destroyed";
+    EXPECT_TRUE(Alive(font.get())) << "a lent font stays the caller's";
 }
 
-// The list's own counts beside the control's and its header's.
-struct Shape {
-    uint64_t columns, rows;
-    LRESULT headerItems, controlItems;
-    static Shape Of(ListViewDemo& demo)
-    {
-        return {demo.view().ColumnCount(), demo.view().RowCount(), SendMessageW(demo.header(), HDM_GETITEMCOUNT, 0, 0),
-                SendMessageW(demo.list(), LVM_GETITEMCOUNT, 0, 0)};
-    }
-    bool operator==(const Shape&) const = default;
-};
-void PrintTo(const Shape& s, std::ostream* os)
-{
-    *os << "{columns " << s.columns << ", rows " << s.rows << ", header items " << s.headerItems
-        << ", control items " << s.controlItems << "}";
-}
-
-TEST(ListViewControl, RowsMeasureTheirTallestItemPlusTheFrameAndCountsStayEqualToTheControls)
+// The list's counts stay the control's and its header's, also while rows
+// are deleted and added in a batch; a deleted row goes to the caller; the
+// rows are as high as the list says.
+TEST(ListViewControl, CountsStayEqualToTheControlsAndRowsLeaveAsTheCallersRows)
 {
     ListViewDemo demo;
     acl::ListView& list = demo.view();
     EXPECT_EQ(SendMessageW(demo.list(), LVM_GETEXTENDEDLISTVIEWSTYLE, 0, 0) & 0x1400, 0x1400);
-    MEASUREITEMSTRUCT empty{ODT_LISTVIEW, TD_LIST, 0, 1, 1};
-    list.OnMeasureItem(TD_LIST, empty);
-    EXPECT_EQ(empty.itemWidth, 0u) << "an empty list measures 0";
-    EXPECT_EQ(empty.itemHeight, 0u) << "an empty list measures 0";
-    const auto rowHeight = [&] {
-        RECT rc{LVIR_BOUNDS};
-        SendMessageW(demo.list(), LVM_GETITEMRECT, 0, reinterpret_cast<LPARAM>(&rc));
-        return rc.bottom - rc.top;
+    using Counts = std::tuple<uint64_t, uint64_t, LRESULT, LRESULT>;  // columns, rows, the header's, the control's
+    const auto counts = [&] {
+        return Counts{list.ColumnCount(), list.RowCount(), SendMessageW(demo.header(), HDM_GETITEMCOUNT, 0, 0),
+                      SendMessageW(demo.list(), LVM_GETITEMCOUNT, 0, 0)};
     };
-    const auto counts = [&] { return Shape::Of(demo); };
-    EXPECT_EQ(list.InsertColumn(0, L"X", 10), kNotFound) << "no columns yet";
     EXPECT_EQ(list.AddColumn(L"A", 50), 0);
     EXPECT_EQ(list.AddColumn(L"C", 50), 1);
     for (uint64_t tag : {10, 11, 12, 13})
         EXPECT_EQ(list.AddRow(0, 0, tag), static_cast<int64_t>(tag - 10));
-    EXPECT_EQ(counts(), (Shape{2, 4, 2, 4}));
-    EXPECT_EQ(list.RowAt(2)->GetSettings(), &list.GetSettings());
+    EXPECT_EQ(counts(), (Counts{2, 4, 2, 4}));
 
-    list.AddItem(1, 1, std::make_unique<acl::ListView_Bitmap>(demo.ActionBitmap(0)));  // 16 high
-    list.AddItem(0, 0, std::make_unique<acl::ListView_Text>(L"Short"));
-    list.GetSettings().paddingY = 5;
-    const int asked = demo.measureRequests;
-    list.Remeasure();
-    EXPECT_GT(demo.measureRequests, asked) << "Remeasure makes the control ask again";
-    EXPECT_EQ(rowHeight(), 18) << "the frame counts, the padding does not";
-    for (uint8_t style : {0, 1})
-        list.GetSettings().SetStyle(style, 4, 0, 0, 0, 0, kNone, 0, nullptr, false);
-    list.Remeasure();
-    EXPECT_EQ(rowHeight(), 16) << "no frame";
     list.rowHeight = 25;
     list.Remeasure();
-    EXPECT_EQ(rowHeight(), 25) << "a fixed height";
+    RECT bounds{LVIR_BOUNDS};
+    SendMessageW(demo.list(), LVM_GETITEMRECT, 0, reinterpret_cast<LPARAM>(&bounds));
+    EXPECT_EQ(bounds.bottom - bounds.top, 25) << "Remeasure makes the control ask again";
 
     const acl::ListView_Row* third = list.RowAt(2);
-    const acl::ListView_Cell* cell = list.GetCell(2, 1, false);
-    EXPECT_EQ(list.InsertColumn(2, L"D", 10), kNotFound) << "AddColumn is the way to append";
-    EXPECT_EQ(list.InsertColumn(1, L"B", 40, std::make_unique<ListView_Settings>()), 0u);
-    EXPECT_EQ(third->CellAt(2), cell) << "the row made room for the new column";
-    EXPECT_EQ(list.DeleteColumn(0), 0u);
-    EXPECT_EQ(list.DeleteColumn(2), kNotFound);
-    EXPECT_EQ(third->CellAt(1), cell);
     std::unique_ptr<acl::ListView_Row> removed;
     EXPECT_EQ(list.DeleteRow(4, removed), kNotFound);
     EXPECT_EQ(list.DeleteRow(1, removed), 0u);
-    EXPECT_EQ(counts(), (Shape{2, 3, 2, 3}));
+    EXPECT_EQ(counts(), (Counts{2, 3, 2, 3}));
     ASSERT_TRUE(removed);
     EXPECT_EQ(removed->tag, 11u) << "the caller holds the row it took out";
     EXPECT_EQ(list.RowAt(1), third) << "later rows move up; their objects are unchanged";
-    demo.Select(1);
+    krn::test::SelectRow(demo.list(), 1);
     EXPECT_EQ(list.GetSelectedRow(), 1);
 
-    EXPECT_EQ(list.GetCell(3, 0, false), nullptr) << "row equal to the count";
     EXPECT_EQ(list.AddItem(1, 3, std::make_unique<acl::ListView_Text>(L"x")), 0u);
     EXPECT_EQ(third->CellCount(), 4u) << "missing cells are made first";
-    EXPECT_EQ(list.RemoveItem(3, 0, 0), kNotFound) << "no such row";
-    EXPECT_EQ(list.RemoveItem(1, 4, 0), kNotFound) << "no such cell";
     EXPECT_EQ(list.ClearCell(1, 4), kNotFound) << "no such cell";
-    EXPECT_EQ(list.RemoveItemsByTag(3, 0, 0), 0u);
     EXPECT_EQ(list.ClearCell(1, 3), 0u);
-    EXPECT_EQ(list.RemoveItems(1, 3, 0, 1), kNotFound) << "the cleared cell is empty";
     std::vector<std::unique_ptr<acl::ListView_Row>> all;
     EXPECT_EQ(list.DeleteAllRows(all), 0u);
-    EXPECT_EQ(counts(), (Shape{2, 0, 2, 0}));
+    EXPECT_EQ(counts(), (Counts{2, 0, 2, 0}));
     ASSERT_EQ(all.size(), 3u);
     EXPECT_EQ(all[1].get(), third);
     EXPECT_EQ(list.GetSelectedRow(), -1);
+
+    // Rows added in a batch reach the control once, when the outer batch closes.
+    {
+        acl::ListView::Batch batch(list);
+        {
+            acl::ListView::Batch nested(list);
+            for (uint64_t tag : {1, 2, 3})
+                EXPECT_EQ(list.AddRow(0, 0, tag), static_cast<int64_t>(tag - 1));
+        }
+        EXPECT_EQ(counts(), (Counts{2, 3, 2, 0})) << "the outer batch is still open";
+    }
+    EXPECT_EQ(counts(), (Counts{2, 3, 2, 3}));
 }
 
 // Column 0 compares the tag's tens (so 31 and 35 are equal), column 1 its units.
 struct TagComparer : acl::ListView_Comparer {
     int32_t Compare(const acl::ListView_Row& a, const acl::ListView_Row& b, uint64_t column) override
     {
-        ++calls;
         const auto key = [column](const acl::ListView_Row& r) { return column == 0 ? r.tag / 10 : r.tag % 10; };
         return key(a) < key(b) ? -1 : key(a) > key(b) ? 1 : 0;
     }
-    int calls = 0;
 };
 
 // A click on the same column reverses the direction, equal rows never move,
@@ -301,64 +230,209 @@ TEST(ListViewSort, HeaderClicksSortStablyAndOneRowOrNoneOnlyRecordTheColumn)
     list.Sort(1);
     EXPECT_EQ(list.sortColumn, -1) << "no comparer";
     list.comparer = &comparer;
-    list.Sort(2);
-    EXPECT_EQ(list.sortColumn, -1) << "past the columns";
     const struct {
         std::vector<uint64_t> rows;  // added before the click
         int column;
         std::vector<uint64_t> order;
         int16_t direction;
-        int compares;  // a bubble sort compares every pair of every pass
     } kClicks[] = {
-        {{}, 1, {}, 1, 0},
-        {{7}, 1, {7}, -1, 0},  // one row: the direction still toggles
-        {{31, 12, 35, 20, 11}, 0, {7, 12, 11, 20, 31, 35}, 1, 15},
-        {{}, 0, {31, 35, 20, 12, 11, 7}, -1, 15},
-        {{}, 1, {20, 31, 11, 12, 35, 7}, 1, 15},
-        {{}, 1, {7, 35, 12, 31, 11, 20}, -1, 15},
+        {{}, 1, {}, 1},
+        {{7}, 1, {7}, -1},  // one row: the direction still toggles
+        {{31, 12, 35, 20, 11}, 0, {7, 12, 11, 20, 31, 35}, 1},
+        {{}, 0, {31, 35, 20, 12, 11, 7}, -1},
+        {{}, 1, {20, 31, 11, 12, 35, 7}, 1},
+        {{}, 1, {7, 35, 12, 31, 11, 20}, -1},
     };
     for (const auto& click : kClicks) {
+        SCOPED_TRACE(testing::Message() << "column " << click.column);
         for (uint64_t tag : click.rows)
             list.AddRow(0, 0, tag);
-        demo.Select(0);
-        comparer.calls = 0;
-        demo.ClickHeader(click.column);
+        krn::test::SelectRow(demo.list(), 0);
+        NMLISTVIEW header{};
+        header.iSubItem = click.column;
+        EXPECT_EQ(list.OnColumnClick(header), 0);
         std::vector<uint64_t> order;
         for (size_t i = 0; i < list.RowCount(); ++i)
             order.push_back(list.RowAt(i)->tag);
-        EXPECT_EQ(order, click.order) << "column " << click.column;
-        int32_t column = 0;
-        int16_t direction = 0;
-        list.GetSortState(column, direction);
-        EXPECT_EQ(column, click.column);
-        EXPECT_EQ(direction, click.direction) << "column " << click.column;
-        EXPECT_EQ(comparer.calls, click.compares) << "column " << click.column;
+        EXPECT_EQ(order, click.order);
+        EXPECT_EQ(std::pair(list.sortColumn, list.sortDirection), std::pair(click.column, click.direction));
     }
     EXPECT_EQ(list.GetSelectedRow(), 0) << "the highlight stays on the position";
 }
 
-// Rows added in a batch reach the control once, when the batch closes; the
-// bitmaps read at construction are the same either way.
-TEST(ListViewControl, RowsAddedInABatchReachTheControlWhenItCloses)
+// A solid bitmap item whose top-left pixel is magenta, the colour drawn transparent.
+std::unique_ptr<acl::ListView_Bitmap> Solid(int width, int height, COLORREF color)
 {
+    std::vector<uint32_t> bits(size_t(width) * height, RGB(GetBValue(color), GetGValue(color), GetRValue(color)));
+    bits[0] = 0xFF00FF;  // the rows of CreateBitmap's bits are 0x00RRGGBB, top first
+    return std::make_unique<acl::ListView_Bitmap>(acl::unique_hbitmap(CreateBitmap(width, height, 1, 32, bits.data())));
+}
+
+// Pixels of (x0..x1, y0..y1) that are (or, with `other`, are not) the colour.
+int Count(const Pixels& p, COLORREF color, int x0, int x1, int y0, int y1, bool other = false)
+{
+    int n = 0;
+    for (int y = y0; y < y1; ++y)
+        for (int x = x0; x < x1; ++x)
+            n += (p.at(x, y) == color) != other;
+    return n;
+}
+
+class Drawn : public ::testing::Test {
+protected:
+    // Columns of the given widths and `rows` empty rows.
+    void Columns(std::initializer_list<int> widths, int rows)
+    {
+        for (int width : widths)
+            right += (list.AddColumn(L"", width), width);
+        for (int i = 0; i < rows; ++i)
+            list.AddRow(0, 0, 0);
+    }
+    // Draws one row the way the control asks for it, into a bitmap of the row's size.
+    Pixels DrawRow(UINT row, bool selected = false)
+    {
+        return krn::test::Render(right, 18, RGB(1, 2, 3), [&](HDC dc) {
+            DRAWITEMSTRUCT item{ODT_LISTVIEW, TD_LIST, row, ODA_DRAWENTIRE,
+                                selected ? UINT(ODS_SELECTED) : 0u, demo.list(), dc, {0, 0, right, 18}, 0};
+            list.OnDrawItem(TD_LIST, item);
+        });
+    }
+
     ListViewDemo demo;
     acl::ListView& list = demo.view();
-    list.AddColumn(L"A", 50);
-    list.AddRow(0, 0, 1);
-    {
-        acl::ListView::Batch batch(list);
-        {
-            acl::ListView::Batch nested(list);
-            for (uint64_t tag : {2, 3, 4})
-                EXPECT_EQ(list.AddRow(0, 0, tag), static_cast<int64_t>(tag - 1));
-        }
-        EXPECT_EQ(SendMessageW(demo.list(), LVM_GETITEMCOUNT, 0, 0), 1) << "the outer batch is still open";
-        list.AddItem(3, 0, std::make_unique<acl::ListView_Bitmap>(demo.ActionBitmap(1)));
+    int right = 0;  // of the last column
+};
+
+TEST(ListViewCentring, TruncatesTowardZeroInSinglePrecision)
+{
+    const struct {
+        LONG top, bottom;
+        uint32_t height;
+        int expected;
+    } kCases[] = {{0, 18, 16, 1}, {2, 17, 10, 4}, {0, 17, 16, 0}, {0, 5, 8, -1}, {3, 20, 10, 6}, {100, 100, 3, 98}};
+    for (const auto& c : kCases)
+        EXPECT_EQ(acl::ListView_CentredTop({0, c.top, 1, c.bottom}, c.height), c.expected)
+            << "rect " << c.top << ".." << c.bottom << ", height " << c.height;
+}
+
+// The fill covers each cell's right and bottom frame edges, leaving a
+// one-pixel grid; the last row and column keep theirs. Content starts after
+// the frame and the padding, centred, with the top-left colour transparent.
+TEST_F(Drawn, CellsFormAOnePixelGridAndContentStartsAfterTheFrameAndThePadding)
+{
+    Columns({40, 60, 50}, 3);
+    list.AddItem(0, 1, Solid(10, 10, kGreen));
+    for (UINT row : {1u, 2u}) {
+        SCOPED_TRACE(row == 2 ? "last row" : "a row");
+        const Pixels p = DrawRow(row);
+        EXPECT_EQ(Count(p, kFrame, 0, right, 0, 1, true), 0) << "top line";
+        for (int x : {0, 40, 100, right - 1})
+            EXPECT_EQ(Count(p, kFrame, x, x + 1, 0, 18, true), 0) << "line at x " << x;
+        EXPECT_EQ(Count(p, row == 2 ? kFrame : kWindow, 1, 40, 17, 18, true), 0) << "bottom line";
+        EXPECT_EQ(Count(p, kWindow, 1, 40, 1, 17, true), 0) << "the fill covers the right edge";
     }
-    EXPECT_EQ(list.RowCount(), 4u);
-    EXPECT_EQ(SendMessageW(demo.list(), LVM_GETITEMCOUNT, 0, 0), 4);
-    const auto* bitmap = static_cast<const acl::ListView_Bitmap*>(list.GetCell(3, 0, true)->ItemAt(0));
-    EXPECT_EQ(bitmap->TransparentColor(), RGB(0xFF, 0x00, 0xFF)) << "the top-left pixel of the action bitmap";
+    EXPECT_EQ(list.RowAt(1)->CellCount(), 3u) << "drawing made the missing cells";
+
+    const struct {
+        uint8_t paddingX, paddingY;
+        bool frame;
+    } kCases[] = {{1, 1, true}, {6, 2, true}, {3, 1, false}, {0, 0, false}};
+    for (const auto& c : kCases) {
+        SCOPED_TRACE("paddingX " + std::to_string(c.paddingX) + (c.frame ? ", framed" : ", no frame"));
+        acl::ListView_Settings& s = list.GetSettings();
+        s.paddingX = c.paddingX;
+        s.paddingY = c.paddingY;
+        for (uint8_t style : {0, 1})
+            s.SetStyle(style, 4, 0, 0, 0, 0, c.frame ? kFrame : kNone, 0, nullptr, false);
+        const Pixels p = DrawRow(0);
+        const int edge = c.frame ? 1 : 0, left = 40 + edge + c.paddingX;
+        const int top = acl::ListView_CentredTop({left, edge + c.paddingY, 100, 18 - edge - c.paddingY}, 10);
+        EXPECT_EQ(Count(p, kGreen, left, left + 10, top, top + 10), 99) << "all but the transparent corner";
+        EXPECT_EQ(Count(p, kGreen, 0, right, 0, 18), 99) << "nothing outside";
+        EXPECT_EQ(p.at(left, top), kWindow) << "the top-left colour is transparent";
+    }
+}
+
+TEST_F(Drawn, ContentIsClippedAtTheCellsInnerEdge)
+{
+    Columns({60, 70}, 1);
+    list.AddItem(0, 0, Solid(100, 10, kGreen));
+    list.AddItem(0, 0, Solid(10, 10, kRed));
+    list.AddItem(0, 1, std::make_unique<acl::ListView_Text>(L"A folder name far too long for its column"));
+    list.AddItem(0, 1, Solid(10, 10, kRed));
+    const Pixels p = DrawRow(0);
+    EXPECT_EQ(Count(p, kGreen, 2, 59, 4, 14), 57 * 10 - 1) << "the wide item fills its cell";
+    EXPECT_EQ(Count(p, kGreen, 59, right, 0, 18), 0) << "and is clipped at the inner edge (paddingX 1)";
+    EXPECT_EQ(Count(p, kRed, 0, right, 0, 18), 0) << "nor is anything after it or after the text";
+    EXPECT_EQ(p.at(60, 9), kFrame);
+    const int innerRight = right - 2;  // the last column keeps its right edge
+    EXPECT_GT(Count(p, kWindow, innerRight - 12, innerRight, 2, 16, true), 0) << "the text reaches the inner edge";
+    EXPECT_EQ(Count(p, kWindow, innerRight, right - 1, 1, 17, true), 0) << "and stops there";
+}
+
+// The real control paints: rows and their texts in the first style, which
+// starts from the system's colours, a selected row in the second with its
+// frame, and a horizontally scrolled list shifted left by the scroll position.
+TEST_F(Drawn, TheControlPaintsSelectedRowsInTheSecondStyleAndScrolledRowsShiftedLeft)
+{
+    demo.AddSampleRows(3);  // columns 110, 70, 70, 250
+    krn::test::SelectRow(demo.list(), 1);
+    RECT rows[2] = {{LVIR_BOUNDS}, {LVIR_BOUNDS}};
+    for (WPARAM i : {0, 1})
+        SendMessageW(demo.list(), LVM_GETITEMRECT, i, reinterpret_cast<LPARAM>(&rows[i]));
+    const Pixels before = krn::test::CaptureClient(demo.list());
+    const int x = 110 + 60, y = rows[0].top + 1;  // right half of the "Size" cell, where no text is
+    EXPECT_EQ(before.at(x, (rows[0].top + rows[0].bottom) / 2), kWindow);
+    EXPECT_EQ(before.at(x, (rows[1].top + rows[1].bottom) / 2), kSelected);
+    EXPECT_EQ(before.at(x, rows[1].top), kFrame) << "grid line above the selected row";
+    for (const int row : {0, 1}) {  // "Folder" in the system's colours for texts and selected texts
+        const COLORREF text = GetSysColor(row ? COLOR_HIGHLIGHTTEXT : COLOR_WINDOWTEXT);
+        EXPECT_GT(Count(before, text, 2, 108, rows[row].top + 2, rows[row].bottom - 1), 20) << "text of row " << row;
+    }
+
+    SendMessageW(demo.list(), LVM_SCROLL, 40, 0);
+    const Pixels after = krn::test::CaptureClient(demo.list());
+    for (int line : {110, 180, 250}) {
+        EXPECT_EQ(before.at(line, y), kFrame) << "unscrolled line at " << line;
+        EXPECT_EQ(after.at(line - 40, y), kFrame) << "scrolled line at " << line - 40;
+        EXPECT_NE(after.at(line, y), kFrame) << "nothing left at " << line;
+    }
+
+    right = 350;
+    list.GetSettings().SetStyle(1, ListView_Settings::kMaskFrame, 0, 0, 0, 0, kRed, 0, nullptr, false);
+    EXPECT_EQ(DrawRow(0, true).at(x, 0), kRed) << "the frame of the second style";
+    EXPECT_EQ(DrawRow(0, false).at(x, 0), kFrame);
+}
+
+// Every GDI object and memory DC the list takes into an owner is recorded:
+// those of a row's paint must be gone when the paint ends (looked at at once:
+// Wine soon hands a deleted handle out again), those of filling the list when
+// the list ends.
+TEST(ListViewGdi, PaintsLeaveNoObjectBehind)
+{
+    static std::vector<HGDIOBJ> recorded;
+    acl::gdiOwnedHook = [](HGDIOBJ object) { recorded.push_back(object); };
+    const auto alive = [](size_t from, size_t to) {
+        return std::count_if(recorded.begin() + from, recorded.begin() + to, Alive);
+    };
+    size_t filled = 0;
+    {
+        ListViewDemo demo;
+        demo.AddSampleRows(6);  // measuring texts makes memory DCs too
+        filled = recorded.size();
+        krn::test::Render(500, 18, RGB(0, 0, 0), [&](HDC dc) {
+            for (UINT i = 0; i < 42; ++i) {  // each row plain, and once selected
+                const size_t before = recorded.size();
+                demo.view().OnDrawItem(TD_LIST, {ODT_LISTVIEW, TD_LIST, i % 6, ODA_DRAWENTIRE,
+                                                 i % 7 ? 0u : UINT(ODS_SELECTED), demo.list(), dc, {0, 0, 500, 18}, 0});
+                // A DC and its bitmap, a clip region a cell, a DC a bitmap item: every one through an owner.
+                EXPECT_EQ(recorded.size() - before, 2 + 4 + 1 + i % 6 % 3) << "paint " << i;
+                EXPECT_EQ(alive(before, recorded.size()), 0) << "paint " << i;
+            }
+        });
+    }
+    acl::gdiOwnedHook = nullptr;
+    EXPECT_EQ(alive(0, filled), 0) << "of " << filled << " objects recorded while the list was filled";
 }
 
 } // namespace

@@ -1,6 +1,5 @@
 // The owner-drawn menu on the main window's menu: attaching and converting,
-// measuring, adding and deleting items, themes, and the drawing, checked in a
-// real popup menu of a window that hands its menu messages to the menu.
+// measuring, and the drawing in pixels, each item drawn as its popup asks.
 #include "acl/Menu.h"
 
 #include "TestDialog.h"
@@ -9,10 +8,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <set>
 #include <sstream>
 #include <string>
-#include <tuple>
 #include <vector>
 
 namespace {
@@ -25,8 +24,7 @@ constexpr COLORREF kWhite = RGB(255, 255, 255), kBlack = RGB(0, 0, 0);
 const COLORREF kGrayText = GetSysColor(COLOR_GRAYTEXT);
 
 // The main window's menu as the main window has it: attached with the window
-// as owner, its image size and colours, and WM_MEASUREITEM / WM_DRAWITEM for
-// menus handed to the menu. Every drawing request that arrives is recorded.
+// as owner, its image size and colours.
 class MenuTest : public ::testing::Test {
 protected:
     void SetUp() override
@@ -53,70 +51,31 @@ protected:
         return nullptr;
     }
 
-    // Opens `popup` as a context menu of the window, captures it once every
-    // item is drawn, lets the keyboard highlight its first item and captures
-    // it again. Below the other tests' topmost windows and away from the
-    // pointer, which would hot-track an item it is over.
-    void Track(HMENU popup)
+    // The drop-down's items drawn as its popup asks for them: one under the
+    // other at their measured heights, as wide as the widest, each in its
+    // ODS_ state; `items` gets their places.
+    Pixels DrawDropDown(HMENU dropDown, const std::vector<UINT>& states, std::vector<RECT>* items)
     {
-        tracked = popup;
-        tracking = this;
-        POINT cursor{};
-        GetCursorPos(&cursor);
-        const UINT_PTR timer = SetTimer(nullptr, 0, 20, &OnTrackTimer);
-        started = GetTickCount();
-        TrackPopupMenu(popup, TPM_RETURNCMD, cursor.x > 400 ? 100 : 900, 600, 0, host.window(), nullptr);
-        KillTimer(nullptr, timer);
-        tracking = nullptr;
-    }
-
-    // Runs inside the menu's own modal loop; gives up after 5 s.
-    static void CALLBACK OnTrackTimer(HWND, UINT, UINT_PTR, DWORD)
-    {
-        MenuTest& self = *tracking;
-        const HWND window = FindWindowW(L"#32768", nullptr);  // the popup menu's window class
-        const bool visible = window && IsWindowVisible(window);
-        if (GetTickCount() - self.started > 5000) {
-            EndMenu();
-        } else if (visible && self.shown.empty() &&
-                   self.draws.size() >= static_cast<size_t>(GetMenuItemCount(self.tracked))) {
-            self.shown = krn::test::CaptureScreen(window);
-            PostMessageW(self.host.window(), WM_KEYDOWN, VK_DOWN, 0);  // the menu's loop takes any key of the thread
-        } else if (visible && !self.shown.empty() && self.Highlighted()) {
-            self.highlighted = krn::test::CaptureScreen(window);
-            EndMenu();
+        LONG width = 0, bottom = 0;
+        items->clear();
+        for (UINT i = 0; i < states.size(); ++i) {
+            MEASUREITEMSTRUCT mis{ODT_MENU};
+            mis.itemData = reinterpret_cast<ULONG_PTR>(Record(i, dropDown, TRUE));
+            menu.MeasureItem(mis);
+            items->push_back({0, bottom, 0, bottom += LONG(mis.itemHeight)});
+            width = std::max(width, LONG(mis.itemWidth));
         }
+        return krn::test::Render(width, bottom, RGB(1, 2, 3), [&](HDC dc) {
+            for (UINT i = 0; i < states.size(); ++i) {
+                (*items)[i].right = width;
+                menu.DrawItem({ODT_MENU, 0, GetMenuItemID(dropDown, int(i)), ODA_DRAWENTIRE, states[i], nullptr, dc,
+                               (*items)[i], reinterpret_cast<ULONG_PTR>(Record(i, dropDown, TRUE))});
+            }
+        });
     }
 
-    const DRAWITEMSTRUCT* Highlighted() const
-    {
-        for (const DRAWITEMSTRUCT& dis : draws)
-            if (dis.itemState & ODS_SELECTED)
-                return &dis;
-        return nullptr;
-    }
-
-    bool Forward(UINT message, LPARAM lParam)
-    {
-        if (message == WM_MEASUREITEM && reinterpret_cast<const MEASUREITEMSTRUCT*>(lParam)->CtlType == ODT_MENU) {
-            menu.MeasureItem(*reinterpret_cast<MEASUREITEMSTRUCT*>(lParam));
-            return true;
-        }
-        if (message == WM_DRAWITEM && reinterpret_cast<const DRAWITEMSTRUCT*>(lParam)->CtlType == ODT_MENU) {
-            draws.push_back(*reinterpret_cast<const DRAWITEMSTRUCT*>(lParam));
-            menu.DrawItem(draws.back());
-            return true;
-        }
-        return false;
-    }
-
-    static inline MenuTest* tracking = nullptr;
     ACL_Menu menu;
-    acl::test::TestDialog host{[this](UINT message, WPARAM, LPARAM lParam, INT_PTR*) { return Forward(message, lParam); }};
-    HMENU tracked = nullptr;
-    DWORD started = 0;
-    std::vector<DRAWITEMSTRUCT> draws;
-    Pixels shown, highlighted;
+    acl::test::TestDialog host{nullptr};
 };
 
 // A menu image as pixels.
@@ -129,7 +88,7 @@ Pixels PixelsOf(const ACL_MenuImage& image)
     });
 }
 
-// How many of the image's opaque pixels the capture does not show, as `look`
+// How many of the image's opaque pixels the picture does not show, as `look`
 // makes them (or as they are), with the image's top-left corner at (x, y).
 int Misplaced(const Pixels& p, const ACL_MenuImage& image, int x, int y, COLORREF (*look)(COLORREF) = nullptr)
 {
@@ -152,7 +111,7 @@ std::string Hex(const std::set<COLORREF>& colours)
     return out.str();
 }
 
-// The colours of the capture in a rectangle, or on its one-pixel border only.
+// The colours of the picture in a rectangle, or on its one-pixel border only.
 std::string Colours(const Pixels& p, const RECT& r, bool border = false)
 {
     std::set<COLORREF> colours;
@@ -163,9 +122,8 @@ std::string Colours(const Pixels& p, const RECT& r, bool border = false)
     return Hex(colours);
 }
 
-TEST_F(MenuTest, AttachCutsOneImagePerCommandAndConvertsEveryItemAndRefreshTheLaterOnes)
+TEST_F(MenuTest, AttachCutsOneImagePerCommandAndConvertsEveryItem)
 {
-    EXPECT_EQ(menu.Attach(nullptr, IDR_MAIN_MENU, 0, 0, nullptr), static_cast<DWORD>(ERROR_ALREADY_EXISTS));
     std::vector<uint32_t> commands;
     for (const auto& image : menu.images()) {
         commands.push_back(image->commandId);
@@ -173,25 +131,10 @@ TEST_F(MenuTest, AttachCutsOneImagePerCommandAndConvertsEveryItemAndRefreshTheLa
     }
     EXPECT_EQ(commands, (std::vector<uint32_t>{ID_FILE_IMPORT, ID_FILE_EXPORT, ID_FILE_PROPERTIES, ID_FILE_EXIT,
                                                ID_HELP_HELP, ID_HELP_WEBSITE, ID_HELP_SUPPORT, ID_HELP_ABOUT}));
-    // In menu order: 2 bar items, each followed by the 6 items of its drop-down
-    // (the measuring and the popup below show which is which).
+    // In menu order: 2 bar items, each followed by the 6 items of its drop-down.
     ASSERT_EQ(menu.items().size(), 14u);
-    EXPECT_EQ(menu.items()[6]->text, L"E&xit");
     for (UINT i = 0; i < 2; ++i)
         EXPECT_TRUE(Record(i, menu.menu(), TRUE)) << "bar item " << i << " not owner-drawn";
-
-    const HMENU file = GetSubMenu(menu.menu(), 0);
-    AppendMenuW(file, MF_STRING, ID_HELP_ABOUT, L"About again");
-    AppendMenuW(file, MF_STRING, 900, L"No picture");
-    menu.Refresh();
-    EXPECT_EQ(menu.items().size(), 16u);
-    ASSERT_TRUE(Record(6, file, TRUE));
-    EXPECT_EQ(Record(6, file, TRUE)->image, Image(ID_HELP_ABOUT));
-    EXPECT_EQ(menu.SetItemImage(900, IDB_ACTION_LOG), 0u);
-    EXPECT_EQ(Record(900)->image, Image(900));
-    EXPECT_EQ(menu.CopyItemImage(ID_FILE_EXIT, 900), 0u);
-    EXPECT_EQ(Record(ID_FILE_EXIT)->image, Image(900));
-    EXPECT_EQ(menu.CopyItemImage(ID_FILE_EXIT, 4711), static_cast<DWORD>(ERROR_NOT_FOUND));
 }
 
 TEST_F(MenuTest, MeasuresSeparatorsItemsAndBarItems)
@@ -205,78 +148,33 @@ TEST_F(MenuTest, MeasuresSeparatorsItemsAndBarItems)
     ASSERT_LT(exit.bottom + 4, 20) << "the menu font is too large for this case";
     const struct {
         ACL_MenuItem* record;
-        uint32_t imageSize;
         LONG width, height;
     } cases[] = {
-        {menu.items()[3].get(), 16, 43, 5},               // separator
-        {Record(ID_FILE_EXIT), 16, 42 + exit.right, 20},  // as high as the image cell
-        {menu.items()[0].get(), 16, bar.right + 4, bar.bottom + 4},  // bar item
-        {menu.items()[3].get(), 24, 51, 5},
-        {Record(ID_FILE_EXIT), 24, 50 + exit.right, 28},
+        {menu.items()[3].get(), 43, 5},                         // separator
+        {Record(ID_FILE_EXIT), 42 + exit.right, 20},            // as high as the image cell
+        {menu.items()[0].get(), bar.right + 4, bar.bottom + 4},  // bar item
     };
     for (const auto& c : cases) {
-        menu.SetImageMetrics(c.imageSize, c.imageSize, ACL_Menu::kKeep, ACL_Menu::kKeep);
         MEASUREITEMSTRUCT mis{ODT_MENU};
         mis.itemData = reinterpret_cast<ULONG_PTR>(c.record);
         EXPECT_EQ(menu.MeasureItem(mis), 0u);
-        EXPECT_EQ(mis.itemWidth, static_cast<UINT>(c.width)) << c.record->text << ", images of " << c.imageSize;
-        EXPECT_EQ(mis.itemHeight, static_cast<UINT>(c.height)) << c.record->text << ", images of " << c.imageSize;
+        EXPECT_EQ(std::pair(mis.itemWidth, mis.itemHeight), std::pair(UINT(c.width), UINT(c.height))) << c.record->text;
     }
 }
 
-// InsertItem puts the item where InsertMenuW puts it, owner-drawn, with a new
-// record; only a by-position add to the bar itself makes a bar item.
-TEST_F(MenuTest, InsertItemPutsAnOwnerDrawnItemWithItsRecordAtThePlaceGiven)
-{
-    enum Menu { kBar, kFile, kHelp };
-    const struct {
-        const char* what;
-        Menu target, landsIn;  // target kBar: null, the attached menu
-        UINT position, flags;
-        bool append;
-        UINT landsAt;
-        uint32_t topLevel;
-    } cases[] = {
-        {"into a drop-down by position", kHelp, kHelp, 1, MF_BYPOSITION | MF_STRING, false, 1, 0},
-        {"into the bar by position", kBar, kBar, 1, MF_BYPOSITION | MF_STRING, false, 1, 1},
-        {"into the bar before a drop-down's command", kBar, kFile, ID_FILE_EXIT, MF_BYCOMMAND | MF_STRING, false, 5, 0},
-        {"appended to a drop-down", kHelp, kHelp, 0, MF_STRING | MF_GRAYED, true, 6, 0},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.what);
-        ACL_Menu fresh;
-        ASSERT_EQ(fresh.Attach(GetModuleHandleW(nullptr), IDR_MAIN_MENU, 0, 0, host.window()), 0u);
-        const HMENU menus[] = {fresh.menu(), GetSubMenu(fresh.menu(), 0), GetSubMenu(fresh.menu(), 1)};
-        const HMENU target = c.target == kBar ? nullptr : menus[c.target];
-        ASSERT_EQ(fresh.InsertItem(c.position, c.flags, 900, L"&New", c.append, target), 1);
-        EXPECT_EQ(GetMenuItemID(menus[c.landsIn], c.landsAt), 900u);
-        EXPECT_EQ(Record(c.landsAt, menus[c.landsIn], TRUE), fresh.items().back().get()) << "owner-drawn, new record";
-        const ACL_MenuItem& record = *fresh.items().back();
-        EXPECT_EQ(record.state, c.flags | MF_OWNERDRAW);
-        EXPECT_EQ(record.topLevel, c.topLevel);
-        EXPECT_EQ(record.text, L"&New");
-    }
-}
-
-// The Help drop-down, with "Norlath web-site" checked and "About" disabled,
-// opened in a real popup menu: each part is where the drawing rules put it,
-// first with nothing highlighted, then with the first item highlighted by the
-// keyboard.
-TEST_F(MenuTest, APopupShowsItemsSeparatorsAndTheHighlightWhereTheRulesPutThem)
+// The Help drop-down with "Norlath web-site" checked and "About" disabled,
+// drawn first with nothing highlighted, then with "Help" and "About"
+// highlighted: each part is where the drawing rules put it.
+TEST_F(MenuTest, ADropDownShowsItemsSeparatorsAndTheHighlightWhereTheRulesPutThem)
 {
     const HMENU help = GetSubMenu(menu.menu(), 1);
-    CheckMenuItem(help, ID_HELP_WEBSITE, MF_BYCOMMAND | MF_CHECKED);
-    EnableMenuItem(help, ID_HELP_ABOUT, MF_BYCOMMAND | MF_GRAYED);
-    Track(help);
-    ASSERT_FALSE(shown.empty()) << "the popup did not show all its items";
-    ASSERT_FALSE(highlighted.empty()) << "the keyboard highlighted nothing";
-    ASSERT_EQ(Highlighted()->itemID, static_cast<UINT>(ID_HELP_HELP));
-
-    // Draws 0 to 5 are the items in menu order: Help, a separator, the checked
-    // web-site, Support, a separator, the disabled About.
-    ASSERT_EQ(draws[5].itemID, static_cast<UINT>(ID_HELP_ABOUT)) << "the first draws are the items in menu order";
-    const RECT item = draws[0].rcItem, separator = draws[1].rcItem, checked = draws[2].rcItem,
-               disabled = draws[5].rcItem, lit = Highlighted()->rcItem;
+    ASSERT_EQ(GetMenuItemID(help, 5), static_cast<UINT>(ID_HELP_ABOUT))
+        << "Help, a separator, the web-site, Support, a separator, About";
+    std::vector<RECT> items;
+    const Pixels shown = DrawDropDown(help, {0, 0, ODS_CHECKED, 0, 0, ODS_GRAYED}, &items);
+    const Pixels highlighted =
+        DrawDropDown(help, {ODS_SELECTED, 0, ODS_CHECKED, 0, 0, ODS_GRAYED | ODS_SELECTED}, &items);
+    const RECT item = items[0], separator = items[1], checked = items[2], disabled = items[5], lit = items[0];
     const LONG cell = static_cast<LONG>(menu.cellWidth()), textX = cell + static_cast<LONG>(menu.textGapX());
     const LONG w = item.right - item.left, h = item.bottom - item.top;
     const auto at = [](const RECT& r, LONG left, LONG top, LONG right, LONG bottom) {
@@ -287,7 +185,7 @@ TEST_F(MenuTest, APopupShowsItemsSeparatorsAndTheHighlightWhereTheRulesPutThem)
     const LONG markX = cell / 2, markY = 2 * h / 3;  // a thick stroke from 3 left and 4 up, a thin one on
     const struct {
         const char* what;
-        const Pixels& capture;
+        const Pixels& picture;
         RECT area;
         std::set<COLORREF> colours;
         bool border = false;  // only the area's one-pixel border
@@ -312,7 +210,8 @@ TEST_F(MenuTest, APopupShowsItemsSeparatorsAndTheHighlightWhereTheRulesPutThem)
         {"highlighted: the text", highlighted, at(lit, textX, 1, w - 1, h - 1), {kSelection, kWhite}},
     };
     for (const auto& a : areas)
-        EXPECT_EQ(Colours(a.capture, a.area, a.border), Hex(a.colours)) << a.what;
+        EXPECT_EQ(Colours(a.picture, a.area, a.border), Hex(a.colours)) << a.what;
+    EXPECT_EQ(Colours(highlighted, disabled), Colours(shown, disabled)) << "highlighted, a disabled item looks the same";
 
     // The gradient's last column is one step short of its end colour.
     const COLORREF last = shown.at(item.left + cell - 1, item.top);
@@ -326,12 +225,17 @@ TEST_F(MenuTest, APopupShowsItemsSeparatorsAndTheHighlightWhereTheRulesPutThem)
                 stray += c != shown.at(separator.left + x, separator.top);
     EXPECT_EQ(stray, 0) << "pixels of the checked item's cell neither mark nor gradient";
 
-    // Images at marginX, marginY; a disabled one grey; a highlighted one a pixel
-    // up and left, over its shadow: the opaque pixel furthest down and right
-    // casts a shadow nothing covers.
+    // Images at marginX, marginY; a disabled one grey, (77 R + 150 G + 29 B) /
+    // 256 in each channel; a highlighted one a pixel up and left, over its
+    // shadow: the opaque pixel furthest down and right casts a shadow nothing
+    // covers.
     const ACL_MenuImage& image = *Image(ID_HELP_HELP);
     EXPECT_EQ(Misplaced(shown, image, item.left + 3, item.top + 2), 0) << "an item's image";
-    EXPECT_EQ(Misplaced(shown, *Image(ID_HELP_ABOUT), disabled.left + 3, disabled.top + 2, acl::GreyOf), 0);
+    const auto grey = [](COLORREF c) {
+        const BYTE l = static_cast<BYTE>((77u * GetRValue(c) + 150u * GetGValue(c) + 29u * GetBValue(c)) / 256u);
+        return RGB(l, l, l);
+    };
+    EXPECT_EQ(Misplaced(shown, *Image(ID_HELP_ABOUT), disabled.left + 3, disabled.top + 2, +grey), 0) << "grey";
     EXPECT_EQ(Misplaced(highlighted, image, lit.left + 2, lit.top + 1), 0) << "the raised image";
     const Pixels source = PixelsOf(image);
     POINT corner{};
@@ -339,78 +243,6 @@ TEST_F(MenuTest, APopupShowsItemsSeparatorsAndTheHighlightWhereTheRulesPutThem)
         if (source.at(i % 16, i / 16) != image.transparentColor && i % 16 + i / 16 >= corner.x + corner.y)
             corner = {i % 16, i / 16};
     EXPECT_EQ(highlighted.at(lit.left + 4 + corner.x, lit.top + 3 + corner.y), menu.colors().shadowColor) << "shadow";
-
-    // Highlighted, a disabled item looks just the same.
-    const Pixels disabledLit = krn::test::Render(w, h, RGB(1, 2, 3), [&](HDC dc) {
-        DRAWITEMSTRUCT dis = draws[5];
-        dis.hDC = dc;
-        dis.itemState |= ODS_SELECTED;
-        dis.rcItem = {0, 0, w, h};
-        menu.DrawItem(dis);
-    });
-    EXPECT_EQ(Colours(disabledLit, {0, 0, w, h}), Colours(shown, disabled)) << "the disabled item highlighted";
-}
-
-// Theme 15 from the start; 9 to 14 change nothing; L, the lightened
-// highlight, is 179 + 3 (c / 10) per channel; grey is (77 R + 150 G + 29 B) / 256
-// (full red, green and blue show each weight and the rounding down).
-TEST(MenuThemes, NineToFourteenChangeNothingAndLightAndGreyFollowTheirRules)
-{
-    ACL_Menu menu;
-    const COLORREF h = GetSysColor(COLOR_HIGHLIGHT);
-    EXPECT_EQ(menu.colors().gradientEnd, RGB(0xA6, 0xC4, 0xF5)) << "theme 15 from the start";
-    EXPECT_EQ(menu.colors().selectionBackground, acl::LightenedHighlight(h));
-    menu.SetTheme(3);
-    const ACL_MenuColors three = menu.colors();
-    EXPECT_EQ(three.background, RGB(0xBC, 0x95, 0x65));
-    for (unsigned theme = 9; theme <= 14; ++theme) {
-        menu.SetTheme(theme);
-        EXPECT_EQ(menu.colors(), three) << "theme " << theme;
-    }
-    menu.SetTheme(17);
-    EXPECT_EQ(menu.colors().frameColor, h);
-    const std::tuple<COLORREF, COLORREF, COLORREF> colours[] = {
-        // colour, lightened, grey
-        {RGB(255, 0, 0), RGB(254, 179, 179), RGB(76, 76, 76)},
-        {RGB(0, 255, 0), RGB(179, 254, 179), RGB(149, 149, 149)},
-        {RGB(0, 0, 255), RGB(179, 179, 254), RGB(28, 28, 28)},
-        {RGB(49, 106, 197), RGB(191, 209, 236), RGB(99, 99, 99)},
-    };
-    for (const auto& [colour, lightened, grey] : colours) {
-        EXPECT_EQ(acl::LightenedHighlight(colour), lightened) << std::hex << colour;
-        EXPECT_EQ(acl::GreyOf(colour), grey) << std::hex << colour;
-    }
-}
-
-// Deleting a drop-down by position empties it position by position, so every
-// second item goes; a lent check bitmap stays, a given one goes with the menu.
-TEST(MenuOwnership, ADropDownDeletedByPositionLosesEverySecondItemAndALentCheckBitmapStays)
-{
-    const HBITMAP given = CreateBitmap(16, 16, 1, 32, nullptr), lent = CreateBitmap(16, 16, 1, 32, nullptr);
-    {
-        ACL_Menu menu;
-        const HMENU bar = CreateMenu(), drop = CreatePopupMenu();
-        for (const wchar_t* text : {L"a", L"b", L"c", L"d", L"e"})
-            AppendMenuW(drop, MF_STRING, text[0], text);
-        AppendMenuW(bar, MF_POPUP, reinterpret_cast<UINT_PTR>(drop), L"&Edit");
-        ASSERT_EQ(menu.AttachMenu(nullptr, bar, 0, 0, nullptr, 1), 0u);
-        EXPECT_EQ(menu.AppendItem(MF_STRING, 10, L"&Go"), 1);
-        EXPECT_EQ(menu.DeleteItem(0, MF_BYPOSITION), 1);
-        std::vector<std::wstring> left;
-        for (const auto& item : menu.items())
-            left.push_back(item->text);
-        EXPECT_EQ(left, (std::vector<std::wstring>{L"b", L"d", L"&Go"}));
-        EXPECT_EQ(menu.DeleteItem(10, MF_BYCOMMAND), 1);
-        EXPECT_EQ(menu.DeleteItem(10, MF_BYCOMMAND), 0) << "gone already";
-        EXPECT_EQ(GetMenuItemCount(bar), 0);
-
-        menu.SetCheckBitmap(lent, 0);
-        menu.SetCheckBitmap(ACL_Menu::kKeepCheckBitmap, 1);  // the flag decides for a kept bitmap too
-        menu.SetCheckBitmap(given, 0);
-    }
-    EXPECT_EQ(GetObjectType(given), 0u) << "a given check bitmap goes with the menu";
-    EXPECT_EQ(GetObjectType(lent), static_cast<DWORD>(OBJ_BITMAP)) << "a lent one stays";
-    DeleteObject(lent);
 }
 
 } // namespace

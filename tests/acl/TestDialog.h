@@ -34,15 +34,42 @@ public:
     TestDialog(const TestDialog&) = delete;
     TestDialog& operator=(const TestDialog&) = delete;
     ~TestDialog() { DestroyWindow(window_); }
-    // Shows the dialog at (x, y) on the screen, out of the pointer's way.
-    void Create(int x, int y);
+
+    // Shows the dialog at (x, y) on the screen, below the pointer if it is
+    // there: no real mouse message may reach the controls.
+    void Create(int x, int y)
+    {
+        CreateDialogParamW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(id_), nullptr, &Proc, LPARAM(this));
+        RECT r{};
+        GetWindowRect(window_, &r);
+        OffsetRect(&r, x - r.left, y - r.top);
+        POINT cursor{};
+        if (GetCursorPos(&cursor) && PtInRect(&r, cursor))
+            y = cursor.y + 20;
+        SetWindowPos(window_, HWND_TOPMOST, x, y, 0, 0, SWP_NOSIZE | SWP_SHOWWINDOW);
+    }
     HWND window() const { return window_; }
     HWND item(int id) const { return GetDlgItem(window_, id); }
 
     std::vector<std::pair<WPARAM, LPARAM>> commands;  // every WM_COMMAND received
 
 private:
-    static INT_PTR CALLBACK Proc(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+    static INT_PTR CALLBACK Proc(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
+    {
+        if (message == WM_INITDIALOG) {
+            SetWindowLongPtrW(window, DWLP_USER, lParam);
+            reinterpret_cast<TestDialog*>(lParam)->window_ = window;
+        }
+        auto* self = reinterpret_cast<TestDialog*>(GetWindowLongPtrW(window, DWLP_USER));
+        if (!self)
+            return FALSE;
+        if (message == WM_COMMAND)
+            self->commands.emplace_back(wParam, lParam);
+        INT_PTR result = TRUE;
+        if (self->handler_ && self->handler_(message, wParam, lParam, &result))
+            return result;
+        return message == WM_INITDIALOG || message == WM_COMMAND;
+    }
 
     Handler handler_;
     int id_;
