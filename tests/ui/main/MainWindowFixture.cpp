@@ -1,45 +1,33 @@
 #include "MainWindowFixture.h"
 
+#include "acl/Handles.h"
 #include "resource.h"
 
 #include <commctrl.h>
 
 #include <filesystem>
-#include <map>
 
 namespace krn::test {
 namespace {
 
-// The pixels of a bitmap, to recognise which resource an item shows.
-std::vector<uint32_t> BitmapBits(HBITMAP bitmap)
+// A bitmap's size and bits. The rows' pictures and the resources compared
+// with them are all loaded with LoadBitmap, so their bits share one format.
+std::string Bits(HBITMAP bitmap)
 {
     BITMAP info{};
     if (!bitmap || !GetObjectW(bitmap, sizeof info, &info))
-        return {};
-    BITMAPINFO format{};
-    format.bmiHeader.biSize = sizeof format.bmiHeader;
-    format.bmiHeader.biWidth = info.bmWidth;
-    format.bmiHeader.biHeight = -info.bmHeight;
-    format.bmiHeader.biPlanes = 1;
-    format.bmiHeader.biBitCount = 32;
-    std::vector<uint32_t> bits(static_cast<size_t>(info.bmWidth) * info.bmHeight + 2);
-    const HDC dc = GetDC(nullptr);
-    GetDIBits(dc, bitmap, 0, info.bmHeight, bits.data(), &format, DIB_RGB_COLORS);
-    ReleaseDC(nullptr, dc);
-    bits.back() = static_cast<uint32_t>(info.bmWidth);
-    return bits;
+        return "";
+    std::string bits(static_cast<size_t>(info.bmWidthBytes) * info.bmHeight, '\0');
+    GetBitmapBits(bitmap, static_cast<LONG>(bits.size()), bits.data());
+    return std::to_string(info.bmWidth) + "x" + std::to_string(info.bmHeight) + bits;
 }
 
 std::wstring BitmapName(HBITMAP bitmap)
 {
-    static const UINT ids[] = {IDB_FOLDER,         IDB_LOCAL_FOLDER,    IDB_DRIVE_ROOT,   IDB_NETWORK_FOLDER,
-                               IDB_REMOVABLE_DRIVE, IDB_ACTION_MESSAGE, IDB_ACTION_LOG, IDB_ACTION_RUN};
-    const std::vector<uint32_t> bits = BitmapBits(bitmap);
-    for (const UINT id : ids) {
-        const HBITMAP resource = LoadBitmapW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(id));
-        const bool same = !bits.empty() && BitmapBits(resource) == bits;
-        DeleteObject(resource);
-        if (same)
+    for (const UINT id : {IDB_FOLDER, IDB_LOCAL_FOLDER, IDB_DRIVE_ROOT, IDB_NETWORK_FOLDER, IDB_REMOVABLE_DRIVE,
+                          IDB_ACTION_MESSAGE, IDB_ACTION_LOG, IDB_ACTION_RUN}) {
+        const acl::unique_hbitmap resource(LoadBitmapW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(id)));
+        if (bitmap && Bits(resource.get()) == Bits(bitmap))
             return L"#" + std::to_wstring(id);
     }
     return L"#?";
@@ -55,6 +43,13 @@ std::string FolderXml(const std::string& path, const std::string& limits, const 
 std::string LimitXml(const char* name, const std::string& value, const char* units)
 {
     return std::string("<") + name + " Value=\"" + value + "\" Units=\"" + units + "\" Msg=\"\"/>";
+}
+
+void ExpectBox(const MessageBoxInfo& box, const wchar_t* text, const std::vector<int>& buttons, LPCWSTR icon)
+{
+    EXPECT_EQ(box.text, text);
+    EXPECT_EQ(box.buttons, buttons) << "buttons of " << testing::PrintToString(box.text);
+    EXPECT_EQ(box.icon, icon) << "icon of " << testing::PrintToString(box.text);
 }
 
 MainWindowTest::MainWindowTest()
@@ -104,8 +99,7 @@ std::wstring MainWindowTest::Cell(int row, int column) const
     std::wstring text;
     for (size_t i = 0; cell && i < cell->ItemCount(); ++i) {
         const acl::ListView_Item* item = cell->ItemAt(i);
-        if (!text.empty())
-            text += L"|";
+        text += i ? L"|" : L"";
         if (item->kind == acl::ListView_Item::kText)
             text += static_cast<const acl::ListView_Text*>(item)->Text();
         else if (item->kind == acl::ListView_Item::kBitmap)
@@ -124,18 +118,49 @@ std::vector<std::wstring> MainWindowTest::FolderNames() const
 
 void MainWindowTest::ClickColumn(int column) const
 {
-    NMLISTVIEW click{};
-    click.hdr.hwndFrom = item(IDC_FOLDER_LIST);
-    click.hdr.idFrom = IDC_FOLDER_LIST;
-    click.hdr.code = LVN_COLUMNCLICK;
-    click.iItem = -1;
-    click.iSubItem = column;
+    NMLISTVIEW click{{item(IDC_FOLDER_LIST), IDC_FOLDER_LIST, LVN_COLUMNCLICK}, -1, column};
     SendMessageW(window(), WM_NOTIFY, IDC_FOLDER_LIST, reinterpret_cast<LPARAM>(&click));
+}
+
+void MainWindowTest::DoubleClick(int row) const
+{
+    NMITEMACTIVATE click{{item(IDC_FOLDER_LIST), IDC_FOLDER_LIST, NM_DBLCLK}, row};
+    SendMessageW(window(), WM_NOTIFY, IDC_FOLDER_LIST, reinterpret_cast<LPARAM>(&click));
+}
+
+void MainWindowTest::Drop(const std::vector<std::wstring>& names) const
+{
+    SendMessageW(window(), WM_DROPFILES, reinterpret_cast<WPARAM>(MakeDrop(names)), 0);
 }
 
 void MainWindowTest::Command(int id) const
 {
     SendMessageW(window(), WM_COMMAND, MAKEWPARAM(id, BN_CLICKED), reinterpret_cast<LPARAM>(item(id)));
+}
+
+void MainWindowTest::DeleteRow(int row) const
+{
+    SelectRow(item(IDC_FOLDER_LIST), row);
+    Command(IDC_DELETE);
+}
+
+RECT MainWindowTest::ChildRect(int id) const
+{
+    RECT r{};
+    GetWindowRect(item(id), &r);
+    MapWindowPoints(nullptr, window(), reinterpret_cast<POINT*>(&r), 2);
+    return r;
+}
+
+std::vector<MessageBoxInfo> MainWindowTest::Answering(const std::vector<int>& answers, const std::function<void()>& act)
+{
+    std::vector<MessageBoxInfo> seen(answers.size());
+    DialogDriver driver;
+    for (size_t i = 0; i < answers.size(); ++i)
+        driver.AnswerMessageBox(kCaption, answers[i], &seen[i]);
+    act();
+    EXPECT_EQ(driver.Report(), "");
+    return seen;
 }
 
 } // namespace krn::test
