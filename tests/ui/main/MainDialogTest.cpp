@@ -38,10 +38,7 @@ int PostedQuitCode()
     return PeekMessageW(&msg, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE) ? static_cast<int>(msg.wParam) : -1;
 }
 
-bool Stored(const wchar_t* name)
-{
-    return ReadRegValue(krn::registry::kSettingsKey, name, nullptr, nullptr);
-}
+bool Stored(const wchar_t* name) { return ReadRegValue(krn::registry::kSettingsKey, name, nullptr, nullptr); }
 
 // A start without config.xml asks nothing and writes nothing. A file that does
 // not load asks; Cancel closes the window storing only the layout, OK starts
@@ -97,25 +94,20 @@ TEST_F(MainDialogTest, ApplyAndOkSaveExactlyWhileModified)
 // and with it the program, returns; each stores the placement.
 TEST_F(MainDialogTest, EachWayOfClosingBecomesTheQuitCodeAndStoresThePlacement)
 {
-    const struct {
-        const char* how;
-        UINT message;
-        WPARAM wParam;
-        int quitCode;
-    } ways[] = {
+    const std::tuple<const char*, UINT, WPARAM, int> ways[] = {
         {"OK", WM_COMMAND, IDOK, 1},
         {"Cancel", WM_COMMAND, IDCANCEL, 2},
         {"File, Exit", WM_COMMAND, krn::MainDialog::kCommandExit, 32776},
         {"close box", WM_CLOSE, 0, 2},
         {"Esc, through the loop's dialog filter", WM_KEYDOWN, VK_ESCAPE, 2},
     };
-    for (const auto& way : ways) {
-        SCOPED_TRACE(way.how);
+    for (const auto& [how, message, wParam, quitCode] : ways) {
+        SCOPED_TRACE(how);
         RegDeleteTreeW(HKEY_CURRENT_USER, krn::registry::kSettingsKey);
         ASSERT_TRUE(Open());
-        PostMessageW(window(), way.message, way.wParam, 0);
+        PostMessageW(window(), message, wParam, 0);
         const UINT_PTR backstop = SetTimer(nullptr, 0, 10000, [](HWND, UINT, UINT_PTR, DWORD) { PostQuitMessage(-1); });
-        EXPECT_EQ(loop.Run(), way.quitCode);
+        EXPECT_EQ(loop.Run(), quitCode);
         KillTimer(nullptr, backstop);
         EXPECT_TRUE(Stored(L"WDP"));
     }
@@ -194,10 +186,7 @@ TEST_F(MainDialogTest, ResizingMovesAndGrowsTheControlsByTheRuleAndMinimisingCha
     ASSERT_TRUE(Open());
     ShowWindow(window(), SW_SHOWNA);
     const int dx = 60, dy = 45;
-    const struct {
-        std::vector<LONG> change;  // of left, top, width, height
-        std::vector<int> ids;
-    } rules[] = {
+    const std::pair<std::vector<LONG>, std::vector<int>> rules[] = {  // the change of left, top, width, height
         {{dx, dy, 0, 0}, {IDOK, IDCANCEL, IDC_APPLY, IDC_ADD, IDC_EDIT, IDC_DELETE}},
         {{0, 0, 0, 0}, {IDC_HEADER_PICTURE, IDC_HEADER_TITLE, IDC_HEADER_TEXT}},
         {{0, 0, dx, 0}, {IDC_HEADER_LINE}},
@@ -206,8 +195,8 @@ TEST_F(MainDialogTest, ResizingMovesAndGrowsTheControlsByTheRuleAndMinimisingCha
         {{0, dy, 0, 0}, {IDC_STATUS_LABEL, IDC_STATUS_LINK}},
     };
     std::map<int, RECT> before;
-    for (const auto& rule : rules)
-        for (int id : rule.ids)
+    for (const auto& [change, ids] : rules)
+        for (int id : ids)
             before[id] = ChildRect(id);
     RECT frame{};
     GetWindowRect(window(), &frame);
@@ -215,12 +204,12 @@ TEST_F(MainDialogTest, ResizingMovesAndGrowsTheControlsByTheRuleAndMinimisingCha
                  SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
     ShowWindow(window(), SW_MINIMIZE);
     ShowWindow(window(), SW_RESTORE);
-    for (const auto& rule : rules) {
-        for (int id : rule.ids) {
+    for (const auto& [change, ids] : rules) {
+        for (int id : ids) {
             const RECT was = before[id], is = ChildRect(id);
             EXPECT_EQ(std::vector<LONG>({is.left - was.left, is.top - was.top, is.right - was.right - is.left + was.left,
                                          is.bottom - was.bottom - is.top + was.top}),
-                      rule.change)
+                      change)
                 << "control " << id;
         }
     }
@@ -237,39 +226,36 @@ TEST_F(MainDialogTest, DoubleClickDropAndAddOpenTheFolderDialogAndOnlyAChangeMar
     WriteFileBytes(file, "x");
     WriteConfig(FolderXml("C:\\first") + FolderXml(Narrow(data), LimitXml("Max", "1", "GB")));
     ASSERT_TRUE(Open());
-    const struct {
-        const char* how;
-        std::function<void()> open;
-        const wchar_t* shown;  // null: no dialog
-        std::function<void(HWND)> answer = [](HWND dialog) { DialogDriver::Click(dialog, IDCANCEL); };
-    } openings[] = {
-        {"click below the rows", [&] { DoubleClick(-1); }, nullptr},
-        {"drop of a file first", [&] { Drop({file, data}); }, nullptr},
-        {"drop of a folder first", [&] { Drop({data, file}); }, data.c_str()},
-        {"Add", [&] { Command(IDC_ADD); }, L""},
-        {"double-click, OK without a change", [&] { DoubleClick(1); }, data.c_str(),
-         [](HWND dialog) { DialogDriver::Click(dialog, IDOK); }},
+    const auto press = [](int id) { return [id](HWND dialog) { DialogDriver::Click(dialog, id); }; };
+    // How the dialog is opened, the path it shows (null: no dialog) and the answer.
+    const std::tuple<const char*, std::function<void()>, const wchar_t*, DialogDriver::Action> openings[] = {
+        {"click below the rows", [&] { DoubleClick(-1); }, nullptr, nullptr},
+        {"drop of a file first", [&] { Drop({file, data}); }, nullptr, nullptr},
+        {"drop of a folder first", [&] { Drop({data, file}); }, data.c_str(), press(IDCANCEL)},
+        {"Add", [&] { Command(IDC_ADD); }, L"", press(IDCANCEL)},
+        {"double-click, OK without a change", [&] { DoubleClick(1); }, data.c_str(), press(IDOK)},
         {"double-click, a change", [&] { DoubleClick(1); }, data.c_str(),
          [](HWND dialog) {
              SetDlgItemTextW(dialog, IDC_MAX_VALUE, L"2.5");
              DialogDriver::Click(dialog, IDOK);
          }},
     };
-    for (const auto& o : openings) {
-        SCOPED_TRACE(o.how);
+    for (const auto& [how, open, path, answer] : openings) {
+        SCOPED_TRACE(how);
+        EXPECT_FALSE(ApplyEnabled()) << "modified before";
         std::wstring shown = L"<none>";
-        DialogDriver driver(o.shown ? 10000 : 1500);
-        if (o.shown)
+        DialogDriver driver(path ? 10000 : 1500);
+        if (path)
             driver.Expect(kFolderDialog, [&](HWND dialog) {
                 shown = WindowText(GetDlgItem(dialog, IDC_FOLDER_PATH));
-                o.answer(dialog);
+                answer(dialog);
             });
-        o.open();
+        open();
         EXPECT_EQ(driver.Report(), "");
-        EXPECT_EQ(shown, o.shown ? o.shown : L"<none>");
+        EXPECT_EQ(shown, path ? path : L"<none>");
         EXPECT_EQ(folders().RowCount(), 2);
-        EXPECT_EQ(ApplyEnabled(), &o == std::end(openings) - 1);
     }
+    EXPECT_TRUE(ApplyEnabled());
     EXPECT_EQ(Cell(1, krn::kColumnMax), L"2.50 GB");
 }
 

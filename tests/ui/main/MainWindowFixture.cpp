@@ -1,9 +1,6 @@
 #include "MainWindowFixture.h"
 
 #include "acl/Handles.h"
-#include "resource.h"
-
-#include <commctrl.h>
 
 #include <filesystem>
 
@@ -35,16 +32,6 @@ std::wstring BitmapName(HBITMAP bitmap)
 
 } // namespace
 
-std::string FolderXml(const std::string& path, const std::string& limits, const std::string& actions)
-{
-    return "<Folder Path=\"" + path + "\">" + limits + "<Actions>" + actions + "</Actions></Folder>";
-}
-
-std::string LimitXml(const char* name, const std::string& value, const char* units)
-{
-    return std::string("<") + name + " Value=\"" + value + "\" Units=\"" + units + "\" Msg=\"\"/>";
-}
-
 void ExpectBox(const MessageBoxInfo& box, const wchar_t* text, const std::vector<int>& buttons, LPCWSTR icon)
 {
     EXPECT_EQ(box.text, text);
@@ -52,9 +39,15 @@ void ExpectBox(const MessageBoxInfo& box, const wchar_t* text, const std::vector
     EXPECT_EQ(box.icon, icon) << "icon of " << testing::PrintToString(box.text);
 }
 
-MainWindowTest::MainWindowTest()
+std::vector<MessageBoxInfo> Answering(const std::vector<int>& answers, const std::function<void()>& act)
 {
-    Module().AddMessageLoop(&loop);
+    std::vector<MessageBoxInfo> seen(answers.size());
+    DialogDriver driver;
+    for (size_t i = 0; i < answers.size(); ++i)
+        driver.AnswerMessageBox(kCaption, answers[i], &seen[i]);
+    act();
+    EXPECT_EQ(driver.Report(), "");
+    return seen;
 }
 
 MainWindowTest::~MainWindowTest()
@@ -68,11 +61,6 @@ MainWindowTest::~MainWindowTest()
     }
 }
 
-std::wstring MainWindowTest::ConfigPath() const
-{
-    return scratch.appData() + L"\\Norlath\\Kestrune\\config.xml";
-}
-
 void MainWindowTest::WriteConfig(const std::string& folders) const
 {
     WriteConfigBytes("<?xml version=\"1.0\" encoding=\"utf-8\"?><Configuration><Settings><ConfigVersion "
@@ -84,12 +72,6 @@ void MainWindowTest::WriteConfigBytes(const std::string& bytes) const
 {
     std::filesystem::create_directories(std::filesystem::path(ConfigPath()).parent_path());
     WriteFileBytes(ConfigPath(), bytes);
-}
-
-HWND MainWindowTest::Open()
-{
-    dialog_ = std::make_unique<MainDialog>();
-    return dialog_->Create(nullptr);
 }
 
 std::wstring MainWindowTest::Cell(int row, int column) const
@@ -116,51 +98,12 @@ std::vector<std::wstring> MainWindowTest::FolderNames() const
     return names;
 }
 
-void MainWindowTest::ClickColumn(int column) const
-{
-    NMLISTVIEW click{{item(IDC_FOLDER_LIST), IDC_FOLDER_LIST, LVN_COLUMNCLICK}, -1, column};
-    SendMessageW(window(), WM_NOTIFY, IDC_FOLDER_LIST, reinterpret_cast<LPARAM>(&click));
-}
-
-void MainWindowTest::DoubleClick(int row) const
-{
-    NMITEMACTIVATE click{{item(IDC_FOLDER_LIST), IDC_FOLDER_LIST, NM_DBLCLK}, row};
-    SendMessageW(window(), WM_NOTIFY, IDC_FOLDER_LIST, reinterpret_cast<LPARAM>(&click));
-}
-
-void MainWindowTest::Drop(const std::vector<std::wstring>& names) const
-{
-    SendMessageW(window(), WM_DROPFILES, reinterpret_cast<WPARAM>(MakeDrop(names)), 0);
-}
-
-void MainWindowTest::Command(int id) const
-{
-    SendMessageW(window(), WM_COMMAND, MAKEWPARAM(id, BN_CLICKED), reinterpret_cast<LPARAM>(item(id)));
-}
-
-void MainWindowTest::DeleteRow(int row) const
-{
-    SelectRow(item(IDC_FOLDER_LIST), row);
-    Command(IDC_DELETE);
-}
-
 RECT MainWindowTest::ChildRect(int id) const
 {
     RECT r{};
     GetWindowRect(item(id), &r);
     MapWindowPoints(nullptr, window(), reinterpret_cast<POINT*>(&r), 2);
     return r;
-}
-
-std::vector<MessageBoxInfo> MainWindowTest::Answering(const std::vector<int>& answers, const std::function<void()>& act)
-{
-    std::vector<MessageBoxInfo> seen(answers.size());
-    DialogDriver driver;
-    for (size_t i = 0; i < answers.size(); ++i)
-        driver.AnswerMessageBox(kCaption, answers[i], &seen[i]);
-    act();
-    EXPECT_EQ(driver.Report(), "");
-    return seen;
 }
 
 } // namespace krn::test

@@ -1,23 +1,26 @@
-// The status line of the real main window against the real watcher: its
-// state read from the presence mutex, the switch off and on with the question,
-// the wait after a switch, and Apply, which has a running watcher read
-// config.xml again and never starts one.
+// The status line and the Size column of the real main window against the real
+// watcher and size engine: the watcher's state read from its presence mutex,
+// the switch off and on with its question and its wait; Apply, which has a
+// running watcher read config.xml again and never starts one; the engine's
+// totals, with no engine registered and with a folder on storage that takes
+// seconds to answer.
 #include "MainWindowFixture.h"
 
+#include "../../app/ChildProcess.h"
 #include "Kestrune.h"
 #include "base/Com.h"
 #include "base/Handles.h"
 #include "idl/PresenceMutex.h"
 #include "resource.h"
+#include "support/SlowStorage.h"
+
+#include <algorithm>
 
 namespace {
 
 using namespace krn::test;
 using krn::MonitorControl;
 
-constexpr wchar_t kDisableQuestion[] =
-    L"Are you sure you want to disable Kestrune™?\nDisabled program will not alert you if a folder size exceeds "
-    L"specified limits.";
 constexpr wchar_t kShellFolders[] = L"Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders";
 
 bool WatcherRunning()
@@ -71,16 +74,13 @@ protected:
     }
 
     std::wstring Status() const { return WindowText(item(IDC_STATUS_LINK)); }
+    std::wstring SizeCell(int row) const { return Cell(row, krn::kColumnSize); }
     void ClickStatus() const { SendMessageW(window(), WM_COMMAND, IDC_STATUS_LINK, LPARAM(item(IDC_STATUS_LINK))); }
-    // Refreshes as the timer does until the status shows `text`.
-    bool RefreshUntil(const wchar_t* text) const
+    void Refresh() const { SendMessageW(window(), WM_TIMER, MonitorControl::kRefreshTimer, 0); }
+    // Refreshes as the timer does until `done`.
+    bool RefreshUntil(const std::function<bool()>& done) const
     {
-        return PumpUntil(
-            [&] {
-                SendMessageW(window(), WM_TIMER, MonitorControl::kRefreshTimer, 0);
-                return Status() == text;
-            },
-            10000);
+        return PumpUntil([&] { return Refresh(), done(); }, 10000);
     }
     const MonitorControl& monitor() { return dialog().monitor(); }
     // Whether the link, as it is on screen, shows any pixel of `color`.
@@ -88,39 +88,36 @@ protected:
     {
         RedrawWindow(item(IDC_STATUS_LINK), nullptr, nullptr, RDW_INVALIDATE | RDW_UPDATENOW);
         const Pixels pixels = CaptureScreen(item(IDC_STATUS_LINK));
-        for (int y = 0; y < pixels.height(); ++y)
-            for (int x = 0; x < pixels.width(); ++x)
-                if (pixels.at(x, y) == color)
-                    return true;
-        return false;
+        int i = 0;
+        while (i < pixels.width() * pixels.height() && pixels.at(i % pixels.width(), i / pixels.width()) != color)
+            ++i;
+        return i < pixels.width() * pixels.height();
     }
-    // Clicks the status link and answers the question about disabling.
+    // Clicks the status link and expects the question about disabling.
     void AnswerDisable(int answer) const
     {
-        MessageBoxInfo asked;
-        DialogDriver driver;
-        driver.AnswerMessageBox(kCaption, answer, &asked);
-        ClickStatus();
-        EXPECT_EQ(driver.Report(), "");
-        EXPECT_EQ(asked.text, kDisableQuestion);
-        EXPECT_EQ(asked.buttons, (std::vector<int>{IDYES, IDNO}));
-        EXPECT_EQ(asked.icon, IDI_QUESTION);
+        ExpectBox(Answering({answer}, [&] { ClickStatus(); }).at(0),
+                  L"Are you sure you want to disable Kestrune™?\nDisabled program will not alert you if a folder "
+                  L"size exceeds specified limits.",
+                  {IDYES, IDNO}, IDI_QUESTION);
     }
 
+    TempFolder counted;
     bool hadAppData_ = false;
     DWORD appDataType_ = 0;
     std::string appData_;
 };
 
+// On: a click starts the watcher without a question; the link waits, greyed,
+// until a refresh sees it running, or until the minute's timer lets it take
+// clicks again while it still says "Please wait ...". Off: the question; No
+// changes nothing, Yes disables.
 TEST_F(MonitorControlTest, SwitchingOnAndOffWaitsForTheWatcherAndAsksBeforeDisabling)
 {
     ASSERT_TRUE(Open());
     ShowWindow(window(), SW_SHOWNA);
     EXPECT_EQ(Status(), L"Inactive") << "the first refresh runs at once";
-    EXPECT_EQ(monitor().watcherState(), MonitorControl::kInactive);
     EXPECT_TRUE(LinkShows(RGB(0x64, 0x00, 0x00))) << "dark red";
-
-    // On: creating the control object starts the watcher, without a question.
     ClickStatus();
     EXPECT_EQ(Status(), L"Please wait ...");
     EXPECT_TRUE(monitor().toggleBusy());
@@ -131,33 +128,23 @@ TEST_F(MonitorControlTest, SwitchingOnAndOffWaitsForTheWatcherAndAsksBeforeDisab
         ClickStatus();
         EXPECT_EQ(nothing.Report(), "") << "a click while busy asks nothing";
     }
-    ASSERT_TRUE(RefreshUntil(L"Active"));
-    EXPECT_FALSE(monitor().toggleBusy());
-    EXPECT_TRUE(LinkShows(RGB(0x00, 0x64, 0x00))) << "dark green";
-
-    // Off: the question; No changes nothing, Yes disables.
-    AnswerDisable(IDNO);
-    EXPECT_EQ(Status(), L"Active");
-    AnswerDisable(IDYES);
-    EXPECT_EQ(Status(), L"Please wait ...");
-    ASSERT_TRUE(RefreshUntil(L"Inactive"));
-    EXPECT_FALSE(WatcherRunning());
-    EXPECT_EQ(monitor().watcherState(), MonitorControl::kInactive);
-}
-
-// The minute's timer ends the wait without changing the text: the link takes
-// clicks again while it still says "Please wait ...".
-TEST_F(MonitorControlTest, TheSwitchTimerAcceptsClicksAgainAndKeepsTheText)
-{
-    ASSERT_TRUE(Open());
-    ClickStatus();
-    ASSERT_TRUE(monitor().toggleBusy());
     SendMessageW(window(), WM_TIMER, MonitorControl::kSwitchTimer, 0);
     EXPECT_FALSE(monitor().toggleBusy());
     EXPECT_EQ(Status(), L"Please wait ...");
     EXPECT_EQ(monitor().watcherState(), MonitorControl::kInactive) << "not seen by a refresh yet";
-    AnswerDisable(IDNO);  // the running watcher is asked about
-    ASSERT_TRUE(RefreshUntil(L"Active"));
+    AnswerDisable(IDNO);
+    ASSERT_TRUE(RefreshUntil([&] { return Status() == L"Active"; }));
+    EXPECT_TRUE(LinkShows(RGB(0x00, 0x64, 0x00))) << "dark green";
+
+    AnswerDisable(IDNO);
+    EXPECT_EQ(Status(), L"Active");
+    AnswerDisable(IDYES);
+    EXPECT_EQ(Status(), L"Please wait ...");
+    EXPECT_TRUE(monitor().toggleBusy());
+    ASSERT_TRUE(RefreshUntil([&] { return Status() == L"Inactive"; }));
+    EXPECT_FALSE(WatcherRunning());
+    EXPECT_FALSE(monitor().toggleBusy());
+    EXPECT_EQ(monitor().watcherState(), MonitorControl::kInactive);
 }
 
 TEST_F(MonitorControlTest, ApplyMakesARunningWatcherReadTheFileAgainAndStartsNone)
@@ -168,7 +155,6 @@ TEST_F(MonitorControlTest, ApplyMakesARunningWatcherReadTheFileAgainAndStartsNon
     Command(IDC_APPLY);
     EXPECT_FALSE(ApplyEnabled()) << "saved";
     EXPECT_FALSE(WatcherRunning()) << "Apply started a watcher";
-
     const auto watcher = Watcher();
     ASSERT_TRUE(watcher);
     LONG state = -1;
@@ -178,6 +164,49 @@ TEST_F(MonitorControlTest, ApplyMakesARunningWatcherReadTheFileAgainAndStartsNon
     Command(IDC_APPLY);
     EXPECT_EQ(watcher->GetState(&state), S_OK);
     EXPECT_EQ(state, KRN_WATCHER_IDLE) << "the watcher did not read the file Apply saved";
+}
+
+// Each refresh asks the engine anew: an engine unregistered meanwhile gives
+// no size and no error, and one registered again counts at the next refresh.
+TEST_F(MonitorControlTest, WithoutARegisteredEngineEverySizeReadsZeroUntilItIsRegisteredAgain)
+{
+    WriteFileBytes(counted / L"a.bin", std::string(5000, 'k'));
+    WriteConfig(FolderXml(Narrow(counted.path())) + FolderXml("C:\\windows"));
+    {
+        ServerUnregistered unregistered(WindowsPath(KRN_SIZE_ENGINE_EXE));
+        ASSERT_TRUE(Open());
+        // Long enough for the engine to have counted the folder, were it there.
+        for (int i = 0; i < 5; ++i) {
+            Refresh();
+            PumpFor(200);
+        }
+        EXPECT_EQ(SizeCell(0), L"0 B");
+        EXPECT_EQ(SizeCell(1), L"0 B");
+        EXPECT_EQ(Status(), L"Inactive") << "the watcher's state is still shown";
+        EXPECT_FALSE(ApplyEnabled()) << "a refresh never marks the list modified";
+    }
+    EXPECT_TRUE(RefreshUntil([&] { return SizeCell(0) == L"4.88 KB"; })) << "5,000 bytes: " << SizeCell(0);
+}
+
+TEST_F(MonitorControlTest, AFolderOnSlowStorageHoldsNeitherTheWindowNorTheOtherFolders)
+{
+    SlowStorage storage;
+    KRN_REQUIRE_SLOW_STORAGE(storage);
+    WriteFileBytes(counted / L"a.bin", std::string(3000, 'k'));
+    WriteConfig(FolderXml(Narrow(storage.slow())) + FolderXml(Narrow(counted.path())));
+    ASSERT_TRUE(Open());
+    ULONGLONG longest = 0;
+    const bool counted3000 = PumpUntil(
+        [&] {
+            const ULONGLONG start = GetTickCount64();
+            Refresh();
+            longest = std::max(longest, GetTickCount64() - start);
+            return SizeCell(1) == L"2.93 KB";
+        },
+        10000);
+    EXPECT_TRUE(counted3000) << "the other folder's 3,000 bytes: " << SizeCell(1);
+    EXPECT_EQ(SizeCell(0), L"0 B") << "the slow folder is still being opened";
+    EXPECT_LT(longest, 2000u) << "the longest refresh, in ms: the window was held";
 }
 
 } // namespace
