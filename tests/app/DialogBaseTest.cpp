@@ -49,23 +49,9 @@ protected:
     }
 };
 
-TEST(DialogBase, ModelessObjectGetsEveryMessageFromTheFirstToTheLast)
-{
-    HWND window = nullptr;
-    {
-        RecordingDialog dialog;
-        window = dialog.CreateModeless(kTemplate, nullptr);
-        ASSERT_TRUE(window);
-        EXPECT_EQ(dialog.windowAtInit, window);
-        EXPECT_EQ(dialog.messages.at(0), static_cast<UINT>(WM_SETFONT)) << "the font comes before WM_INITDIALOG";
-        EXPECT_EQ(SendMessageW(window, kAnswer, 0, 0), 0x12345);
-        EXPECT_EQ(SendMessageW(window, WM_CTLCOLORDLG, 0, reinterpret_cast<LPARAM>(window)),
-                  reinterpret_cast<LRESULT>(dialog.brush));
-    }
-    EXPECT_FALSE(IsWindow(window)) << "the object takes its window with it";
-}
-
-TEST(DialogBase, ModalObjectIsBoundAndAFailedCreationLeavesNoBindingBehind)
+// Modeless or modal, an object is bound before its window's first message and
+// up to the last; a creation that fails leaves no binding for the next one.
+TEST(DialogBase, ObjectGetsEveryMessageFromTheFirstToTheLastModelessOrModal)
 {
     RecordingDialog missing;
     EXPECT_EQ(missing.CreateModeless(9999, nullptr), nullptr);
@@ -73,13 +59,26 @@ TEST(DialogBase, ModalObjectIsBoundAndAFailedCreationLeavesNoBindingBehind)
     EXPECT_EQ(krn::Module().TakeBinding(), nullptr);
     EXPECT_TRUE(missing.messages.empty());
 
-    RecordingDialog dialog;
-    dialog.endAtInit = true;
-    EXPECT_EQ(dialog.RunModal(kTemplate, nullptr), 42);
-    EXPECT_TRUE(dialog.windowAtInit);
-    EXPECT_EQ(dialog.window(), nullptr);
-    EXPECT_EQ(dialog.messages.front(), static_cast<UINT>(WM_SETFONT));
-    EXPECT_EQ(dialog.messages.back(), static_cast<UINT>(WM_NCDESTROY));
+    HWND window = nullptr;
+    {
+        RecordingDialog modeless;
+        window = modeless.CreateModeless(kTemplate, nullptr);
+        ASSERT_TRUE(window);
+        EXPECT_EQ(modeless.windowAtInit, window);
+        EXPECT_EQ(modeless.messages.at(0), static_cast<UINT>(WM_SETFONT)) << "the font comes before WM_INITDIALOG";
+        EXPECT_EQ(SendMessageW(window, kAnswer, 0, 0), 0x12345);
+        EXPECT_EQ(SendMessageW(window, WM_CTLCOLORDLG, 0, reinterpret_cast<LPARAM>(window)),
+                  reinterpret_cast<LRESULT>(modeless.brush));
+    }
+    EXPECT_FALSE(IsWindow(window)) << "the object takes its window with it";
+
+    RecordingDialog modal;
+    modal.endAtInit = true;
+    EXPECT_EQ(modal.RunModal(kTemplate, nullptr), 42);
+    EXPECT_TRUE(modal.windowAtInit);
+    EXPECT_EQ(modal.window(), nullptr);
+    EXPECT_EQ(modal.messages.front(), static_cast<UINT>(WM_SETFONT));
+    EXPECT_EQ(modal.messages.back(), static_cast<UINT>(WM_NCDESTROY));
 }
 
 TEST(DialogBase, ObjectThatNeverDestroysItsWindowLeavesNoFilterInTheLoop)

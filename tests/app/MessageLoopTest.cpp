@@ -28,11 +28,6 @@ struct Recorder : krn::MessageFilter, krn::IdleHandler {
     std::vector<int> counts;
 };
 
-void Post(UINT message, WPARAM wParam = 0)
-{
-    PostThreadMessageW(GetCurrentThreadId(), message, wParam, 0);
-}
-
 // Pointer movement, painting and the system timer do not re-arm idling; any
 // other message does, with the count back at 0. The first idle call posts the
 // message under test and starts a timer: a re-arming message is followed by
@@ -49,12 +44,12 @@ TEST(MessageLoop, OnlyActivityOtherThanMovesPaintAndSystemTimerRearmsIdling)
         Recorder recorder(
             [&](int) {
                 if (!timer) {
-                    Post(message);
+                    PostThreadMessageW(GetCurrentThreadId(), message, 0, 0);
                     timer = SetTimer(nullptr, 0, 150, nullptr);
                 } else if (!idleAfter) {
                     idleAfter = recorder.seen.back();
                     KillTimer(nullptr, timer);
-                    Post(WM_QUIT, 5);
+                    PostThreadMessageW(GetCurrentThreadId(), WM_QUIT, 5, 0);
                 }
                 return false;
             },
@@ -72,7 +67,7 @@ TEST(MessageLoop, IdlingGoesOnWhileAnyHandlerAsksForMore)
     krn::MessageLoop loop;
     Recorder first([](int count) {
         if (count == 4)
-            Post(WM_QUIT, 7);
+            PostThreadMessageW(GetCurrentThreadId(), WM_QUIT, 7, 0);
         return count < 2;
     });
     Recorder second([](int count) { return count < 4; });
