@@ -18,19 +18,13 @@ namespace krn::test {
 namespace {
 
 constexpr wchar_t kCaption[] = L"Run ...";
-const std::wstring kProgram = [] {
-    wchar_t path[MAX_PATH] = {};
-    return std::wstring(path, GetModuleFileNameW(nullptr, path, MAX_PATH));
-}();
 
-std::wstring Text(HWND dialog, int id) { return WindowText(GetDlgItem(dialog, id)); }
 HICON ShownIcon(HWND run) { return reinterpret_cast<HICON>(SendDlgItemMessageW(run, IDC_RUN_ICON, STM_GETICON, 0, 0)); }
 
 class RunDialogTest : public ScratchTest {
 protected:
     RunDialogTest() { kind.CloneParams(&slot.params, &original); }
-    // Runs EditParams while `driver` answers the dialogs; the driver's report
-    // is part of the result.
+    // Runs EditParams while `driver` answers the dialogs and reports nothing amiss.
     HRESULT Edit(bool isNew = false)
     {
         const HRESULT hr = kind.EditParams(nullptr, isNew, slot);
@@ -38,83 +32,98 @@ protected:
         return hr;
     }
     RunParams& Block() { return *static_cast<RunParams*>(slot.params); }
+    // The items of the block's list cell: an icon as "<icon WIDTH>", a text as itself.
+    std::wstring Cell()
+    {
+        acl::ListView_Cell cell(nullptr);
+        EXPECT_EQ(kind.FillParamsCell(&cell, slot.params), S_OK);
+        std::wstring items;
+        for (size_t i = 0; i < cell.ItemCount(); ++i)
+            items += cell.ItemAt(i)->kind == acl::ListView_Item::kIcon
+                         ? L"<icon " + std::to_wstring(static_cast<acl::ListView_Icon*>(cell.ItemAt(i))->Info().bmWidth) + L">"
+                         : static_cast<acl::ListView_Text*>(cell.ItemAt(i))->Text();
+        return items;
+    }
 
+    const std::wstring program = [] {
+        wchar_t path[MAX_PATH] = {};
+        return std::wstring(path, GetModuleFileNameW(nullptr, path, MAX_PATH));
+    }();
     RunAction kind{GetModuleHandleW(nullptr)};
-    const RunParams original{kProgram, L"-q"};
+    const RunParams original{program, L"-q"};
     ActionSlot slot{nullptr, &kind};
     TempFolder files;
     DialogDriver driver;
 };
 
 // A block as the dialog and the list cell show it: the path, and the icon of
-// a file that exists as written (in the cell, the small icon before the path).
+// a file that exists as written (in the cell, the small one before the path).
 // OK then stores what was typed exactly; typing leaves the icon alone.
 TEST_F(RunDialogTest, BlockShowsInTheDialogAndTheCellAndOkStoresWhatWasTyped)
 {
-    const std::wstring text = files / L"notes.txt";
+    const std::wstring text = files / L"notes.txt", icon = L"<icon " + std::to_wstring(GetSystemMetrics(SM_CXSMICON)) + L">";
     WriteFileBytes(text, "no icon here");
-    const struct {
-        OptionalText path, params;
-        bool icon;
-        std::wstring typedPath, typedParams;
-    } cases[] = {
-        {kProgram, L"/x \"a b\"", true, L"\"C:\\Program Files\\Tool\\tool.exe\"", L"\"%currentdir%\""},
-        {L"\"" + kProgram + L"\"", L"", false, L"%currentdir%\\clean.cmd", L"%TEMP% /q"},
-        {L"%currentdir%\\tool.exe", std::nullopt, false, L"%SystemRoot%\\notepad.exe", L""},
-        {text, L"%TEMP%", false, L"", L""},
-        {std::nullopt, std::nullopt, false, L"a.exe", L"-b"},
+    // The block, the icon before its path in the cell, and what is typed.
+    const std::tuple<OptionalText, OptionalText, std::wstring, std::wstring, std::wstring> cases[] = {
+        {program, L"/x \"a b\"", icon, L"\"C:\\Program Files\\Tool\\tool.exe\"", L"\"%currentdir%\""},
+        {L"\"" + program + L"\"", L"", L"", L"%currentdir%\\clean.cmd", L"%TEMP% /q"},
+        {L"%currentdir%\\tool.exe", std::nullopt, L"", L"%SystemRoot%\\notepad.exe", L""},
+        {text, L"%TEMP%", L"", L"", L""},
+        {std::nullopt, std::nullopt, L"", L"a.exe", L"-b"},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(testing::PrintToString(c.path.value_or(L"(none)")));
-        Block() = RunParams{c.path, c.params};
-        acl::ListView_Cell cell(nullptr);
-        EXPECT_EQ(kind.FillParamsCell(&cell, slot.params), S_OK);
-        ASSERT_EQ(cell.ItemCount(), size_t{c.icon} + size_t{c.path.has_value()});
-        if (c.icon) {
-            ASSERT_EQ(cell.ItemAt(0)->kind, acl::ListView_Item::kIcon);
-            EXPECT_EQ(static_cast<acl::ListView_Icon*>(cell.ItemAt(0))->Info().bmWidth, GetSystemMetrics(SM_CXSMICON));
-        }
-        if (c.path) {
-            ASSERT_EQ(cell.ItemAt(cell.ItemCount() - 1)->kind, acl::ListView_Item::kText);
-            EXPECT_EQ(static_cast<acl::ListView_Text*>(cell.ItemAt(cell.ItemCount() - 1))->Text(), *c.path);
-        }
+    for (const auto& [path, params, cellIcon, typedPath, typedParams] : cases) {
+        SCOPED_TRACE(testing::PrintToString(path.value_or(L"(none)")));
+        Block() = RunParams{path, params};
+        EXPECT_EQ(Cell(), cellIcon + path.value_or(L""));
         driver.Expect(kCaption, [&](HWND dialog) {
-            EXPECT_EQ(Text(dialog, IDC_RUN_PATH), c.path.value_or(L""));
-            EXPECT_EQ(Text(dialog, IDC_RUN_PARAMS), c.params.value_or(L""));
-            const HICON icon = ShownIcon(dialog);
-            EXPECT_EQ(icon != nullptr, c.icon);
-            SetDlgItemTextW(dialog, IDC_RUN_PATH, c.typedPath.c_str());
-            SetDlgItemTextW(dialog, IDC_RUN_PARAMS, c.typedParams.c_str());
-            EXPECT_EQ(ShownIcon(dialog), icon) << "typing keeps the icon";
+            EXPECT_EQ(WindowText(GetDlgItem(dialog, IDC_RUN_PATH)), path.value_or(L""));
+            EXPECT_EQ(WindowText(GetDlgItem(dialog, IDC_RUN_PARAMS)), params.value_or(L""));
+            const HICON shown = ShownIcon(dialog);
+            EXPECT_EQ(shown != nullptr, !cellIcon.empty());
+            SetDlgItemTextW(dialog, IDC_RUN_PATH, typedPath.c_str());
+            SetDlgItemTextW(dialog, IDC_RUN_PARAMS, typedParams.c_str());
+            EXPECT_EQ(ShownIcon(dialog), shown) << "typing keeps the icon";
             DialogDriver::Click(dialog, IDOK);
         });
         EXPECT_EQ(Edit(), S_OK);
-        EXPECT_EQ(Block().path, OptionalText(c.typedPath));
-        EXPECT_EQ(Block().params, OptionalText(c.typedParams));
+        EXPECT_EQ(Block().path, OptionalText(typedPath));
+        EXPECT_EQ(Block().params, OptionalText(typedParams));
     }
-    acl::ListView_Cell cell(nullptr);
-    EXPECT_EQ(kind.FillParamsCell(&cell, nullptr), S_OK);
-    EXPECT_EQ(cell.ItemCount(), 0u);
+    slot.FreeParams();
+    EXPECT_EQ(Cell(), L"") << "no block";
     EXPECT_EQ(kind.FillParamsCell(nullptr, &original), E_ABORT);
 }
 
 // A new action never overwrites a block; every way out but OK keeps an old
-// block as it was and drops a new one, and the icon shown goes with the dialog.
-TEST_F(RunDialogTest, CancelKeepsAnOldBlockAndDropsANewOne)
+// block as it was and drops a new one, and the icon shown goes with the
+// dialog. On the way out through Cancel, the help link opens the run page of
+// the help file beside the program, owned by the dialog; the dialog is on the
+// body colour, labels included, and the edit boxes keep the system's colours.
+TEST_F(RunDialogTest, CancelKeepsAnOldBlockAndDropsANewOneAndHelpOpensTheRunPageOnTheBodyColour)
 {
     EXPECT_EQ(kind.EditParams(nullptr, true, slot), E_INVALIDARG);
-    EXPECT_EQ(kind.CompareParams(slot.params, &original), 0);
-    const struct {
-        const char* how;
-        void (*leave)(HWND);
-    } ways[] = {
+    Pixels pixels;
+    RECT label{7, 7, 265, 15}, params{7, 46, 265, 60};  // in dialog units
+    const std::pair<const char*, std::function<void(HWND)>> ways[] = {
         {"Cancel", [](HWND dialog) { DialogDriver::Click(dialog, IDCANCEL); }},
         {"Esc", [](HWND dialog) { PostMessageW(GetDlgItem(dialog, IDC_RUN_PATH), WM_KEYDOWN, VK_ESCAPE, 0); }},
         {"close box", [](HWND dialog) { PostMessageW(dialog, WM_SYSCOMMAND, SC_CLOSE, 0); }},
+        {"help, then Cancel", [&](HWND dialog) {
+             if (pixels.empty()) {  // once: the rectangles are mapped in place
+                 pixels = CaptureScreen(dialog);
+                 MapDialogRect(dialog, &label);
+                 MapDialogRect(dialog, &params);
+             }
+             SendDlgItemMessageW(dialog, IDC_RUN_HELP_LINK, WM_LBUTTONUP, 0, MAKELPARAM(2, 2));
+             const HWND viewer = FindWindowW(L"HH Parent", nullptr);
+             EXPECT_EQ(viewer ? GetWindow(viewer, GW_OWNER) : nullptr, dialog) << "no help viewer, or not owned";
+             HelpLauncher::HtmlHelpW(nullptr, nullptr, 0x12 /* HH_CLOSE_ALL */, 0);
+             DialogDriver::Click(dialog, IDCANCEL);
+         }},
     };
-    for (const auto& way : ways) {
+    for (const auto& [how, leave] : ways) {
         for (const bool isNew : {false, true}) {
-            SCOPED_TRACE(std::string(way.how) + (isNew ? ", new" : ", old"));
+            SCOPED_TRACE(std::string(how) + (isNew ? ", new" : ", old"));
             slot.FreeParams();
             if (!isNew)
                 kind.CloneParams(&slot.params, &original);
@@ -123,17 +132,21 @@ TEST_F(RunDialogTest, CancelKeepsAnOldBlockAndDropsANewOne)
                 icon = ShownIcon(dialog);
                 SetDlgItemTextW(dialog, IDC_RUN_PATH, L"other.exe");
                 SetDlgItemTextW(dialog, IDC_RUN_PARAMS, L"-other");
-                way.leave(dialog);
+                leave(dialog);
             });
             EXPECT_EQ(Edit(isNew), isNew ? E_FAIL : S_FALSE);
-            if (isNew)
-                EXPECT_EQ(slot.params, nullptr);
-            else
-                EXPECT_EQ(kind.CompareParams(slot.params, &original), 0);
+            EXPECT_EQ(isNew ? slot.params != nullptr : kind.CompareParams(slot.params, &original) != 0, false)
+                << "a new block kept, or an old one changed";
             ICONINFO info{};
             EXPECT_FALSE(GetIconInfo(icon, &info)) << "the dialog destroys its icon";
         }
     }
+    PumpUntil([] { return !FindWindowW(L"HH Parent", nullptr); }, 3000);
+    ASSERT_FALSE(pixels.empty());
+    const COLORREF body = RGB(0x8A, 0xA6, 0xD6);
+    EXPECT_EQ(pixels.at(pixels.width() - 2, pixels.height() - 2), body);
+    EXPECT_EQ(pixels.at(label.right - 2, (label.top + label.bottom) / 2), body) << "the label's background";
+    EXPECT_EQ(pixels.at(params.right - 6, (params.top + params.bottom) / 2), GetSysColor(COLOR_WINDOW));
 }
 
 // The chosen file replaces the path box's text, without quotes, and brings
@@ -141,7 +154,7 @@ TEST_F(RunDialogTest, CancelKeepsAnOldBlockAndDropsANewOne)
 TEST_F(RunDialogTest, BrowsingPutsTheChosenPathAndItsIcon)
 {
     const std::wstring chosen = files / L"My Run Tool.exe";
-    ASSERT_TRUE(CopyFileW(kProgram.c_str(), chosen.c_str(), FALSE));
+    ASSERT_TRUE(CopyFileW(program.c_str(), chosen.c_str(), FALSE));
     for (const bool choose : {true, false}) {
         Block() = RunParams{L"\"quoted.exe\"", L""};
         driver.Expect(kCaption, [](HWND dialog) { DialogDriver::Click(dialog, IDC_BROWSE); })
@@ -158,35 +171,6 @@ TEST_F(RunDialogTest, BrowsingPutsTheChosenPathAndItsIcon)
         EXPECT_EQ(Edit(), S_OK);
         EXPECT_EQ(Block().path, choose ? chosen : L"\"quoted.exe\"");
     }
-}
-
-// The link opens the run page of the help file beside the program, owned by
-// the dialog. The dialog is on the body colour, labels included; the edit
-// boxes keep the system's colours.
-TEST_F(RunDialogTest, HelpLinkOpensTheRunPageOnTheBodyColour)
-{
-    const std::wstring help = kProgram.substr(0, kProgram.rfind(L'\\')) + L"\\BrimwellPro.chm";
-    ASSERT_NE(GetFileAttributesW(help.c_str()), INVALID_FILE_ATTRIBUTES);
-    Pixels pixels;
-    RECT label{7, 7, 265, 15}, params{7, 46, 265, 60};  // in dialog units
-    driver.Expect(kCaption, [&](HWND dialog) {
-        pixels = CaptureScreen(dialog);
-        MapDialogRect(dialog, &label);
-        MapDialogRect(dialog, &params);
-        SendDlgItemMessageW(dialog, IDC_RUN_HELP_LINK, WM_LBUTTONUP, 0, MAKELPARAM(2, 2));
-        const HWND viewer = FindWindowW(L"HH Parent", nullptr);
-        EXPECT_TRUE(viewer);
-        EXPECT_EQ(GetWindow(viewer, GW_OWNER), dialog);
-        HelpLauncher::HtmlHelpW(nullptr, nullptr, 0x12 /* HH_CLOSE_ALL */, 0);
-        DialogDriver::Click(dialog, IDCANCEL);
-    });
-    EXPECT_EQ(Edit(), S_FALSE);
-    PumpUntil([] { return !FindWindowW(L"HH Parent", nullptr); }, 3000);
-    ASSERT_FALSE(pixels.empty());
-    const COLORREF body = RGB(0x8A, 0xA6, 0xD6);
-    EXPECT_EQ(pixels.at(pixels.width() - 2, pixels.height() - 2), body);
-    EXPECT_EQ(pixels.at(label.right - 2, (label.top + label.bottom) / 2), body) << "the label's background";
-    EXPECT_EQ(pixels.at(params.right - 6, (params.top + params.bottom) / 2), GetSysColor(COLOR_WINDOW));
 }
 
 } // namespace

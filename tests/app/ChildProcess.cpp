@@ -11,11 +11,9 @@ namespace krn::test {
 std::wstring WindowsPath(const char* buildPath)
 {
     std::wstring path(buildPath, buildPath + strlen(buildPath));
-    if (!path.empty() && path[0] == L'/')
-        path = L"Z:" + path;  // Wine's drive for the Unix root
     for (wchar_t& c : path)
         c = c == L'/' ? L'\\' : c;
-    return path;
+    return path.starts_with(L'\\') ? L"Z:" + path : path;  // Wine's drive for the Unix root
 }
 
 ChildProcess::ChildProcess(const std::wstring& program, const std::wstring& tail)
@@ -62,14 +60,14 @@ HWND ChildProcess::FindWindow(const wchar_t* cls, const wchar_t* caption, DWORD 
     HWND found = nullptr;
     PumpUntil(
         [&] {
-            for (HWND w = GetTopWindow(nullptr); w && !found; w = GetWindow(w, GW_HWNDNEXT)) {
+            for (found = GetTopWindow(nullptr); found; found = GetWindow(found, GW_HWNDNEXT)) {
                 DWORD process = 0;
-                GetWindowThreadProcessId(w, &process);
-                if (process == id_ && IsWindowVisible(w) && (!cls || ClassName(w) == cls) &&
-                    (!caption || WindowText(w) == caption))
-                    found = w;
+                GetWindowThreadProcessId(found, &process);
+                if (process == id_ && IsWindowVisible(found) && (!cls || ClassName(found) == cls) &&
+                    (!caption || WindowText(found) == caption))
+                    return true;
             }
-            return found != nullptr;
+            return false;
         },
         timeoutMs);
     return found;

@@ -42,7 +42,6 @@ void CrashAndCheck(const ScratchHkcu& scratch, const wchar_t* mode, const wchar_
     EXPECT_LT(dump.size(), stale.size()) << "the old file was not replaced";
 }
 
-TEST_F(CrashReporterTest, FaultBeforeTheMainWindowExists) { CrashAndCheck(scratch, L"fault", nullptr); }
 TEST_F(CrashReporterTest, AllocationFailureNobodyCatches) { CrashAndCheck(scratch, L"bad-alloc", nullptr); }
 TEST_F(CrashReporterTest, AllocationFailureInASubclassedControl) { CrashAndCheck(scratch, L"control-bad-alloc", nullptr); }
 TEST_F(CrashReporterTest, FaultWithAnOwnerWindow) { CrashAndCheck(scratch, L"owned-fault", L"Crash owner"); }

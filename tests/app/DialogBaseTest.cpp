@@ -1,5 +1,6 @@
 // Binding dialog objects to their windows, modal and modeless, from the very
-// first message on, and the two ways a dialog procedure returns a result.
+// first message on; the two ways a dialog procedure returns a result; and the
+// loop an object leaves behind when it never destroyed its window itself.
 #include "app/AppModule.h"
 #include "app/DialogBase.h"
 
@@ -14,12 +15,19 @@ namespace {
 constexpr UINT kTemplate = 130;
 constexpr UINT kAnswer = WM_APP + 1;
 
-class RecordingDialog : public krn::DialogBase {
+// Records its messages and answers kAnswer through DWLP_MSGRESULT and
+// WM_CTLCOLORDLG directly; at WM_INITDIALOG it may end, or join a loop as its
+// filter. Its window is left for the base to destroy.
+class RecordingDialog : public krn::DialogBase, public krn::MessageFilter {
 public:
     std::vector<UINT> messages;
     HWND windowAtInit = nullptr;
     bool endAtInit = false;
-    HBRUSH brush = static_cast<HBRUSH>(GetStockObject(BLACK_BRUSH));
+    krn::MessageLoop* loopToJoin = nullptr;
+    int filtered = 0;
+    const HBRUSH brush = static_cast<HBRUSH>(GetStockObject(BLACK_BRUSH));
+
+    bool PreTranslateMessage(MSG*) override { ++filtered; return false; }
 
 protected:
     std::optional<LRESULT> OnMessage(UINT message, WPARAM, LPARAM) override
@@ -30,6 +38,7 @@ protected:
             windowAtInit = window();
             if (endAtInit)
                 EndDialog(window(), 42);
+            JoinMessageLoop(loopToJoin, this, nullptr);
             return TRUE;
         case kAnswer:
             return 0x12345;
@@ -40,88 +49,58 @@ protected:
     }
 };
 
-TEST(DialogBase, ModelessObjectGetsEveryMessageFromTheFirstToTheLast)
-{
-    HWND window = nullptr;
-    {
-        RecordingDialog dialog;
-        window = dialog.CreateModeless(kTemplate, nullptr);
-        ASSERT_TRUE(window);
-        EXPECT_EQ(dialog.windowAtInit, window);
-        ASSERT_FALSE(dialog.messages.empty());
-        EXPECT_EQ(dialog.messages.front(), static_cast<UINT>(WM_SETFONT)) << "the font comes before WM_INITDIALOG";
-        // Results: through DWLP_MSGRESULT, or returned directly.
-        EXPECT_EQ(SendMessageW(window, kAnswer, 0, 0), 0x12345);
-        EXPECT_EQ(SendMessageW(window, WM_CTLCOLORDLG, 0, reinterpret_cast<LPARAM>(window)),
-                  reinterpret_cast<LRESULT>(dialog.brush));
-    }
-    EXPECT_FALSE(IsWindow(window)) << "the object takes its window with it";
-}
-
-TEST(DialogBase, ModalObjectIsBoundAndAFailedCreationLeavesNoBindingBehind)
+// Modeless or modal, an object is bound before its window's first message and
+// up to the last; a creation that fails leaves no binding for the next one.
+TEST(DialogBase, ObjectGetsEveryMessageFromTheFirstToTheLastModelessOrModal)
 {
     RecordingDialog missing;
     EXPECT_EQ(missing.CreateModeless(9999, nullptr), nullptr);
     EXPECT_EQ(missing.RunModal(9999, nullptr), -1);
     EXPECT_EQ(krn::Module().TakeBinding(), nullptr);
-
-    RecordingDialog dialog;
-    dialog.endAtInit = true;
-    EXPECT_EQ(dialog.RunModal(kTemplate, nullptr), 42);
-    EXPECT_TRUE(dialog.windowAtInit);
-    EXPECT_EQ(dialog.window(), nullptr);
-    EXPECT_EQ(dialog.messages.front(), static_cast<UINT>(WM_SETFONT));
-    EXPECT_EQ(dialog.messages.back(), static_cast<UINT>(WM_NCDESTROY));
     EXPECT_TRUE(missing.messages.empty());
-}
 
-// Joins the loop as its filter and leaves its window for the base to destroy.
-class ForgetfulDialog : public krn::DialogBase, public krn::MessageFilter {
-public:
-    explicit ForgetfulDialog(krn::MessageLoop* loop) : loop_(loop) {}
-    bool PreTranslateMessage(MSG*) override
+    HWND window = nullptr;
     {
-        ++filtered;
-        return false;
+        RecordingDialog modeless;
+        window = modeless.CreateModeless(kTemplate, nullptr);
+        ASSERT_TRUE(window);
+        EXPECT_EQ(modeless.windowAtInit, window);
+        EXPECT_EQ(modeless.messages.at(0), static_cast<UINT>(WM_SETFONT)) << "the font comes before WM_INITDIALOG";
+        EXPECT_EQ(SendMessageW(window, kAnswer, 0, 0), 0x12345);
+        EXPECT_EQ(SendMessageW(window, WM_CTLCOLORDLG, 0, reinterpret_cast<LPARAM>(window)),
+                  reinterpret_cast<LRESULT>(modeless.brush));
     }
-    int filtered = 0;
+    EXPECT_FALSE(IsWindow(window)) << "the object takes its window with it";
 
-protected:
-    std::optional<LRESULT> OnMessage(UINT message, WPARAM, LPARAM) override
-    {
-        if (message == WM_INITDIALOG) {
-            JoinMessageLoop(loop_, this, nullptr);
-            return TRUE;
-        }
-        return std::nullopt;
-    }
-
-private:
-    krn::MessageLoop* loop_;
-};
-
-int RunLoopOnce(krn::MessageLoop& loop, int quitCode)
-{
-    PostThreadMessageW(GetCurrentThreadId(), WM_APP, 0, 0);
-    PostQuitMessage(quitCode);
-    return loop.Run();
+    RecordingDialog modal;
+    modal.endAtInit = true;
+    EXPECT_EQ(modal.RunModal(kTemplate, nullptr), 42);
+    EXPECT_TRUE(modal.windowAtInit);
+    EXPECT_EQ(modal.window(), nullptr);
+    EXPECT_EQ(modal.messages.front(), static_cast<UINT>(WM_SETFONT));
+    EXPECT_EQ(modal.messages.back(), static_cast<UINT>(WM_NCDESTROY));
 }
 
 TEST(DialogBase, ObjectThatNeverDestroysItsWindowLeavesNoFilterInTheLoop)
 {
     krn::MessageLoop loop;
-    alignas(ForgetfulDialog) unsigned char storage[sizeof(ForgetfulDialog)];
-    auto* dialog = new (storage) ForgetfulDialog(&loop);
+    const auto runOnce = [&](int quitCode) {
+        PostThreadMessageW(GetCurrentThreadId(), WM_APP, 0, 0);
+        PostQuitMessage(quitCode);
+        return loop.Run();
+    };
+    alignas(RecordingDialog) unsigned char storage[sizeof(RecordingDialog)];
+    auto* dialog = new (storage) RecordingDialog;
+    dialog->loopToJoin = &loop;
     const HWND window = dialog->CreateModeless(kTemplate, nullptr);
     ASSERT_TRUE(window);
-    EXPECT_EQ(RunLoopOnce(loop, 7), 7);
+    EXPECT_EQ(runOnce(7), 7);
     EXPECT_GE(dialog->filtered, 1) << "the filter sees the loop's messages";
-
-    dialog->~ForgetfulDialog();
+    dialog->~RecordingDialog();
     // A filter left behind would now be called through a zeroed object.
     std::memset(storage, 0, sizeof storage);
     EXPECT_FALSE(IsWindow(window));
-    EXPECT_EQ(RunLoopOnce(loop, 9), 9);
+    EXPECT_EQ(runOnce(9), 9);
 }
 
 } // namespace

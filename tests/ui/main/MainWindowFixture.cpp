@@ -1,45 +1,30 @@
 #include "MainWindowFixture.h"
 
-#include "resource.h"
-
-#include <commctrl.h>
+#include "acl/Handles.h"
 
 #include <filesystem>
-#include <map>
 
 namespace krn::test {
 namespace {
 
-// The pixels of a bitmap, to recognise which resource an item shows.
-std::vector<uint32_t> BitmapBits(HBITMAP bitmap)
+// A bitmap's size and bits. The rows' pictures and the resources compared
+// with them are all loaded with LoadBitmap, so their bits share one format.
+std::string Bits(HBITMAP bitmap)
 {
     BITMAP info{};
     if (!bitmap || !GetObjectW(bitmap, sizeof info, &info))
-        return {};
-    BITMAPINFO format{};
-    format.bmiHeader.biSize = sizeof format.bmiHeader;
-    format.bmiHeader.biWidth = info.bmWidth;
-    format.bmiHeader.biHeight = -info.bmHeight;
-    format.bmiHeader.biPlanes = 1;
-    format.bmiHeader.biBitCount = 32;
-    std::vector<uint32_t> bits(static_cast<size_t>(info.bmWidth) * info.bmHeight + 2);
-    const HDC dc = GetDC(nullptr);
-    GetDIBits(dc, bitmap, 0, info.bmHeight, bits.data(), &format, DIB_RGB_COLORS);
-    ReleaseDC(nullptr, dc);
-    bits.back() = static_cast<uint32_t>(info.bmWidth);
-    return bits;
+        return "";
+    std::string bits(static_cast<size_t>(info.bmWidthBytes) * info.bmHeight, '\0');
+    GetBitmapBits(bitmap, static_cast<LONG>(bits.size()), bits.data());
+    return std::to_string(info.bmWidth) + "x" + std::to_string(info.bmHeight) + bits;
 }
 
 std::wstring BitmapName(HBITMAP bitmap)
 {
-    static const UINT ids[] = {IDB_FOLDER,         IDB_LOCAL_FOLDER,    IDB_DRIVE_ROOT,   IDB_NETWORK_FOLDER,
-                               IDB_REMOVABLE_DRIVE, IDB_ACTION_MESSAGE, IDB_ACTION_LOG, IDB_ACTION_RUN};
-    const std::vector<uint32_t> bits = BitmapBits(bitmap);
-    for (const UINT id : ids) {
-        const HBITMAP resource = LoadBitmapW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(id));
-        const bool same = !bits.empty() && BitmapBits(resource) == bits;
-        DeleteObject(resource);
-        if (same)
+    for (const UINT id : {IDB_FOLDER, IDB_LOCAL_FOLDER, IDB_DRIVE_ROOT, IDB_NETWORK_FOLDER, IDB_REMOVABLE_DRIVE,
+                          IDB_ACTION_MESSAGE, IDB_ACTION_LOG, IDB_ACTION_RUN}) {
+        const acl::unique_hbitmap resource(LoadBitmapW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(id)));
+        if (bitmap && Bits(resource.get()) == Bits(bitmap))
             return L"#" + std::to_wstring(id);
     }
     return L"#?";
@@ -47,19 +32,22 @@ std::wstring BitmapName(HBITMAP bitmap)
 
 } // namespace
 
-std::string FolderXml(const std::string& path, const std::string& limits, const std::string& actions)
+void ExpectBox(const MessageBoxInfo& box, const wchar_t* text, const std::vector<int>& buttons, LPCWSTR icon)
 {
-    return "<Folder Path=\"" + path + "\">" + limits + "<Actions>" + actions + "</Actions></Folder>";
+    EXPECT_EQ(box.text, text);
+    EXPECT_EQ(box.buttons, buttons) << "buttons of " << testing::PrintToString(box.text);
+    EXPECT_EQ(box.icon, icon) << "icon of " << testing::PrintToString(box.text);
 }
 
-std::string LimitXml(const char* name, const std::string& value, const char* units)
+std::vector<MessageBoxInfo> Answering(const std::vector<int>& answers, const std::function<void()>& act)
 {
-    return std::string("<") + name + " Value=\"" + value + "\" Units=\"" + units + "\" Msg=\"\"/>";
-}
-
-MainWindowTest::MainWindowTest()
-{
-    Module().AddMessageLoop(&loop);
+    std::vector<MessageBoxInfo> seen(answers.size());
+    DialogDriver driver;
+    for (size_t i = 0; i < answers.size(); ++i)
+        driver.AnswerMessageBox(kCaption, answers[i], &seen[i]);
+    act();
+    EXPECT_EQ(driver.Report(), "");
+    return seen;
 }
 
 MainWindowTest::~MainWindowTest()
@@ -71,11 +59,6 @@ MainWindowTest::~MainWindowTest()
     MSG msg;
     while (PeekMessageW(&msg, nullptr, 0, 0, PM_REMOVE)) {
     }
-}
-
-std::wstring MainWindowTest::ConfigPath() const
-{
-    return scratch.appData() + L"\\Norlath\\Kestrune\\config.xml";
 }
 
 void MainWindowTest::WriteConfig(const std::string& folders) const
@@ -91,12 +74,6 @@ void MainWindowTest::WriteConfigBytes(const std::string& bytes) const
     WriteFileBytes(ConfigPath(), bytes);
 }
 
-HWND MainWindowTest::Open()
-{
-    dialog_ = std::make_unique<MainDialog>();
-    return dialog_->Create(nullptr);
-}
-
 std::wstring MainWindowTest::Cell(int row, int column) const
 {
     const acl::ListView_Row* r = folders().view().RowAt(static_cast<size_t>(row));
@@ -104,8 +81,7 @@ std::wstring MainWindowTest::Cell(int row, int column) const
     std::wstring text;
     for (size_t i = 0; cell && i < cell->ItemCount(); ++i) {
         const acl::ListView_Item* item = cell->ItemAt(i);
-        if (!text.empty())
-            text += L"|";
+        text += i ? L"|" : L"";
         if (item->kind == acl::ListView_Item::kText)
             text += static_cast<const acl::ListView_Text*>(item)->Text();
         else if (item->kind == acl::ListView_Item::kBitmap)
@@ -122,20 +98,12 @@ std::vector<std::wstring> MainWindowTest::FolderNames() const
     return names;
 }
 
-void MainWindowTest::ClickColumn(int column) const
+RECT MainWindowTest::ChildRect(int id) const
 {
-    NMLISTVIEW click{};
-    click.hdr.hwndFrom = item(IDC_FOLDER_LIST);
-    click.hdr.idFrom = IDC_FOLDER_LIST;
-    click.hdr.code = LVN_COLUMNCLICK;
-    click.iItem = -1;
-    click.iSubItem = column;
-    SendMessageW(window(), WM_NOTIFY, IDC_FOLDER_LIST, reinterpret_cast<LPARAM>(&click));
-}
-
-void MainWindowTest::Command(int id) const
-{
-    SendMessageW(window(), WM_COMMAND, MAKEWPARAM(id, BN_CLICKED), reinterpret_cast<LPARAM>(item(id)));
+    RECT r{};
+    GetWindowRect(item(id), &r);
+    MapWindowPoints(nullptr, window(), reinterpret_cast<POINT*>(&r), 2);
+    return r;
 }
 
 } // namespace krn::test

@@ -1,58 +1,86 @@
-// The status line of the real main window against the real watcher: its
-// state read from the presence mutex, the switch off and on with the question,
-// the wait after a switch, and Apply, which never starts a watcher.
+// The status line and the Size column of the real main window against the real
+// watcher and size engine: the watcher's state read from its presence mutex,
+// the switch off and on with its question and its wait; Apply, which has a
+// running watcher read config.xml again and never starts one; the engine's
+// totals, with no engine registered and with a folder on storage that takes
+// seconds to answer.
 #include "MainWindowFixture.h"
 
+#include "../../app/ChildProcess.h"
 #include "Kestrune.h"
 #include "base/Com.h"
 #include "base/Handles.h"
 #include "idl/PresenceMutex.h"
 #include "resource.h"
+#include "support/SlowStorage.h"
+
+#include <algorithm>
 
 namespace {
 
 using namespace krn::test;
 using krn::MonitorControl;
 
-constexpr wchar_t kCaption[] = L"Kestrune™ Properties x64";
-constexpr wchar_t kDisableQuestion[] =
-    L"Are you sure you want to disable Kestrune™?\nDisabled program will not alert you if a folder size exceeds "
-    L"specified limits.";
+constexpr wchar_t kShellFolders[] = L"Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders";
 
 bool WatcherRunning()
 {
     return base::unique_kernel_handle(OpenMutexW(SYNCHRONIZE, FALSE, krn::kWatcherMutexName)).get() != nullptr;
 }
 
+base::com_ptr<IWatcherControl> Watcher()
+{
+    base::com_ptr<IWatcherControl> watcher;
+    CoCreateInstance(CLSID_WatcherControl, nullptr, CLSCTX_LOCAL_SERVER, IID_IWatcherControl, watcher.put_void());
+    return watcher;
+}
+
 // Ends a watcher left running by anything before, and waits for its mutex to go.
 void StopWatcher()
 {
-    if (!WatcherRunning())
-        return;
-    base::com_ptr<IWatcherControl> watcher;
-    if (SUCCEEDED(CoCreateInstance(CLSID_WatcherControl, nullptr, CLSCTX_LOCAL_SERVER, IID_IWatcherControl,
-                                   watcher.put_void())))
-        watcher->Disable();
+    if (WatcherRunning())
+        if (const auto watcher = Watcher())
+            watcher->Disable();
     PumpUntil([] { return !WatcherRunning(); }, 10000);
 }
 
+// The watcher reads the prefix's own HKEY_CURRENT_USER: while a test runs, its
+// AppData folder is the test's, and the value found is put back afterwards.
 class MonitorControlTest : public MainWindowTest {
 protected:
-    void SetUp() override { StopWatcher(); }
-    void TearDown() override { StopWatcher(); }
+    void SetUp() override
+    {
+        StopWatcher();
+        InRealHkcu([&] {
+            hadAppData_ = ReadRegValue(kShellFolders, L"AppData", &appDataType_, &appData_);
+            WriteRegString(kShellFolders, L"AppData", scratch.appData());
+        });
+    }
+    void TearDown() override
+    {
+        StopWatcher();
+        InRealHkcu([&] {
+            if (hadAppData_)
+                WriteRegBinary(kShellFolders, L"AppData", appDataType_, appData_.data(), DWORD(appData_.size()));
+            else
+                RegDeleteKeyValueW(HKEY_CURRENT_USER, kShellFolders, L"AppData");
+        });
+    }
+    void InRealHkcu(const std::function<void()>& act) const
+    {
+        RegOverridePredefKey(HKEY_CURRENT_USER, nullptr);
+        act();
+        RegOverridePredefKey(HKEY_CURRENT_USER, scratch.key());
+    }
 
     std::wstring Status() const { return WindowText(item(IDC_STATUS_LINK)); }
-    void Timer(UINT_PTR id) const { SendMessageW(window(), WM_TIMER, id, 0); }
+    std::wstring SizeCell(int row) const { return Cell(row, krn::kColumnSize); }
     void ClickStatus() const { SendMessageW(window(), WM_COMMAND, IDC_STATUS_LINK, LPARAM(item(IDC_STATUS_LINK))); }
-    // Refreshes as the timer does until the status shows `text`.
-    bool RefreshUntil(const wchar_t* text) const
+    void Refresh() const { SendMessageW(window(), WM_TIMER, MonitorControl::kRefreshTimer, 0); }
+    // Refreshes as the timer does until `done`.
+    bool RefreshUntil(const std::function<bool()>& done) const
     {
-        return PumpUntil(
-            [&] {
-                Timer(MonitorControl::kRefreshTimer);
-                return Status() == text;
-            },
-            10000);
+        return PumpUntil([&] { return Refresh(), done(); }, 10000);
     }
     const MonitorControl& monitor() { return dialog().monitor(); }
     // Whether the link, as it is on screen, shows any pixel of `color`.
@@ -60,23 +88,36 @@ protected:
     {
         RedrawWindow(item(IDC_STATUS_LINK), nullptr, nullptr, RDW_INVALIDATE | RDW_UPDATENOW);
         const Pixels pixels = CaptureScreen(item(IDC_STATUS_LINK));
-        for (int y = 0; y < pixels.height(); ++y)
-            for (int x = 0; x < pixels.width(); ++x)
-                if (pixels.at(x, y) == color)
-                    return true;
-        return false;
+        int i = 0;
+        while (i < pixels.width() * pixels.height() && pixels.at(i % pixels.width(), i / pixels.width()) != color)
+            ++i;
+        return i < pixels.width() * pixels.height();
     }
+    // Clicks the status link and expects the question about disabling.
+    void AnswerDisable(int answer) const
+    {
+        ExpectBox(Answering({answer}, [&] { ClickStatus(); }).at(0),
+                  L"Are you sure you want to disable Kestrune™?\nDisabled program will not alert you if a folder "
+                  L"size exceeds specified limits.",
+                  {IDYES, IDNO}, IDI_QUESTION);
+    }
+
+    TempFolder counted;
+    bool hadAppData_ = false;
+    DWORD appDataType_ = 0;
+    std::string appData_;
 };
 
+// On: a click starts the watcher without a question; the link waits, greyed,
+// until a refresh sees it running, or until the minute's timer lets it take
+// clicks again while it still says "Please wait ...". Off: the question; No
+// changes nothing, Yes disables.
 TEST_F(MonitorControlTest, SwitchingOnAndOffWaitsForTheWatcherAndAsksBeforeDisabling)
 {
     ASSERT_TRUE(Open());
     ShowWindow(window(), SW_SHOWNA);
-    EXPECT_EQ(Status(), L"Inactive");
-    EXPECT_EQ(monitor().watcherState(), MonitorControl::kInactive);
+    EXPECT_EQ(Status(), L"Inactive") << "the first refresh runs at once";
     EXPECT_TRUE(LinkShows(RGB(0x64, 0x00, 0x00))) << "dark red";
-
-    // On: creating the control object starts the watcher, without a question.
     ClickStatus();
     EXPECT_EQ(Status(), L"Please wait ...");
     EXPECT_TRUE(monitor().toggleBusy());
@@ -87,58 +128,83 @@ TEST_F(MonitorControlTest, SwitchingOnAndOffWaitsForTheWatcherAndAsksBeforeDisab
         ClickStatus();
         EXPECT_EQ(nothing.Report(), "") << "a click while busy asks nothing";
     }
-    ASSERT_TRUE(RefreshUntil(L"Active"));
-    EXPECT_FALSE(monitor().toggleBusy());
-    EXPECT_TRUE(LinkShows(RGB(0x00, 0x64, 0x00))) << "dark green";
-
-    // Off: the question; No changes nothing, Yes disables.
-    for (const int answer : {IDNO, IDYES}) {
-        MessageBoxInfo asked;
-        DialogDriver driver;
-        driver.AnswerMessageBox(kCaption, answer, &asked);
-        ClickStatus();
-        EXPECT_EQ(driver.Report(), "");
-        EXPECT_EQ(asked.text, kDisableQuestion);
-        EXPECT_EQ(asked.buttons, (std::vector<int>{IDYES, IDNO}));
-        EXPECT_EQ(asked.icon, IDI_QUESTION);
-    }
-    EXPECT_EQ(Status(), L"Please wait ...");
-    ASSERT_TRUE(RefreshUntil(L"Inactive"));
-    EXPECT_FALSE(WatcherRunning());
-    EXPECT_EQ(monitor().watcherState(), MonitorControl::kInactive);
-}
-
-// The minute's timer ends the wait without changing the text: the link takes
-// clicks again while it still says "Please wait ...".
-TEST_F(MonitorControlTest, TheSwitchTimerAcceptsClicksAgainAndKeepsTheText)
-{
-    ASSERT_TRUE(Open());
-    ClickStatus();
-    ASSERT_TRUE(monitor().toggleBusy());
-    Timer(MonitorControl::kSwitchTimer);
+    SendMessageW(window(), WM_TIMER, MonitorControl::kSwitchTimer, 0);
     EXPECT_FALSE(monitor().toggleBusy());
     EXPECT_EQ(Status(), L"Please wait ...");
     EXPECT_EQ(monitor().watcherState(), MonitorControl::kInactive) << "not seen by a refresh yet";
-    MessageBoxInfo asked;
-    DialogDriver driver;
-    driver.AnswerMessageBox(kCaption, IDNO, &asked);
-    ClickStatus();
-    EXPECT_EQ(driver.Report(), "") << "the running watcher is asked about";
-    EXPECT_EQ(asked.text, kDisableQuestion);
-    ASSERT_TRUE(RefreshUntil(L"Active"));
+    AnswerDisable(IDNO);  // the running watcher is asked about, and No keeps it
+    ASSERT_TRUE(RefreshUntil([&] { return Status() == L"Active"; }));
+    EXPECT_TRUE(LinkShows(RGB(0x00, 0x64, 0x00))) << "dark green";
+
+    AnswerDisable(IDYES);
+    EXPECT_EQ(Status(), L"Please wait ...");
+    EXPECT_TRUE(monitor().toggleBusy());
+    ASSERT_TRUE(RefreshUntil([&] { return Status() == L"Inactive"; }));
+    EXPECT_FALSE(WatcherRunning());
+    EXPECT_FALSE(monitor().toggleBusy());
+    EXPECT_EQ(monitor().watcherState(), MonitorControl::kInactive);
 }
 
-TEST_F(MonitorControlTest, ApplyWithTheWatcherStoppedDoesNotStartIt)
+TEST_F(MonitorControlTest, ApplyMakesARunningWatcherReadTheFileAgainAndStartsNone)
 {
     WriteConfig(FolderXml("C:\\one") + FolderXml("C:\\two"));
     ASSERT_TRUE(Open());
-    SelectRow(item(IDC_FOLDER_LIST), 0);
-    Command(IDC_DELETE);
+    DeleteRow(0);
     Command(IDC_APPLY);
     EXPECT_FALSE(ApplyEnabled()) << "saved";
-    PumpFor(300);
-    EXPECT_FALSE(WatcherRunning());
-    EXPECT_EQ(Status(), L"Inactive");
+    EXPECT_FALSE(WatcherRunning()) << "Apply started a watcher";
+    const auto watcher = Watcher();
+    ASSERT_TRUE(watcher);
+    LONG state = -1;
+    EXPECT_EQ(watcher->GetState(&state), S_OK);
+    EXPECT_EQ(state, KRN_WATCHER_WATCHING) << "the saved file's one folder";
+    DeleteRow(0);
+    Command(IDC_APPLY);
+    EXPECT_EQ(watcher->GetState(&state), S_OK);
+    EXPECT_EQ(state, KRN_WATCHER_IDLE) << "the watcher did not read the file Apply saved";
+}
+
+// Each refresh asks the engine anew: an engine unregistered meanwhile gives
+// no size and no error, and one registered again counts at the next refresh.
+TEST_F(MonitorControlTest, WithoutARegisteredEngineEverySizeReadsZeroUntilItIsRegisteredAgain)
+{
+    WriteFileBytes(counted / L"a.bin", std::string(5000, 'k'));
+    WriteConfig(FolderXml(Narrow(counted.path())) + FolderXml("C:\\windows"));
+    {
+        ServerUnregistered unregistered(WindowsPath(KRN_SIZE_ENGINE_EXE));
+        ASSERT_TRUE(Open());
+        // Long enough for the engine to have counted the folder, were it there.
+        for (int i = 0; i < 5; ++i) {
+            Refresh();
+            PumpFor(200);
+        }
+        EXPECT_EQ(SizeCell(0), L"0 B");
+        EXPECT_EQ(SizeCell(1), L"0 B");
+        EXPECT_EQ(Status(), L"Inactive") << "the watcher's state is still shown";
+        EXPECT_FALSE(ApplyEnabled()) << "a refresh never marks the list modified";
+    }
+    EXPECT_TRUE(RefreshUntil([&] { return SizeCell(0) == L"4.88 KB"; })) << "5,000 bytes: " << SizeCell(0);
+}
+
+TEST_F(MonitorControlTest, AFolderOnSlowStorageHoldsNeitherTheWindowNorTheOtherFolders)
+{
+    SlowStorage storage;
+    KRN_REQUIRE_SLOW_STORAGE(storage);
+    WriteFileBytes(counted / L"a.bin", std::string(3000, 'k'));
+    WriteConfig(FolderXml(Narrow(storage.slow())) + FolderXml(Narrow(counted.path())));
+    ASSERT_TRUE(Open());
+    ULONGLONG longest = 0;
+    const bool counted3000 = PumpUntil(
+        [&] {
+            const ULONGLONG start = GetTickCount64();
+            Refresh();
+            longest = std::max(longest, GetTickCount64() - start);
+            return SizeCell(1) == L"2.93 KB";
+        },
+        10000);
+    EXPECT_TRUE(counted3000) << "the other folder's 3,000 bytes: " << SizeCell(1);
+    EXPECT_EQ(SizeCell(0), L"0 B") << "the slow folder is still being opened";
+    EXPECT_LT(longest, 2000u) << "the longest refresh, in ms: the window was held";
 }
 
 } // namespace
