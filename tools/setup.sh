@@ -5,7 +5,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 PACKAGES=(g++-mingw-w64-x86-64-posix mingw-w64-tools wine64 wine xvfb xauth cmake googletest fonts-wine
-          xdotool imagemagick x11-utils fp-utils wixl wixl-data python3-fusepy fuse3)
+          xdotool imagemagick x11-utils fp-utils wixl wixl-data msitools python3-fusepy fuse3)
 missing=()
 for p in "${PACKAGES[@]}"; do
     dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")

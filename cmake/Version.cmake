@@ -1,0 +1,20 @@
+# krn_version_resource(<target> NAME <file name> DESCRIPTION <text> [VERSION <x.y.z>])
+# Adds the version record to an exe: the project's version (project() at the
+# top, the one place it is set) unless VERSION names another, as the
+# installer's upgrade test needs for a later build of the same code.
+function(krn_version_resource target)
+  cmake_parse_arguments(V "" "NAME;DESCRIPTION;VERSION" "" ${ARGN})
+  if(NOT V_VERSION)
+    set(V_VERSION ${PROJECT_VERSION})
+  endif()
+  string(REPLACE "." ";" parts ${V_VERSION})
+  list(GET parts 0 KRN_V_MAJOR)
+  list(GET parts 1 KRN_V_MINOR)
+  list(GET parts 2 KRN_V_PATCH)
+  set(KRN_V_VERSION ${V_VERSION})
+  set(KRN_V_NAME ${V_NAME})
+  set(KRN_V_DESCRIPTION ${V_DESCRIPTION})
+  set(rc ${CMAKE_CURRENT_BINARY_DIR}/${target}.version.rc)
+  configure_file(${PROJECT_SOURCE_DIR}/cmake/version.rc.in ${rc} @ONLY)
+  target_sources(${target} PRIVATE ${rc})
+endfunction()
