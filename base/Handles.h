@@ -141,6 +141,7 @@ struct Key {
     static void close(pointer h) noexcept { RegCloseKey(h); }
 };
 struct Module : NullIsInvalid<HMODULE, FreeLibrary> {};
+struct EventSource : NullIsInvalid<HANDLE, DeregisterEventSource> {};
 
 } // namespace handle_traits
 
@@ -148,5 +149,6 @@ using unique_kernel_handle = unique_handle<handle_traits::Kernel>;
 using unique_file = unique_handle<handle_traits::File>;
 using unique_hkey = unique_handle<handle_traits::Key>;
 using unique_hmodule = unique_handle<handle_traits::Module>;
+using unique_event_source = unique_handle<handle_traits::EventSource>;
 
 } // namespace base

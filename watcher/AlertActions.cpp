@@ -329,15 +329,26 @@ void ProgramLauncher::Launch(AlertAction action)
 }
 
 Alerts::Alerts()
-    : boxes_(std::make_shared<MessageBoxes>()),
-      log_(std::make_shared<LogWriter>([boxes = boxes_](const std::wstring& file, DWORD error) {
+    : events_(std::make_shared<const EventLog>()),
+      boxes_(std::make_shared<MessageBoxes>()),
+      log_(std::make_shared<LogWriter>([events = events_, boxes = boxes_](const std::wstring& file, DWORD error) {
+          AlertAction action;
+          action.kind = AlertAction::Kind::AddToLog;
+          events->Write(RecordOfFailure(action, file + L": " + ErrorText(error)));
           boxes->Show(kLogKey, L"The log file could not be written:\n" + file + L"\n" + ErrorText(error));
       })),
-      programs_([log = log_](const AlertAction& action, DWORD error) {
+      programs_([events = events_, log = log_](const AlertAction& action, DWORD error) {
+          events->Write(RecordOfFailure(action, L"Could not start " + action.command.file + L": " + ErrorText(error)));
           if (!action.text.empty())
               log->Append(action.logFile, action.text + ErrorText(error));
       })
 {
+}
+
+void Alerts::Record(const std::vector<LimitEvent>& events)
+{
+    for (const LimitEvent& event : events)
+        events_->Write(RecordOf(event));
 }
 
 void Alerts::Carry(const std::vector<AlertAction>& actions)

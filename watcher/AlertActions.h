@@ -18,6 +18,7 @@
 
 #include "base/Handles.h"
 #include "watcher/BoundedThread.h"
+#include "watcher/EventLog.h"
 #include "watcher/WatchCore.h"
 
 namespace krn {
@@ -113,12 +114,16 @@ public:
     Alerts& operator=(const Alerts&) = delete;
 
     void Carry(const std::vector<AlertAction>& actions);
+    // Into the system's event log.
+    void Record(const std::vector<LimitEvent>& events);
 
     const MessageBoxes& boxes() const { return *boxes_; }
 
 private:
     // Shared with the threads that report failures: a log that cannot be
-    // written shows a box, a program that cannot start is logged.
+    // written shows a box, a program that cannot start is logged, and both
+    // go to the event log.
+    std::shared_ptr<const EventLog> events_;
     std::shared_ptr<MessageBoxes> boxes_;
     std::shared_ptr<LogWriter> log_;
     ProgramLauncher programs_;

@@ -188,6 +188,7 @@ void Monitor::Work::Carry(const WatchSteps& steps)
         }
     }
     alerts.Carry(steps.actions);
+    alerts.Record(steps.events);
 }
 
 // On the pool; without it (no thread could be made) on this thread.

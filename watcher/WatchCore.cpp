@@ -204,10 +204,28 @@ void WatchCore::Open(Folder& folder, WatchSteps& steps)
 void WatchCore::Judge(Folder& folder, const Measurement& measurement, const SYSTEMTIME& localTime,
                       WatchSteps& steps) const
 {
-    if (folder.limits.max && folder.plan.max && folder.limits.max->Judge(measurement))
-        Cross(folder, LimitSide::Maximum, *folder.plan.max, measurement.bytes, localTime, steps);
-    if (folder.limits.min && folder.plan.min && folder.limits.min->Judge(measurement))
-        Cross(folder, LimitSide::Minimum, *folder.plan.min, measurement.bytes, localTime, steps);
+    JudgeLimit(folder, LimitSide::Maximum, measurement, localTime, steps);
+    JudgeLimit(folder, LimitSide::Minimum, measurement, localTime, steps);
+}
+
+void WatchCore::JudgeLimit(Folder& folder, LimitSide side, const Measurement& measurement,
+                           const SYSTEMTIME& localTime, WatchSteps& steps) const
+{
+    const bool maximum = side == LimitSide::Maximum;
+    std::optional<LimitTracker>& tracker = maximum ? folder.limits.max : folder.limits.min;
+    const std::optional<LimitPlan>& limit = maximum ? folder.plan.max : folder.plan.min;
+    if (!tracker || !limit)
+        return;
+    const bool wasOutside = tracker->phase() == LimitTracker::Phase::Outside;
+    LimitEvent event{LimitEvent::Kind::MaximumExceeded, folder.plan.path, measurement.bytes, limit->bytes};
+    if (tracker->Judge(measurement)) {
+        event.kind = maximum ? LimitEvent::Kind::MaximumExceeded : LimitEvent::Kind::BelowMinimum;
+        steps.events.push_back(std::move(event));
+        Cross(folder, side, *limit, measurement.bytes, localTime, steps);
+    } else if (wasOutside && tracker->phase() == LimitTracker::Phase::Inside) {
+        event.kind = maximum ? LimitEvent::Kind::BackUnderMaximum : LimitEvent::Kind::BackOverMinimum;
+        steps.events.push_back(std::move(event));
+    }
 }
 
 // The folder's actions in their order; a program that cannot start is logged

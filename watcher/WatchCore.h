@@ -73,9 +73,20 @@ struct AlertAction {
     RunCommand command;    // RunApplication
 };
 
+// A limit crossed, or seen back inside after it was crossed: what the
+// system's event log records, whatever actions the folder has.
+struct LimitEvent {
+    enum class Kind { MaximumExceeded, BelowMinimum, BackUnderMaximum, BackOverMinimum };
+    Kind kind = Kind::MaximumExceeded;
+    std::wstring folder;
+    std::uint64_t size = 0;
+    std::uint64_t limit = 0;
+};
+
 struct WatchSteps {
     std::vector<FolderStep> folders;
     std::vector<AlertAction> actions;  // in the order they are carried out
+    std::vector<LimitEvent> events;
 };
 
 class WatchCore {
@@ -118,6 +129,8 @@ private:
     Folder* Find(std::uint64_t watch);
     void Open(Folder& folder, WatchSteps& steps);
     void Judge(Folder& folder, const Measurement& measurement, const SYSTEMTIME& localTime, WatchSteps& steps) const;
+    void JudgeLimit(Folder& folder, LimitSide side, const Measurement& measurement, const SYSTEMTIME& localTime,
+                    WatchSteps& steps) const;
     void Cross(const Folder& folder, LimitSide side, const LimitPlan& limit, std::uint64_t size,
                const SYSTEMTIME& localTime, WatchSteps& steps) const;
 
