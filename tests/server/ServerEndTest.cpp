@@ -73,20 +73,13 @@ private:
     std::thread thread_;
 };
 
-enum class End { Disable, Unregister };
-
 struct EndCase {
     const char* name;
     const char* exe;
     const CLSID& clsid;
     const IID& iid;
-    End end;
+    bool disable;  // else /UnregServer
 };
-
-void PrintTo(const EndCase& c, std::ostream* out)
-{
-    *out << c.name;
-}
 
 class ServerEndTest : public testing::TestWithParam<EndCase> {
 protected:
@@ -119,7 +112,7 @@ TEST_P(ServerEndTest, ClientCallingInALoopFailsAndTheServerEndsCleanly)
     base::unique_kernel_handle process(OpenProcess(SYNCHRONIZE | PROCESS_QUERY_LIMITED_INFORMATION, FALSE, running[0]));
     ASSERT_TRUE(process);
 
-    if (c.end == End::Disable)
+    if (c.disable)
         EXPECT_EQ(static_cast<IWatcherControl*>(object.get())->Disable(), S_OK);
     else
         EXPECT_EQ(Run(exe, L"/UnregServer"), 0u);
@@ -137,9 +130,8 @@ TEST_P(ServerEndTest, ClientCallingInALoopFailsAndTheServerEndsCleanly)
 
 INSTANTIATE_TEST_SUITE_P(
     Servers, ServerEndTest,
-    testing::Values(EndCase{"WatcherDisabled", KRN_WATCHER_EXE, CLSID_WatcherControl, IID_IWatcherControl, End::Disable},
-                    EndCase{"EngineUnregistered", KRN_SIZE_ENGINE_EXE, CLSID_SizeEngine, IID_ISizeEngine,
-                            End::Unregister}),
+    testing::Values(EndCase{"WatcherDisabled", KRN_WATCHER_EXE, CLSID_WatcherControl, IID_IWatcherControl, true},
+                    EndCase{"EngineUnregistered", KRN_SIZE_ENGINE_EXE, CLSID_SizeEngine, IID_ISizeEngine, false}),
     [](const testing::TestParamInfo<EndCase>& param) { return std::string(param.param.name); });
 
 } // namespace
