@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <vector>
 
 namespace krn::test {
 
@@ -25,16 +24,6 @@ void MakeFile(const std::wstring& path, uint64_t size)
     end.QuadPart = static_cast<LONGLONG>(size);
     EXPECT_TRUE(SetFilePointerEx(file, end, nullptr, FILE_BEGIN));
     EXPECT_TRUE(SetEndOfFile(file));
-    CloseHandle(file);
-}
-
-void AppendToFile(const std::wstring& path, uint64_t bytes)
-{
-    const HANDLE file = CreateFileW(Verbatim(path).c_str(), FILE_APPEND_DATA, 0, nullptr, OPEN_EXISTING, 0, nullptr);
-    ASSERT_NE(file, INVALID_HANDLE_VALUE) << "cannot open the file, error " << GetLastError();
-    const std::vector<char> data(bytes, 'k');
-    DWORD written = 0;
-    EXPECT_TRUE(WriteFile(file, data.data(), static_cast<DWORD>(data.size()), &written, nullptr));
     CloseHandle(file);
 }
 
@@ -61,37 +50,9 @@ void RemoveTree(const std::wstring& path)
     RemoveDirectoryW(folder.c_str());
 }
 
-ScratchTree::ScratchTree()
-{
-    wchar_t temp[MAX_PATH] = {};
-    GetTempPathW(MAX_PATH, temp);
-    static LONG counter = 0;
-    path_ = std::wstring(temp) + L"krn-engine-" + std::to_wstring(GetCurrentProcessId()) + L"-" +
-            std::to_wstring(InterlockedIncrement(&counter));
-    RemoveTree(path_);
-    MakeFolder(path_);
-}
-
-ScratchTree::~ScratchTree()
-{
-    RemoveTree(path_);
-}
-
 bool PathExists(const std::wstring& path)
 {
     return GetFileAttributesW(Verbatim(path).c_str()) != INVALID_FILE_ATTRIBUTES;
-}
-
-bool WaitUntil(const std::function<bool()>& done, DWORD timeoutMs)
-{
-    const ULONGLONG deadline = GetTickCount64() + timeoutMs;
-    for (;;) {
-        if (done())
-            return true;
-        if (GetTickCount64() >= deadline)
-            return false;
-        Sleep(10);
-    }
 }
 
 engine::EngineOptions PatientOptions()
@@ -118,7 +79,7 @@ engine::ScanState State(engine::FolderSizes& sizes, const std::wstring& folder)
 engine::Totals Complete(engine::FolderSizes& sizes, const std::wstring& folder)
 {
     Ask(sizes, folder);
-    EXPECT_TRUE(WaitUntil([&] { return State(sizes, folder) == engine::ScanState::Complete; }, 10000))
+    EXPECT_TRUE(PumpUntil([&] { return State(sizes, folder) == engine::ScanState::Complete; }, 10000))
         << "the scan never ends";
     return Ask(sizes, folder);
 }
@@ -126,7 +87,7 @@ engine::Totals Complete(engine::FolderSizes& sizes, const std::wstring& folder)
 engine::Totals Follows(engine::FolderSizes& sizes, const std::wstring& folder, const engine::Totals& expected)
 {
     engine::Totals totals;
-    WaitUntil([&] { return (totals = Ask(sizes, folder)) == expected; });
+    PumpUntil([&] { return (totals = Ask(sizes, folder)) == expected; }, 2000);
     return totals;
 }
 

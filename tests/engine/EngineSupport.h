@@ -4,11 +4,12 @@
 #pragma once
 
 #include "engine/FolderSizes.h"
+#include "support/Gui.h"
+#include "support/Scratch.h"
 
 #include <windows.h>
 
 #include <cstdint>
-#include <functional>
 #include <string>
 
 namespace krn::test {
@@ -20,30 +21,14 @@ void MakeFolder(const std::wstring& path);
 // Creates or truncates the file to `size` bytes (sparse where the file
 // system allows).
 void MakeFile(const std::wstring& path, uint64_t size);
-void AppendToFile(const std::wstring& path, uint64_t bytes);
 void RemoveTree(const std::wstring& path);
 
-// A scratch folder of its own under the temporary folder, removed with all it
-// holds; names below it may exceed MAX_PATH.
-class ScratchTree {
-public:
-    ScratchTree();
-    ~ScratchTree();
-    ScratchTree(const ScratchTree&) = delete;
-    ScratchTree& operator=(const ScratchTree&) = delete;
-
-    const std::wstring& path() const { return path_; }
-    std::wstring operator/(const std::wstring& name) const { return path_ + L"\\" + name; }
-
-private:
-    std::wstring path_;
+// A scratch folder whose names may exceed MAX_PATH, removed with all it holds.
+struct ScratchTree : TempFolder {
+    ~ScratchTree() { RemoveTree(path()); }
 };
 
 bool PathExists(const std::wstring& path);
-
-// Calls `done` every 10 ms until it returns true or `timeoutMs` passed;
-// returns its last answer.
-bool WaitUntil(const std::function<bool()>& done, DWORD timeoutMs = 2000);
 
 // Options whose questions wait for the checks they start (opening the folder,
 // its identity) however long those take, so that each answer reflects the

@@ -1,8 +1,10 @@
 // The size engine's core in-process: exact totals of generated trees, the
 // totals following changes, and names and folders that must fail cleanly.
 #include "engine/FolderSizes.h"
+#include "engine/TreeScan.h"
 
 #include "EngineSupport.h"
+#include "base/Handles.h"
 
 #include <gtest/gtest.h>
 
@@ -48,9 +50,16 @@ protected:
     FolderSizes sizes{PatientOptions()};
 };
 
-TEST_F(FolderSizesTest, CountsEveryFileBelowTheFolderOnce)
+// A folder that cannot be listed is skipped, and asking for it fails.
+TEST_F(FolderSizesTest, CountsEveryReadableFileBelowTheFolderOnce)
 {
     MakeTree(tree.path());
+    MakeFolder(tree / L"locked");
+    MakeFile(tree / L"locked\\hidden.bin", 999);
+    // A handle that shares nothing keeps everyone else from listing it.
+    const base::unique_kernel_handle locked(CreateFileW((tree / L"locked").c_str(), GENERIC_READ, 0, nullptr,
+                                                        OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    ASSERT_TRUE(locked);
     EXPECT_EQ(State(tree.path()), ScanState::Unknown);
     const Totals first = Ask(tree.path());
     EXPECT_LE(first.bytes, kTreeTotals.bytes) << "the first answer is what was found so far";
@@ -71,6 +80,9 @@ TEST_F(FolderSizesTest, CountsEveryFileBelowTheFolderOnce)
     }
     EXPECT_EQ(Ask(tree / L"MIXED case\\.").bytes, 77u);
     EXPECT_EQ(sizes.WatchedCount(), 5u) << "two spellings of one folder are one folder";
+    Totals none{7, 7};
+    EXPECT_EQ(sizes.GetTotals(tree / L"locked", none), static_cast<DWORD>(ERROR_SHARING_VIOLATION));
+    EXPECT_EQ(none.bytes, 0u);
 }
 
 TEST_F(FolderSizesTest, PathsLongerThanMaxPathWorkInBothForms)
@@ -88,24 +100,6 @@ TEST_F(FolderSizesTest, PathsLongerThanMaxPathWorkInBothForms)
     EXPECT_EQ(Complete(tree.path()).bytes, 12350u);
 }
 
-TEST_F(FolderSizesTest, AFolderThatCannotBeReadIsSkipped)
-{
-    MakeTree(tree.path());
-    MakeFolder(tree / L"locked");
-    MakeFile(tree / L"locked\\hidden.bin", 999);
-    // A handle that shares nothing keeps everyone else from listing it.
-    const HANDLE locked = CreateFileW((tree / L"locked").c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING,
-                                      FILE_FLAG_BACKUP_SEMANTICS, nullptr);
-    ASSERT_NE(locked, INVALID_HANDLE_VALUE);
-    const Totals totals = Complete(tree.path());
-    EXPECT_EQ(totals.bytes, kTreeTotals.bytes);
-    EXPECT_EQ(totals.files, kTreeTotals.files);
-    Totals none{7, 7};
-    EXPECT_EQ(sizes.GetTotals(tree / L"locked", none), static_cast<DWORD>(ERROR_SHARING_VIOLATION));
-    EXPECT_EQ(none.bytes, 0u);
-    CloseHandle(locked);
-}
-
 TEST_F(FolderSizesTest, TheTotalFollowsFilesAndFoldersWithinTwoSeconds)
 {
     MakeTree(tree.path());
@@ -119,7 +113,7 @@ TEST_F(FolderSizesTest, TheTotalFollowsFilesAndFoldersWithinTwoSeconds)
     };
     const Step steps[] = {
         {"file added", [&] { MakeFile(tree / L"a\\b\\c\\new.bin", 300); }, 300, 1},
-        {"file grown", [&] { AppendToFile(tree / L"a\\b\\c\\new.bin", 50); }, 50, 0},
+        {"file grown", [&] { MakeFile(tree / L"a\\b\\c\\new.bin", 350); }, 50, 0},
         {"file deleted", [&] { DeleteFileW((tree / L"a\\one.bin").c_str()); }, -1, -1},
         {"folder made with files", [&] {
              MakeFolder(tree / L"fresh");
@@ -155,11 +149,11 @@ TEST_F(FolderSizesTest, LostNotificationsMeanAFreshScan)
     MakeTree(tree.path());
     Totals totals;
     ASSERT_EQ(small.GetTotals(tree.path(), totals), 0u);
-    ASSERT_TRUE(WaitUntil([&] { return small.GetTotals(tree.path(), totals) == 0 && totals == kTreeTotals; }, 10000));
+    ASSERT_TRUE(PumpUntil([&] { return small.GetTotals(tree.path(), totals) == 0 && totals == kTreeTotals; }, 10000));
     MakeFolder(tree / L"burst");
     for (int i = 0; i < 300; ++i)
         MakeFile(tree / (L"burst\\f" + std::to_wstring(i)), 10);
-    WaitUntil([&] { return small.GetTotals(tree.path(), totals) == 0 && totals.files == kTreeTotals.files + 300; });
+    PumpUntil([&] { return small.GetTotals(tree.path(), totals) == 0 && totals.files == kTreeTotals.files + 300; });
     EXPECT_EQ(totals.bytes, kTreeTotals.bytes + 3000);
     EXPECT_EQ(totals.files, kTreeTotals.files + 300);
 }
@@ -217,11 +211,11 @@ TEST_F(FolderSizesTest, AFolderDeletedWhileItIsScannedIsLetGo)
     // The folder goes when the last handle to it closes: Windows refuses new
     // opens meanwhile, which fails the question; Wine shows it empty.
     DWORD error = 0;
-    EXPECT_TRUE(WaitUntil([&] { return (error = sizes.GetTotals(tree.path(), totals)) != 0 || totals == Totals{}; }));
+    EXPECT_TRUE(PumpUntil([&] { return (error = sizes.GetTotals(tree.path(), totals)) != 0 || totals == Totals{}; }));
     EXPECT_EQ(totals.bytes, 0u);
     bool wasFollowed = false;
     EXPECT_EQ(sizes.StopWatching(tree.path(), wasFollowed), 0u);
-    EXPECT_TRUE(WaitUntil([&] { return GetFileAttributesW(tree.path().c_str()) == INVALID_FILE_ATTRIBUTES; }))
+    EXPECT_TRUE(PumpUntil([&] { return GetFileAttributesW(tree.path().c_str()) == INVALID_FILE_ATTRIBUTES; }))
         << "the engine still holds the folder";
 }
 
@@ -240,25 +234,16 @@ TEST_F(FolderSizesTest, AFolderLetGoForMemoryAnswersItsLastTotalUntilItIsExactAg
     EXPECT_EQ(tight.WatchedCount(), 1u);
 
     MakeFile(first + L"\\grown.bin", 100);  // while nothing follows it
-    struct Seen {
+    // Until the new scan is complete, the last total it had.
+    const Totals before{1 + 4096 + 5'000'000'123, 3}, after{before.bytes + 100, 4};
+    EXPECT_TRUE(PumpUntil([&] {
         Totals totals;
-        ScanState state;
-    };
-    std::vector<Seen> seen;
-    EXPECT_TRUE(WaitUntil([&] {
-        Seen answer{};
-        EXPECT_EQ(tight.GetTotals(first, answer.totals, answer.state), 0u);
-        seen.push_back(answer);
-        return answer.state == ScanState::Complete;
+        ScanState state = ScanState::Unknown;
+        EXPECT_EQ(tight.GetTotals(first, totals, state), 0u);
+        EXPECT_TRUE(state == ScanState::Stale || state == ScanState::Complete) << static_cast<long>(state);
+        EXPECT_EQ(totals, state == ScanState::Complete ? after : before) << static_cast<long>(state);
+        return state == ScanState::Complete;
     }, 10000));
-    for (const Seen& answer : seen) {
-        const Totals expected = answer.state == ScanState::Complete ? Totals{1 + 4096 + 5'000'000'123 + 100, 4}
-                                                                      : Totals{1 + 4096 + 5'000'000'123, 3};
-        EXPECT_TRUE(answer.state == ScanState::Stale || answer.state == ScanState::Complete)
-            << "state " << static_cast<long>(answer.state);
-        EXPECT_EQ(answer.totals.bytes, expected.bytes) << "state " << static_cast<long>(answer.state);
-        EXPECT_EQ(answer.totals.files, expected.files) << "state " << static_cast<long>(answer.state);
-    }
 }
 
 TEST_F(FolderSizesTest, FoldersMadeAndDeletedOverAndOverLeaveNothingBehind)
@@ -275,7 +260,7 @@ TEST_F(FolderSizesTest, FoldersMadeAndDeletedOverAndOverLeaveNothingBehind)
         RemoveTree(folder);  // under Wine the folder stays until the engine lets it go
     }
     engine::Usage usage;
-    EXPECT_TRUE(WaitUntil([&] {
+    EXPECT_TRUE(PumpUntil([&] {
         Totals none;
         churn.GetTotals(tree / L"missing", none);  // questions go on, about other folders
         usage = churn.usage();
@@ -283,7 +268,7 @@ TEST_F(FolderSizesTest, FoldersMadeAndDeletedOverAndOverLeaveNothingBehind)
     })) << usage.followed << " followed, " << usage.closing << " closing, " << usage.watches << " with the watcher";
     EXPECT_LE(usage.recordBytes, options.recordBudget);
     EXPECT_LT(usage.records, 60u);
-    EXPECT_TRUE(WaitUntil([&] { return !PathExists(tree / L"round 0"); })) << "the engine still holds a deleted folder";
+    EXPECT_TRUE(PumpUntil([&] { return !PathExists(tree / L"round 0"); })) << "the engine still holds a deleted folder";
 }
 
 TEST_F(FolderSizesTest, AThreadThatCannotBeHadFailsTheQuestionInsteadOfHangingIt)
@@ -300,9 +285,35 @@ TEST_F(FolderSizesTest, AThreadThatCannotBeHadFailsTheQuestionInsteadOfHangingIt
         options.scans.maxThreads = c.scanThreads;
         FolderSizes starved(options);
         Totals totals;
-        EXPECT_TRUE(WaitUntil([&] { return starved.GetTotals(tree.path(), totals) == ERROR_MAX_THRDS_REACHED; }))
+        EXPECT_TRUE(PumpUntil([&] { return starved.GetTotals(tree.path(), totals) == ERROR_MAX_THRDS_REACHED; }))
             << c.what;
         EXPECT_EQ(totals.bytes, 0u) << c.what;
+    }
+}
+
+// The scan's root error is the watched folder's own listing, never a folder
+// below it that cannot be listed.
+TEST(TreeScan, TheRootErrorIsTheWatchedFoldersOwnListing)
+{
+    ScratchTree tree;
+    MakeFolder(tree / L"locked");
+    const base::unique_kernel_handle locked(CreateFileW((tree / L"locked").c_str(), GENERIC_READ, 0, nullptr,
+                                                        OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    ASSERT_TRUE(locked);
+    const std::pair<std::wstring, DWORD> cases[] = {
+        {tree.path(), 0},
+        {tree / L"locked", ERROR_SHARING_VIOLATION},
+        {tree / L"missing", ERROR_FILE_NOT_FOUND},
+    };
+    storage::WorkerPool pool;
+    for (const auto& [folder, expected] : cases) {
+        const base::unique_kernel_handle done(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+        DWORD error = 0;
+        const auto scan = engine::TreeScan::Start(pool, 1, Verbatim(folder), false,
+                                                  [&](engine::TreeScan&) { SetEvent(done.get()); }, error);
+        ASSERT_TRUE(scan) << error;
+        ASSERT_EQ(WaitForSingleObject(done.get(), 10000), WAIT_OBJECT_0) << folder;
+        EXPECT_EQ(scan->RootError(), expected) << folder;
     }
 }
 

@@ -243,63 +243,13 @@ protected:
     }
 };
 
-TEST_F(InstalledWatcher, RunValueStartsTheInstalledWatcher)
+// The installed watcher and engine at work: the watcher started from the Run
+// value watches a folder of config.xml grown past its maximum, asks the engine
+// (activated through the installed rows) for its total, and writes the
+// crossing to the default log in the documents folder.
+TEST_F(InstalledWatcher, RunValueStartsTheWatcherAndACrossingIsLogged)
 {
     ASSERT_FALSE(WatcherRunning());
-    ASSERT_NO_FATAL_FAILURE(CheckStartWithWindows());
-    const std::wstring run = ReadString(HKEY_CURRENT_USER, kRunKey, L"Kestrune");
-    ASSERT_EQ(run, Installed(L"KRN Watcher.exe"));
-
-    ChildProcess watcher(run);
-    ASSERT_TRUE(watcher.started()) << run;
-    EXPECT_TRUE(PumpUntil(WatcherRunning, kTimeout)) << "no presence mutex";
-    EXPECT_EQ(RunningImage(L"KRN Watcher.exe"), Installed(L"KRN Watcher.exe"));
-
-    // Activated while it may still be starting: it serves at the first attempt.
-    base::com_ptr<IWatcherControl> control;
-    ASSERT_EQ(CoCreateInstance(CLSID_WatcherControl, nullptr, CLSCTX_LOCAL_SERVER, IID_IWatcherControl,
-                               control.put_void()),
-              S_OK);
-    EXPECT_EQ(control->Disable(), S_OK);
-    EXPECT_EQ(watcher.Wait(kTimeout), 0u);
-    EXPECT_FALSE(WatcherRunning());
-}
-
-// Activation through the installed rows starts each server from the program
-// folder, and calls reach it through the installed type library.
-TEST_F(InstalledWatcher, ActivationStartsBothServersFromTheProgramFolder)
-{
-    ASSERT_FALSE(WatcherRunning());
-    base::com_ptr<IWatcherControl> control;
-    ASSERT_EQ(CoCreateInstance(CLSID_WatcherControl, nullptr, CLSCTX_LOCAL_SERVER, IID_IWatcherControl,
-                               control.put_void()),
-              S_OK);
-    EXPECT_TRUE(WatcherRunning());
-    EXPECT_EQ(RunningImage(L"KRN Watcher.exe"), Installed(L"KRN Watcher.exe"));
-    long state = -1;
-    EXPECT_EQ(control->GetState(&state), S_OK);
-
-    TempFolder temp;
-    WriteFileBytes(temp / L"file.bin", std::string(1000, 'x'));
-    base::com_ptr<ISizeEngine> engine;
-    ASSERT_EQ(CoCreateInstance(CLSID_SizeEngine, nullptr, CLSCTX_LOCAL_SERVER, IID_ISizeEngine, engine.put_void()),
-              S_OK);
-    EXPECT_EQ(RunningImage(L"KRN Size Engine.exe"), Installed(L"KRN Size Engine.exe"));
-    const base::unique_bstr folder(temp.path().c_str());
-    unsigned __int64 size = 0;
-    engine->GetTotalSize(folder.get(), &size);  // asks for the folder: its first scan starts
-    long scan = KRN_SCAN_UNKNOWN;
-    PumpUntil([&] { return SUCCEEDED(engine->GetScanState(folder.get(), &scan)) && scan == KRN_SCAN_COMPLETE; },
-              kTimeout);
-    EXPECT_EQ(engine->GetTotalSize(folder.get(), &size), S_OK);
-    EXPECT_EQ(size, 1000u);
-}
-
-// The installed watcher and engine at work: a folder of config.xml grown past
-// its maximum while the watcher started from the Run value runs; the crossing
-// is written to the default log in the documents folder.
-TEST_F(InstalledWatcher, CrossingIsActedOn)
-{
     TempFolder temp;
     const std::wstring folder = temp / L"watched folder";
     std::filesystem::create_directories(folder);
@@ -311,19 +261,27 @@ TEST_F(InstalledWatcher, CrossingIsActedOn)
                                      "</Folder></Folders></Configuration>");
     DeleteFileW(UserLog().c_str());
     ASSERT_NO_FATAL_FAILURE(CheckStartWithWindows());
-    ChildProcess watcher(ReadString(HKEY_CURRENT_USER, kRunKey, L"Kestrune"));
+    const std::wstring run = ReadString(HKEY_CURRENT_USER, kRunKey, L"Kestrune");
+    ASSERT_EQ(run, Installed(L"KRN Watcher.exe"));
+    ChildProcess watcher(run);
+    ASSERT_TRUE(watcher.started()) << run;
     ASSERT_TRUE(PumpUntil(WatcherRunning, kTimeout)) << "no presence mutex";
+    EXPECT_EQ(RunningImage(L"KRN Watcher.exe"), Installed(L"KRN Watcher.exe"));
+    // Activated while it may still be starting: it serves at the first attempt.
+    base::com_ptr<IWatcherControl> control;
+    ASSERT_EQ(CoCreateInstance(CLSID_WatcherControl, nullptr, CLSCTX_LOCAL_SERVER, IID_IWatcherControl,
+                               control.put_void()),
+              S_OK);
 
     WriteFileBytes(folder + L"\\grown.bin", std::string(2048, 'x'));
-    const auto logged = [] {
-        const std::string log = Exists(UserLog()) ? ReadFileBytes(UserLog()) : std::string();
-        return log.find("Maximum exceeded") != std::string::npos;
-    };
-    EXPECT_TRUE(PumpUntil(logged, 10000)) << "no log line in " << UserLog();
-    const std::string log = Exists(UserLog()) ? ReadFileBytes(UserLog()) : std::string();
-    EXPECT_NE(log.find(path), std::string::npos) << log;
-    EXPECT_NE(log.find("2.00 KB"), std::string::npos) << log;
-    EndWatcher();  // through Disable: a server ended by force stays registered with COM
+    const auto log = [] { return Exists(UserLog()) ? ReadFileBytes(UserLog()) : std::string(); };
+    EXPECT_TRUE(PumpUntil([&] { return log().find("Maximum exceeded") != std::string::npos; }, 10000))
+        << "no log line in " << UserLog();
+    EXPECT_NE(log().find(path + "\tMaximum exceeded\tSize 2.00 KB"), std::string::npos) << log();
+    EXPECT_EQ(RunningImage(L"KRN Size Engine.exe"), Installed(L"KRN Size Engine.exe"));
+    EXPECT_EQ(control->Disable(), S_OK);
+    EXPECT_EQ(watcher.Wait(kTimeout), 0u);
+    EXPECT_FALSE(WatcherRunning());
     DeleteFileW(UserConfig().c_str());
     DeleteFileW(UserLog().c_str());
 }

@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <functional>
 #include <thread>
 #include <vector>
 
@@ -17,7 +16,6 @@
 #include "base/Handles.h"
 #include "idl/PresenceMutex.h"
 #include "support/Gui.h"
-#include "support/Scratch.h"
 
 namespace krn::test {
 namespace {
@@ -41,16 +39,11 @@ bool WatcherMutexExists()
     return static_cast<bool>(base::unique_kernel_handle(OpenMutexW(SYNCHRONIZE, FALSE, kWatcherMutexName)));
 }
 
-using Call = std::function<HRESULT(IUnknown*)>;
-
 // A client of its own (thread, apartment, proxy) that calls the server in a
-// loop until a call fails; records the failure and the longest call.
+// loop until a call fails: the call is GetState or GetScanState.
 class CallingClient {
 public:
-    CallingClient(const CLSID& clsid, const IID& iid, Call call)
-        : thread_([this, &clsid, &iid, call = std::move(call)] { Run(clsid, iid, call); })
-    {
-    }
+    CallingClient(const CLSID& clsid, const IID& iid) : thread_([this, &clsid, &iid] { Run(clsid, iid); }) {}
     ~CallingClient()
     {
         stop_ = true;
@@ -59,47 +52,34 @@ public:
     CallingClient(const CallingClient&) = delete;
     CallingClient& operator=(const CallingClient&) = delete;
 
-    long calls() const { return calls_; }
-    bool ended() const { return ended_; }
-    HRESULT last() const { return last_; }
-    DWORD longestMs() const { return longestMs_; }
+    std::atomic<long> calls{0};
+    std::atomic<bool> ended{false};
+    std::atomic<HRESULT> last{S_OK};
 
 private:
-    void Run(const CLSID& clsid, const IID& iid, const Call& call)
+    void Run(const CLSID& clsid, const IID& iid)
     {
         base::ComInit com(COINIT_APARTMENTTHREADED);
         base::com_ptr<IUnknown> object;
-        last_ = CoCreateInstance(clsid, nullptr, CLSCTX_LOCAL_SERVER, iid, object.put_void());
-        while (SUCCEEDED(last_) && !stop_) {
-            const DWORD start = GetTickCount();
-            last_ = call(object.get());
-            longestMs_ = std::max<DWORD>(longestMs_, GetTickCount() - start);
-            ++calls_;
-        }
-        ended_ = true;
+        last = CoCreateInstance(clsid, nullptr, CLSCTX_LOCAL_SERVER, iid, object.put_void());
+        const base::unique_bstr name(L"C:\\");
+        for (LONG state = 0; SUCCEEDED(last) && !stop_; ++calls)
+            last = clsid == CLSID_WatcherControl ? static_cast<IWatcherControl*>(object.get())->GetState(&state)
+                                                 : static_cast<ISizeEngine*>(object.get())->GetScanState(name.get(), &state);
+        ended = true;
     }
 
-    std::atomic<bool> stop_{false}, ended_{false};
-    std::atomic<long> calls_{0};
-    std::atomic<HRESULT> last_{S_OK};
-    std::atomic<DWORD> longestMs_{0};
+    std::atomic<bool> stop_{false};
     std::thread thread_;
 };
-
-enum class End { Disable, Unregister };
 
 struct EndCase {
     const char* name;
     const char* exe;
     const CLSID& clsid;
     const IID& iid;
-    End end;
+    bool disable;  // else /UnregServer
 };
-
-void PrintTo(const EndCase& c, std::ostream* out)
-{
-    *out << c.name;
-}
 
 class ServerEndTest : public testing::TestWithParam<EndCase> {
 protected:
@@ -124,22 +104,15 @@ TEST_P(ServerEndTest, ClientCallingInALoopFailsAndTheServerEndsCleanly)
     const std::wstring exe = WindowsPath(c.exe);
     base::com_ptr<IUnknown> object;
     ASSERT_EQ(CoCreateInstance(c.clsid, nullptr, CLSCTX_LOCAL_SERVER, c.iid, object.put_void()), S_OK);
-    TempFolder folder;
-    const base::unique_bstr name(folder.path().c_str());
-    CallingClient client(c.clsid, c.iid, [&](IUnknown* called) {
-        LONG state = 0;
-        if (c.clsid == CLSID_WatcherControl)
-            return static_cast<IWatcherControl*>(called)->GetState(&state);
-        return static_cast<ISizeEngine*>(called)->GetScanState(name.get(), &state);
-    });
-    ASSERT_TRUE(PumpUntil([&] { return client.calls() >= 20 || client.ended(); }, kEndsWithinMs));
-    ASSERT_FALSE(client.ended()) << "the client's calls failed before the end: 0x" << std::hex << client.last();
+    CallingClient client(c.clsid, c.iid);
+    ASSERT_TRUE(PumpUntil([&] { return client.calls >= 20 || client.ended.load(); }, kEndsWithinMs));
+    ASSERT_FALSE(client.ended) << "the client's calls failed before the end: 0x" << std::hex << client.last.load();
     const std::vector<DWORD> running = Processes(exe);
     ASSERT_EQ(running.size(), 1u) << "both activations reach the same copy";
     base::unique_kernel_handle process(OpenProcess(SYNCHRONIZE | PROCESS_QUERY_LIMITED_INFORMATION, FALSE, running[0]));
     ASSERT_TRUE(process);
 
-    if (c.end == End::Disable)
+    if (c.disable)
         EXPECT_EQ(static_cast<IWatcherControl*>(object.get())->Disable(), S_OK);
     else
         EXPECT_EQ(Run(exe, L"/UnregServer"), 0u);
@@ -149,19 +122,16 @@ TEST_P(ServerEndTest, ClientCallingInALoopFailsAndTheServerEndsCleanly)
     DWORD exitCode = STILL_ACTIVE;
     GetExitCodeProcess(process.get(), &exitCode);
     EXPECT_EQ(exitCode, 0u);
-    EXPECT_TRUE(PumpUntil([&] { return client.ended(); }, kEndsWithinMs)) << "the client's call hangs";
-    EXPECT_TRUE(FAILED(client.last())) << std::hex << client.last();
+    EXPECT_TRUE(PumpUntil([&] { return client.ended.load(); }, kEndsWithinMs)) << "the client's call hangs";
+    EXPECT_TRUE(FAILED(client.last.load())) << std::hex << client.last.load();
     EXPECT_TRUE(Processes(exe).empty()) << "a copy of the server is left";
     EXPECT_FALSE(WatcherMutexExists());
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Servers, ServerEndTest,
-    testing::Values(EndCase{"WatcherDisabled", KRN_WATCHER_EXE, CLSID_WatcherControl, IID_IWatcherControl, End::Disable},
-                    EndCase{"WatcherUnregistered", KRN_WATCHER_EXE, CLSID_WatcherControl, IID_IWatcherControl,
-                            End::Unregister},
-                    EndCase{"EngineUnregistered", KRN_SIZE_ENGINE_EXE, CLSID_SizeEngine, IID_ISizeEngine,
-                            End::Unregister}),
+    testing::Values(EndCase{"WatcherDisabled", KRN_WATCHER_EXE, CLSID_WatcherControl, IID_IWatcherControl, true},
+                    EndCase{"EngineUnregistered", KRN_SIZE_ENGINE_EXE, CLSID_SizeEngine, IID_ISizeEngine, false}),
     [](const testing::TestParamInfo<EndCase>& param) { return std::string(param.param.name); });
 
 } // namespace

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 
 #include "support/Gui.h"
@@ -113,6 +114,48 @@ TEST(Alerts, LogFailureToldOnce)
         alerts.Carry({line});
     }
     EXPECT_EQ(ReadFileBytes(log), "\xEF\xBB\xBF" "crossed\r\n") << "written once the folder exists";
+}
+
+// Programs start in the order they came, no more than the bound at a time:
+// each marks its start and its end, and waits until the test lets it end.
+TEST(ProgramLauncher, RunsNoMoreThanItsBoundAtATime)
+{
+    constexpr int kPrograms = 5;
+    constexpr int kBound = 2;
+    TempFolder folder;
+    const std::wstring script = folder / L"hold.cmd";
+    WriteFileBytes(script, "@echo off\r\nset n=0\r\necho.> \"%~1.start\"\r\n:wait\r\nif exist \"%~1.go\" goto done\r\n"
+                           "set /a n+=1\r\nif %n% gtr 60 goto done\r\nping -n 2 127.0.0.1 >nul\r\ngoto wait\r\n"
+                           ":done\r\necho.> \"%~1.end\"\r\n");
+    const auto mark = [&](int program, const wchar_t* what) { return folder / (L"p" + std::to_wstring(program) + what); };
+    const auto marked = [&](int program, const wchar_t* what) {
+        return GetFileAttributesW(mark(program, what).c_str()) != INVALID_FILE_ATTRIBUTES;
+    };
+    ProgramLauncher launcher([](const AlertAction&, DWORD error) { ADD_FAILURE() << "not started: " << error; },
+                             kBound);
+    for (int i = 0; i < kPrograms; ++i) {
+        AlertAction run;
+        run.kind = AlertAction::Kind::RunApplication;
+        run.folder = folder.path();
+        run.command = {script, L"\"" + mark(i, L"") + L"\""};
+        launcher.Launch(run);
+    }
+    int mostRunning = 0;
+    for (int i = 0; i < kPrograms; ++i) {
+        EXPECT_TRUE(PumpUntil(
+            [&] {
+                int running = 0;
+                for (int j = 0; j < kPrograms; ++j)
+                    running += marked(j, L".start") && !marked(j, L".end");
+                mostRunning = std::max(mostRunning, running);
+                return marked(i, L".start");
+            },
+            15000))
+            << "program " << i << " did not start";
+        WriteFileBytes(mark(i, L".go"), "");
+        EXPECT_TRUE(PumpUntil([&] { return marked(i, L".end"); }, 15000)) << "program " << i << " did not end";
+    }
+    EXPECT_LE(mostRunning, kBound);
 }
 
 TEST(StartProgram, MissingProgramFailsAtOnce)

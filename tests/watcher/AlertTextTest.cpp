@@ -20,13 +20,7 @@ TEST(AlertMessage, CustomTextOrTheDefault)
 
 TEST(FormatLogLine, DateFolderLimitSizeAndLimit)
 {
-    SYSTEMTIME time{};
-    time.wYear = 2026;
-    time.wMonth = 3;
-    time.wDay = 7;
-    time.wHour = 9;
-    time.wMinute = 5;
-    time.wSecond = 2;
+    const SYSTEMTIME time{2026, 3, 6, 7, 9, 5, 2, 0};
     EXPECT_EQ(FormatLogLine(time, L"C:\\Data", LimitSide::Maximum, 2048, 1024),
               L"2026-03-07 09:05:02\tC:\\Data\tMaximum exceeded\tSize 2.00 KB\tLimit 1.00 KB");
     EXPECT_EQ(FormatLogLine(time, L"C:\\\u65e5\u672c", LimitSide::Minimum, 10, 1048576),

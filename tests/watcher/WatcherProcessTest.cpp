@@ -1,45 +1,195 @@
 // The built "KRN Watcher.exe" as the configuration program meets it: a
-// process of its own, registered in the prefix, found through its mutex and
-// reached through real COM activation.
+// process of its own, registered in the prefix, found through its mutex,
+// reached through real COM activation, and acting on crossings through the
+// real size engine. Every wait is for a condition; the decisions themselves
+// are WatchCoreTest's.
 #include <windows.h>
 #include <tlhelp32.h>
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <filesystem>
 
-#include "WatcherFixture.h"
 #include "app/ChildProcess.h"
 #include "server/Registration.h"
+#include "settings/RegistryValues.h"
 #include "support/Gui.h"
 #include "support/Scratch.h"
+#include "support/SlowStorage.h"
 #include "watcher/WatcherControl.h"
 
 namespace krn::test {
 namespace {
 
-TEST_F(WatcherTest, SecondCopyByHandEndsAtOnce)
+const std::wstring kWatcherExe = WindowsPath(KRN_WATCHER_EXE);
+const std::wstring kEngineExe = WindowsPath(KRN_SIZE_ENGINE_EXE);
+constexpr DWORD kActedWithinMs = 15000;  // a backstop, not a target
+constexpr wchar_t kWatcherCaption[] = L"Kestrune\u2122 Watcher";
+
+bool MutexExists()
+{
+    return static_cast<bool>(base::unique_kernel_handle(OpenMutexW(SYNCHRONIZE, FALSE, kWatcherMutexName)));
+}
+
+size_t WatcherCopies()
+{
+    size_t copies = 0;
+    base::unique_kernel_handle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
+    PROCESSENTRY32W entry{sizeof entry};
+    for (BOOL more = Process32FirstW(snapshot.get(), &entry); more; more = Process32NextW(snapshot.get(), &entry))
+        copies += _wcsicmp(entry.szExeFile, L"KRN Watcher.exe") == 0;
+    return copies;
+}
+
+HRESULT Create(base::com_ptr<IWatcherControl>& control)
+{
+    return CoCreateInstance(CLSID_WatcherControl, nullptr, CLSCTX_LOCAL_SERVER, IID_IWatcherControl,
+                            control.put_void());
+}
+
+LONG State(IWatcherControl* control)
+{
+    LONG state = -1;
+    EXPECT_EQ(control->GetState(&state), S_OK);
+    return state;
+}
+
+// A watcher outlives a test that failed: every test starts and ends with none.
+void StopWatcher()
 {
     base::com_ptr<IWatcherControl> control;
-    ASSERT_EQ(Create(control), S_OK);
-    EXPECT_EQ(RunWatcherWith(L""), DWORD(kWatcherAlreadyRunning));
-    EXPECT_EQ(State(control.get()), KRN_WATCHER_IDLE) << "the first copy still answers";
+    if (MutexExists() && SUCCEEDED(Create(control)))
+        control->Disable();
+    EXPECT_TRUE(PumpUntil([] { return !MutexExists(); })) << "the watcher did not end";
 }
+
+DWORD RunServer(const std::wstring& exe, const wchar_t* arguments)
+{
+    return ChildProcess(exe, arguments).Wait(30000);
+}
+
+// The watcher's message box, once it shows (it exists before its buttons
+// are settled).
+HWND WatcherBox()
+{
+    const HWND box = FindWindowW(L"#32770", kWatcherCaption);
+    return box && IsWindowVisible(box) ? box : nullptr;
+}
+
+std::string Utf8(const std::wstring& text)
+{
+    std::string bytes(text.size() * 3, '\0');
+    bytes.resize(WideCharToMultiByte(CP_UTF8, 0, text.data(), int(text.size()), bytes.data(), int(bytes.size()),
+                                     nullptr, nullptr));
+    return bytes;
+}
+
+// Whether the log holds a whole line.
+bool Logged(const std::wstring& log)
+{
+    return ReadFileBytes(log).find('\n') != std::string::npos;
+}
+
+// Puts a value of the prefix's HKEY_CURRENT_USER back as it was found (or
+// removes it when there was none).
+class RegValueGuard {
+public:
+    RegValueGuard(const wchar_t* key, const wchar_t* name) : key_(key), name_(name)
+    {
+        had_ = ReadRegValue(key, name, &type_, &data_);
+    }
+    ~RegValueGuard()
+    {
+        if (had_)
+            WriteRegBinary(key_, name_, type_, data_.data(), DWORD(data_.size()));
+        else
+            RegDeleteKeyValueW(HKEY_CURRENT_USER, key_, name_);
+    }
+    RegValueGuard(const RegValueGuard&) = delete;
+    RegValueGuard& operator=(const RegValueGuard&) = delete;
+
+private:
+    const wchar_t* key_;
+    const wchar_t* name_;
+    bool had_ = false;
+    DWORD type_ = 0;
+    std::string data_;
+};
+
+class WatcherTest : public testing::Test {
+protected:
+    // The watcher reads the prefix's own HKEY_CURRENT_USER: its AppData
+    // folder, log file and start-up setting are pointed at scratch values and
+    // put back afterwards.
+    void SetUp() override
+    {
+        StopWatcher();
+        WriteRegString(kShellFolders, L"AppData", scratch_.path());
+        std::filesystem::create_directories(scratch_ / L"Norlath\\Kestrune");
+        WriteRegString(registry::kLogFile.key, registry::kLogFile.name, log_);
+        RegDeleteKeyValueW(HKEY_CURRENT_USER, registry::kDisableAlertOnStartup.key,
+                           registry::kDisableAlertOnStartup.name);
+    }
+    void TearDown() override
+    {
+        PumpUntil([] {
+            const HWND box = WatcherBox();
+            if (box)
+                DialogDriver::Click(box, IDOK);
+            return !box;
+        });
+        StopWatcher();
+        // The engine follows the watched folders: under Wine a folder open in
+        // another process stays until it is closed, and the removal of the
+        // scratch folder would wait for it.
+        if (watched_) {
+            EXPECT_EQ(RunServer(kEngineExe, L"/UnregServer"), 0u);
+            EXPECT_EQ(RunServer(kEngineExe, L"/RegServer"), 0u);
+        }
+    }
+
+    // The folders with a 1 KB maximum and `actions` (XML), then the watcher.
+    void Watch(const std::vector<std::wstring>& folders, const std::string& actions)
+    {
+        std::string xml = R"(<?xml version="1.0" encoding="utf-8"?><Configuration><Settings>)"
+                          R"(<ConfigVersion Version="1.3"/></Settings><Folders>)";
+        for (const std::wstring& folder : folders)
+            xml += "<Folder Path=\"" + Utf8(folder) + R"("><Max Value="1" Units="KB" Msg=""/><Actions>)" + actions +
+                   "</Actions></Folder>";
+        WriteFileBytes(scratch_ / L"Norlath\\Kestrune\\config.xml", xml + "</Folders></Configuration>");
+        watched_ = true;
+        ASSERT_EQ(Create(control_), S_OK);
+        ASSERT_EQ(State(control_.get()), KRN_WATCHER_WATCHING);
+    }
+
+    static constexpr wchar_t kShellFolders[] =
+        L"Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders";
+    TempFolder scratch_;
+    const std::wstring log_ = scratch_ / L"alerts.log";
+    bool watched_ = false;
+    base::com_ptr<IWatcherControl> control_;
+    RegValueGuard appData_{kShellFolders, L"AppData"};
+    RegValueGuard logGuard_{registry::kLogFile.key, registry::kLogFile.name};
+    RegValueGuard alertsGuard_{registry::kDisableAlertOnStartup.key, registry::kDisableAlertOnStartup.name};
+};
 
 // Whichever copy gets the mutex serves, and the other one ends: an activation
 // while a copy starts by hand succeeds at the first attempt, also when it
-// comes between the mutex and the class object.
-TEST_F(WatcherTest, ActivationWhileACopyStartsByHand)
+// comes between the mutex and the class object; a copy started by hand while
+// one serves ends at once.
+TEST_F(WatcherTest, OneCopyServesHoweverItIsStarted)
 {
     for (const bool afterMutex : {false, true}) {
         SCOPED_TRACE(afterMutex ? "activated once the mutex is taken" : "activated at once");
         ChildProcess watcher(kWatcherExe, L"");
         if (afterMutex) {
-            EXPECT_TRUE(WaitForMutex(true, 10000));
+            EXPECT_TRUE(PumpUntil(MutexExists, 10000));
         }
         base::com_ptr<IWatcherControl> control;
         EXPECT_EQ(Create(control), S_OK);
-        EXPECT_TRUE(PumpUntil([] { return WatcherProcesses().size() == 1; }, 10000)) << "the other copy did not end";
+        EXPECT_TRUE(PumpUntil([] { return WatcherCopies() == 1; }, 10000)) << "the other copy did not end";
+        EXPECT_EQ(RunServer(kWatcherExe, L""), DWORD(kWatcherAlreadyRunning));
+        EXPECT_EQ(State(control.get()), KRN_WATCHER_IDLE) << "the first copy still answers";
         // Ended by Disable, never killed: Wine would keep a dead copy's class.
         StopWatcher();
         const DWORD exitCode = watcher.Wait(10000);
@@ -47,82 +197,93 @@ TEST_F(WatcherTest, ActivationWhileACopyStartsByHand)
     }
 }
 
-// Every key and value below `key` (HKEY_LOCAL_MACHINE), one line each.
-void Dump(const std::wstring& key, std::vector<std::wstring>& lines)
+std::wstring RegisteredTypeLibrary()
 {
-    base::unique_hkey opened;
-    if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, key.c_str(), 0, KEY_READ, opened.put()) != ERROR_SUCCESS)
-        return;
-    lines.push_back(key);
-    for (DWORD i = 0;; ++i) {
-        wchar_t name[256], data[512] = {};
-        DWORD length = 256, type = 0, size = sizeof data - sizeof(wchar_t);
-        if (RegEnumValueW(opened.get(), i, name, &length, nullptr, &type, reinterpret_cast<BYTE*>(data), &size))
-            break;
-        lines.push_back(key + L" [" + name + L"] = " + (type == REG_SZ ? data : L"(not a string)"));
-    }
-    for (DWORD i = 0;; ++i) {
-        wchar_t name[256];
-        DWORD length = 256;
-        if (RegEnumKeyExW(opened.get(), i, name, &length, nullptr, nullptr, nullptr, nullptr))
-            break;
-        Dump(key + L"\\" + name, lines);
-    }
+    base::unique_bstr path;
+    QueryPathOfRegTypeLib(LIBID_KestruneServers, 1, 0, LOCALE_NEUTRAL, path.put());
+    return path ? path.get() : L"<none>";
 }
 
-// What registration may write: the class, the type library and its two
-// interfaces, in the 64-bit view and the one kept for 32-bit clients.
-std::vector<std::wstring> ServerKeys()
+std::wstring DefaultValue(const std::wstring& key)
 {
-    std::vector<std::wstring> lines;
-    for (const std::wstring classes : {L"Software\\Classes\\", L"Software\\Classes\\Wow6432Node\\"}) {
-        Dump(classes + L"CLSID\\" + server::GuidText(CLSID_WatcherControl), lines);
-        Dump(classes + L"TypeLib\\" + server::GuidText(LIBID_KestruneServers), lines);
-        Dump(classes + L"Interface\\" + server::GuidText(IID_IWatcherControl), lines);
-        Dump(classes + L"Interface\\" + server::GuidText(IID_ISizeEngine), lines);
-    }
-    std::sort(lines.begin(), lines.end());
-    return lines;
+    wchar_t text[1024] = {};
+    DWORD size = sizeof text;
+    if (RegGetValueW(HKEY_LOCAL_MACHINE, key.c_str(), nullptr, RRF_RT_REG_SZ, nullptr, text, &size) != ERROR_SUCCESS)
+        return L"<absent>";
+    return text;
 }
 
-bool Contains(const std::vector<std::wstring>& lines, const std::wstring& line)
+// The servers fixture left both servers registered; so does this test. The
+// shared type library stays when the watcher goes, registered from the
+// engine's file.
+TEST(WatcherRegistration, UnregisterRemovesTheClassAndHandsTheTypeLibraryToTheEngine)
 {
-    return std::find(lines.begin(), lines.end(), line) != lines.end();
-}
-
-class RegistrationTest : public testing::Test {
-protected:
-    void SetUp() override { StopWatcher(); }
-    // The servers fixture left the watcher registered; so does this test.
-    void TearDown() override { EXPECT_EQ(RunWatcherWith(L"/RegServer"), 0u); }
-};
-
-// With the size engine registered too, the shared type library stays when the
-// watcher goes, registered from the engine's file: the comparison still holds.
-TEST_F(RegistrationTest, UnregisterRemovesExactlyWhatRegisterWrote)
-{
-    ASSERT_EQ(RunWatcherWith(L"/UnregServer"), 0u);
-    const std::vector<std::wstring> unregistered = ServerKeys();
-    base::com_ptr<IWatcherControl> control;
-    EXPECT_EQ(Create(control), REGDB_E_CLASSNOTREG);
-
+    StopWatcher();
     const std::wstring classKey = server::ClassKey(CLSID_WatcherControl);
-    const std::wstring interfaceKey = L"Software\\Classes\\Interface\\" + server::GuidText(IID_IWatcherControl);
+    for (int run = 1; run <= 2; ++run) {
+        SCOPED_TRACE(testing::Message() << "/UnregServer number " << run);
+        EXPECT_EQ(RunServer(kWatcherExe, L"/UnregServer"), 0u);
+        base::com_ptr<IWatcherControl> control;
+        EXPECT_EQ(Create(control), REGDB_E_CLASSNOTREG);
+        base::unique_hkey key;
+        EXPECT_EQ(RegOpenKeyExW(HKEY_LOCAL_MACHINE, classKey.c_str(), 0, KEY_READ, key.put()), ERROR_FILE_NOT_FOUND);
+        EXPECT_EQ(RegisteredTypeLibrary(), kEngineExe);
+    }
     for (int run = 1; run <= 2; ++run) {
         SCOPED_TRACE(testing::Message() << "/RegServer number " << run);
-        ASSERT_EQ(RunWatcherWith(L"/RegServer"), 0u);
-        const std::vector<std::wstring> registered = ServerKeys();
-        EXPECT_PRED2(Contains, registered, classKey + L" [] = Kestrune Watcher Control");
-        EXPECT_PRED2(Contains, registered, classKey + L"\\LocalServer32 [] = \"" + kWatcherExe + L"\"");
-        EXPECT_PRED2(Contains, registered,
-                     interfaceKey + L"\\ProxyStubClsid32 [] = {00020424-0000-0000-C000-000000000046}");
-        base::unique_bstr typeLibPath;
-        EXPECT_EQ(QueryPathOfRegTypeLib(LIBID_KestruneServers, 1, 0, LOCALE_NEUTRAL, typeLibPath.put()), S_OK);
-        EXPECT_EQ(std::wstring(typeLibPath ? typeLibPath.get() : L""), kWatcherExe);
+        ASSERT_EQ(RunServer(kWatcherExe, L"/RegServer"), 0u);
+        EXPECT_EQ(DefaultValue(classKey), L"Kestrune Watcher Control");
+        EXPECT_EQ(DefaultValue(classKey + L"\\LocalServer32"), L"\"" + kWatcherExe + L"\"");
+        EXPECT_EQ(RegisteredTypeLibrary(), kWatcherExe);
     }
-    ASSERT_EQ(RunWatcherWith(L"/UnregServer"), 0u);
-    EXPECT_EQ(ServerKeys(), unregistered);
-    EXPECT_EQ(RunWatcherWith(L"/UnregServer"), 0u) << "unregistering twice is harmless";
+}
+
+// One crossing and its three actions: the box (with the watcher's own
+// caption), the log line, and the program, which leaves a file named by its
+// parameters in the folder it was given through %currentdir%.
+TEST_F(WatcherTest, OneCrossingEndToEnd)
+{
+    const std::wstring folder = scratch_ / L"Watched \u00e9t\u00e9";
+    std::filesystem::create_directories(folder);
+    const std::wstring script = scratch_ / L"record.cmd";
+    WriteFileBytes(script, "@type nul > \"%~1\\ran %2.txt\"\r\n");
+    ASSERT_NO_FATAL_FAILURE(Watch({folder}, "<MsgBox/><AddToLog/><Run Path=\"&quot;" + Utf8(script) +
+                                                "&quot;\" Params=\"&quot;%currentdir%&quot; crossed\"/>"));
+    WriteFileBytes(folder + L"\\big.bin", std::string(2048, 'x'));
+
+    HWND box = nullptr;
+    ASSERT_TRUE(PumpUntil([&] { return (box = WatcherBox()) != nullptr; }, kActedWithinMs)) << "no message box";
+    const MessageBoxInfo info = ReadMessageBox(box);
+    EXPECT_EQ(info.text, L"The folder " + folder + L" has a size of 2.00 KB, above its maximum limit of 1.00 KB.");
+    EXPECT_EQ(info.buttons, std::vector<int>{IDOK});
+    DialogDriver::Click(box, IDOK);
+
+    ASSERT_TRUE(PumpUntil([&] { return Logged(log_); }, kActedWithinMs)) << "no log line";
+    // BOM, "2026-11-24 14:05:09", then the folder, the limit, the size and the limit's value.
+    const std::string log = ReadFileBytes(log_);
+    EXPECT_EQ(log.substr(std::min<size_t>(22, log.size())),
+              "\t" + Utf8(folder) + "\tMaximum exceeded\tSize 2.00 KB\tLimit 1.00 KB\r\n");
+
+    const std::wstring ran = folder + L"\\ran crossed.txt";
+    EXPECT_TRUE(PumpUntil([&] { return GetFileAttributesW(ran.c_str()) != INVALID_FILE_ATTRIBUTES; }, kActedWithinMs))
+        << "the program did not run";
+}
+
+// A folder whose storage takes half a minute per operation holds only itself:
+// another folder's crossing is acted on meanwhile, and Disable ends the
+// watcher without waiting for it.
+TEST_F(WatcherTest, AFolderOnSlowStorageHoldsNeitherTheOthersNorTheEnd)
+{
+    SlowStorage storage;
+    KRN_REQUIRE_SLOW_STORAGE(storage);
+    const std::wstring fast = scratch_ / L"fast";
+    std::filesystem::create_directories(fast);
+    ASSERT_NO_FATAL_FAILURE(Watch({storage.slow(), fast}, "<AddToLog/>"));
+    WriteFileBytes(fast + L"\\big.bin", std::string(2048, 'x'));
+    EXPECT_TRUE(PumpUntil([&] { return Logged(log_); }, kActedWithinMs)) << "the slow folder held the other";
+    EXPECT_EQ(control_->Disable(), S_OK);
+    control_.reset();
+    EXPECT_TRUE(PumpUntil([] { return !MutexExists(); })) << "the slow folder held the end";
 }
 
 } // namespace
