@@ -132,6 +132,36 @@ TEST_F(SizeEngineServer, EveryEntryOfBothInterfaces)
     EXPECT_EQ(engine->StopWatching(nullptr), E_INVALIDARG);
 }
 
+// The main window's refresh at a user's scale, more folders than any fixed
+// count of followed folders would hold: each asked once per sweep through an
+// object of its own, in list order. Every total settles on its exact value.
+TEST_F(SizeEngineServer, SixHundredFoldersSweptOneObjectEachAllSettleExact)
+{
+    constexpr int kFolders = 600;
+    std::vector<std::wstring> folders;
+    for (int i = 0; i < kFolders; ++i) {
+        folders.push_back(tree / (L"f" + std::to_wstring(i)));
+        MakeFolder(folders.back());
+        MakeFile(folders.back() + L"\\data.bin", 1000 + i);
+    }
+    int sweeps = 0, wrong = kFolders;
+    const bool settled = PumpUntil(
+        [&] {
+            ++sweeps;
+            wrong = 0;
+            for (int i = 0; i < kFolders; ++i) {
+                const TotalAndState answer = AskBoth(CreateEngine().get(), folders[i]);
+                wrong += answer.result != S_OK || answer.size != UINT64(1000 + i);
+            }
+            return wrong == 0;
+        },
+        240000);
+    EXPECT_TRUE(settled) << wrong << " folders not exact after " << sweeps << " sweeps";
+    const base::com_ptr<ISizeEngine> engine = CreateEngine();
+    for (const std::wstring& folder : folders)
+        engine->StopWatching(base::unique_bstr(folder.c_str()).get());
+}
+
 // A folder whose storage takes seconds per operation holds only itself: its
 // own question, another client's question for another folder, and the end of
 // the server all go on meanwhile.

@@ -14,6 +14,7 @@
 
 #include <gtest/gtest.h>
 
+#include <msi.h>
 #include <shlobj.h>
 #include <tlhelp32.h>
 
@@ -32,6 +33,9 @@ constexpr wchar_t kEngineClass[] = L"{D6636C89-54F2-4CDB-9167-FF4B71150B25}";
 constexpr wchar_t kWatcherClass[] = L"{5465E9F0-DE3C-489D-A6B8-0A05EA3E56AB}";
 constexpr wchar_t kEngineInterface[] = L"{EF840B08-4F29-4DAA-9E3A-DB7D04083FCD}";
 constexpr wchar_t kWatcherInterface[] = L"{5C7477B8-DF30-490E-B249-D1FB1B0F69B8}";
+constexpr wchar_t kEventSourceKey[] = L"SYSTEM\\CurrentControlSet\\Services\\EventLog\\Application\\Kestrune Watcher";
+constexpr wchar_t kNextVersion[] = L"" KRN_NEXT_VERSION;  // of KRN_MSI_NEXT's programs
+constexpr wchar_t kUpgradeCode[] = L"{A2E497BA-B83B-4B97-B94C-9345730D2691}";
 constexpr DWORD kTimeout = 20000;
 
 std::wstring KnownFolder(int csidl)
@@ -117,6 +121,7 @@ std::vector<RegistryRow> InstalledRows()
         {TypeLibKey() + L"\\1.0\\HELPDIR", nullptr, InstallDir() + L"\\"},
         {kVerbKey, nullptr, L"Monitor folder size..."},
         {std::wstring(kVerbKey) + L"\\command", nullptr, L"\"" + Installed(L"KRN Properties.exe") + L"\" %1"},
+        {kEventSourceKey, L"EventMessageFile", watcher},
     };
     for (const auto& [iid, name] : {std::pair{kEngineInterface, L"ISizeEngine"}, {kWatcherInterface, L"IWatcherControl"}}) {
         rows.push_back({InterfaceKey(iid), nullptr, name});
@@ -134,7 +139,7 @@ const wchar_t* const kInstalledFiles[] = {L"KRN Properties.exe", L"KRN Watcher.e
 std::vector<std::wstring> OwnKeys()
 {
     return {ClassKey(kEngineClass), ClassKey(kWatcherClass), TypeLibKey(), InterfaceKey(kEngineInterface),
-            InterfaceKey(kWatcherInterface), kVerbKey};
+            InterfaceKey(kWatcherInterface), kVerbKey, kEventSourceKey};
 }
 
 // What the user made while the product was installed; uninstalling keeps it.
@@ -287,8 +292,78 @@ TEST_F(InstalledWatcher, RunValueStartsTheWatcherAndACrossingIsLogged)
 }
 
 // ---------------------------------------------------------------------------
-// Uninstall: msiexec /x removes everything of the product and nothing of the
-// user's.
+// Upgrade: the same code as the next version, installed over this one.
+
+DWORD Msiexec(const std::wstring& arguments)
+{
+    ChildProcess msiexec(KnownFolder(CSIDL_SYSTEM) + L"\\msiexec.exe", arguments + L" /qn");
+    return msiexec.started() ? msiexec.Wait(120000) : DWORD(-1);
+}
+
+// The products of this product's upgrade code: "Programs and Features" shows one each.
+int ProductsInstalled()
+{
+    int count = 0;
+    wchar_t product[39];
+    while (MsiEnumRelatedProductsW(kUpgradeCode, 0, count, product) == ERROR_SUCCESS)
+        ++count;
+    return count;
+}
+
+std::wstring FileVersion(const std::wstring& file)
+{
+    std::string block(GetFileVersionInfoSizeW(file.c_str(), nullptr), '\0');
+    VS_FIXEDFILEINFO* info = nullptr;
+    UINT size = 0;
+    if (block.empty() || !GetFileVersionInfoW(file.c_str(), 0, DWORD(block.size()), block.data()) ||
+        !VerQueryValueW(block.data(), L"\\", reinterpret_cast<void**>(&info), &size))
+        return L"<none>";
+    return std::to_wstring(HIWORD(info->dwFileVersionMS)) + L"." + std::to_wstring(LOWORD(info->dwFileVersionMS)) +
+           L"." + std::to_wstring(HIWORD(info->dwFileVersionLS));
+}
+
+// The user's config.xml, a program setting and "Start with Windows" are kept;
+// the size engine and the watcher of the older version, running as the
+// upgrade starts, are ended before their files are replaced; the older
+// version cannot go back over the newer one.
+TEST(Upgrade, ReplacesTheProductInPlaceAndKeepsTheUsersSettings)
+{
+    const std::string config = "<?xml version=\"1.0\"?><Configuration/>";
+    std::filesystem::create_directories(std::filesystem::path(UserConfig()).parent_path());
+    WriteFileBytes(UserConfig(), config);
+    const std::wstring settings = L"Software\\Norlath\\Kestrune\\Settings\\AddToLog";
+    RegSetKeyValueW(HKEY_CURRENT_USER, settings.c_str(), L"LogFile", REG_SZ, L"C:\\kept.log", 24);
+    const std::wstring run = Installed(L"KRN Watcher.exe");
+    RegSetKeyValueW(HKEY_CURRENT_USER, kRunKey, L"Kestrune", REG_SZ, run.c_str(), DWORD(run.size() + 1) * 2);
+    ChildProcess watcher(run);
+    ASSERT_TRUE(PumpUntil(WatcherRunning, kTimeout)) << "no watcher running before the upgrade";
+    {
+        base::com_ptr<ISizeEngine> engine;  // lingers after its release
+        ASSERT_EQ(CoCreateInstance(CLSID_SizeEngine, nullptr, CLSCTX_LOCAL_SERVER, IID_ISizeEngine, engine.put_void()),
+                  S_OK);
+    }
+    ASSERT_EQ(ProductsInstalled(), 1);
+
+    ASSERT_EQ(Msiexec(L"/i \"" + WindowsPath(KRN_MSI_NEXT) + L"\""), 0u);
+    EXPECT_EQ(ProductsInstalled(), 1);
+    for (const wchar_t* file : {L"KRN Properties.exe", L"KRN Watcher.exe", L"KRN Size Engine.exe"})
+        EXPECT_EQ(FileVersion(Installed(file)), kNextVersion) << file;
+    EXPECT_EQ(RunningImage(L"KRN Watcher.exe"), L"");
+    EXPECT_EQ(RunningImage(L"KRN Size Engine.exe"), L"");
+    EXPECT_EQ(ReadFileBytes(UserConfig()), config);
+    EXPECT_EQ(ReadString(HKEY_CURRENT_USER, settings, L"LogFile"), L"C:\\kept.log");
+    EXPECT_EQ(ReadString(HKEY_CURRENT_USER, kRunKey, L"Kestrune"), run);
+    for (const RegistryRow& row : InstalledRows())
+        EXPECT_EQ(ReadString(HKEY_LOCAL_MACHINE, row.key, row.name), row.data) << row.key;
+
+    EXPECT_NE(Msiexec(L"/i \"" + WindowsPath(KRN_MSI) + L"\""), 0u) << "the older version went over the newer";
+    EXPECT_EQ(ProductsInstalled(), 1);
+    EXPECT_EQ(FileVersion(Installed(L"KRN Watcher.exe")), kNextVersion);
+}
+
+// ---------------------------------------------------------------------------
+// Uninstall: msiexec /x ends the running servers, removes everything of the
+// product and the user's start of the watcher, and nothing of the user's data.
 
 TEST(Uninstall, RemovesTheProductAndKeepsTheUsersFiles)
 {
@@ -296,10 +371,15 @@ TEST(Uninstall, RemovesTheProductAndKeepsTheUsersFiles)
     WriteFileBytes(UserConfig(), "<?xml version=\"1.0\"?><Configuration/>");
     WriteFileBytes(UserLog(), "a line of the user's log\r\n");
 
-    const std::wstring msi = WindowsPath(KRN_MSI);
-    ChildProcess msiexec(KnownFolder(CSIDL_SYSTEM) + L"\\msiexec.exe", L"/x \"" + msi + L"\" /qn");
-    ASSERT_TRUE(msiexec.started());
-    ASSERT_EQ(msiexec.Wait(120000), 0u);
+    const std::wstring run = Installed(L"KRN Watcher.exe");
+    RegSetKeyValueW(HKEY_CURRENT_USER, kRunKey, L"Kestrune", REG_SZ, run.c_str(), DWORD(run.size() + 1) * 2);
+    ChildProcess watcher(run);
+    ASSERT_TRUE(PumpUntil(WatcherRunning, kTimeout)) << "no watcher running before the uninstall";
+
+    ASSERT_EQ(Msiexec(L"/x \"" + WindowsPath(KRN_MSI_NEXT) + L"\""), 0u);
+    EXPECT_EQ(ProductsInstalled(), 0);
+    EXPECT_EQ(RunningImage(L"KRN Watcher.exe"), L"");
+    EXPECT_EQ(ReadString(HKEY_CURRENT_USER, kRunKey, L"Kestrune"), L"<absent>");
 
     for (const wchar_t* file : kInstalledFiles)
         EXPECT_FALSE(Exists(Installed(file))) << Installed(file);

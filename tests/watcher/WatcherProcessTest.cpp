@@ -8,7 +8,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdlib>
 #include <filesystem>
+#include <sstream>
 
 #include "app/ChildProcess.h"
 #include "server/Registration.h"
@@ -16,6 +19,7 @@
 #include "support/Gui.h"
 #include "support/Scratch.h"
 #include "support/SlowStorage.h"
+#include "watcher/AlertActions.h"
 #include "watcher/WatcherControl.h"
 
 namespace krn::test {
@@ -84,6 +88,13 @@ std::string Utf8(const std::wstring& text)
     return bytes;
 }
 
+std::wstring Wide(const std::string& bytes)
+{
+    std::wstring text(bytes.size(), L'\0');
+    text.resize(MultiByteToWideChar(CP_UTF8, 0, bytes.data(), int(bytes.size()), text.data(), int(text.size())));
+    return text;
+}
+
 // Whether the log holds a whole line.
 bool Logged(const std::wstring& log)
 {
@@ -148,16 +159,23 @@ protected:
         }
     }
 
-    // The folders with a 1 KB maximum and `actions` (XML), then the watcher.
-    void Watch(const std::vector<std::wstring>& folders, const std::string& actions)
+    static constexpr char kMax1KB[] = R"(<Max Value="1" Units="KB" Msg=""/>)";
+
+    // The folders with `limits` and `actions` (XML) in config.xml.
+    void Configure(const std::vector<std::wstring>& folders, const std::string& actions,
+                   const std::string& limits = kMax1KB)
     {
         std::string xml = R"(<?xml version="1.0" encoding="utf-8"?><Configuration><Settings>)"
                           R"(<ConfigVersion Version="1.3"/></Settings><Folders>)";
         for (const std::wstring& folder : folders)
-            xml += "<Folder Path=\"" + Utf8(folder) + R"("><Max Value="1" Units="KB" Msg=""/><Actions>)" + actions +
-                   "</Actions></Folder>";
+            xml += "<Folder Path=\"" + Utf8(folder) + "\">" + limits + "<Actions>" + actions + "</Actions></Folder>";
         WriteFileBytes(scratch_ / L"Norlath\\Kestrune\\config.xml", xml + "</Folders></Configuration>");
         watched_ = true;
+    }
+    // The folders with a 1 KB maximum and `actions`, then the watcher.
+    void Watch(const std::vector<std::wstring>& folders, const std::string& actions)
+    {
+        Configure(folders, actions);
         ASSERT_EQ(Create(control_), S_OK);
         ASSERT_EQ(State(control_.get()), KRN_WATCHER_WATCHING);
     }
@@ -267,6 +285,149 @@ TEST_F(WatcherTest, OneCrossingEndToEnd)
     const std::wstring ran = folder + L"\\ran crossed.txt";
     EXPECT_TRUE(PumpUntil([&] { return GetFileAttributesW(ran.c_str()) != INVALID_FILE_ATTRIBUTES; }, kActedWithinMs))
         << "the program did not run";
+}
+
+std::vector<std::string> LogLines(const std::wstring& log)
+{
+    std::vector<std::string> lines;
+    std::istringstream text(ReadFileBytes(log));
+    for (std::string line; std::getline(text, line);)
+        lines.push_back(line);
+    return lines;
+}
+
+size_t CountFiles(const std::wstring& folder, const wchar_t* extension)
+{
+    size_t count = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(folder))
+        count += entry.path().extension() == extension;
+    return count;
+}
+
+// 300 folders crossing at once: every crossing is logged once, and no more
+// than a few of their programs run at a time. Each program marks its start
+// and its end, and waits until the test lets it end (a minute at most).
+TEST_F(WatcherTest, StormOf300FoldersIsLoggedWithProgramsBounded)
+{
+    constexpr size_t kFolders = 300, kMaxRunning = 4;
+    const std::wstring marks = scratch_ / L"marks", release = scratch_ / L"release", script = scratch_ / L"hold.cmd";
+    std::filesystem::create_directories(marks);
+    WriteFileBytes(script, "@echo off\r\nset n=0\r\necho.> \"" + Utf8(marks) + "\\%~nx1.start\"\r\n"
+                           ":wait\r\nif exist \"" + Utf8(release) + "\" goto done\r\n"
+                           "set /a n+=1\r\nif %n% gtr 60 goto done\r\nping -n 2 127.0.0.1 >nul\r\ngoto wait\r\n"
+                           ":done\r\necho.> \"" + Utf8(marks) + "\\%~nx1.end\"\r\n");
+    std::vector<std::wstring> folders;
+    for (size_t i = 0; i < kFolders; ++i)
+        std::filesystem::create_directories(folders.emplace_back(scratch_ / (L"storm\\f" + std::to_wstring(i))));
+    ASSERT_NO_FATAL_FAILURE(
+        Watch(folders, "<Run Path=\"&quot;" + Utf8(script) + "&quot;\" Params=\"&quot;%currentdir%&quot;\"/><AddToLog/>"));
+    for (const std::wstring& folder : folders)
+        WriteFileBytes(folder + L"\\big.bin", std::string(2048, 'x'));
+
+    // A program still running a minute after its start no longer counts
+    // against the bound: the count is looked at within that minute.
+    size_t mostRunning = 0;
+    ULONGLONG firstStart = 0;
+    const bool allLogged = PumpUntil(
+        [&] {
+            const size_t ended = CountFiles(marks, L".end"), started = CountFiles(marks, L".start");
+            if (started && !firstStart)
+                firstStart = GetTickCount64();
+            if (firstStart && GetTickCount64() - firstStart < 55000)
+                mostRunning = std::max(mostRunning, started - ended);
+            return LogLines(log_).size() >= kFolders;
+        },
+        120000);
+    WriteFileBytes(release, "");
+    std::vector<std::string> lines = LogLines(log_);
+    EXPECT_TRUE(allLogged) << lines.size() << " lines";
+    for (std::string& line : lines)
+        line = line.substr(0, line.find("\tMaximum"));  // the stamp goes with the folder: both differ
+    std::sort(lines.begin(), lines.end());
+    EXPECT_EQ(std::adjacent_find(lines.begin(), lines.end()), lines.end()) << "a line twice";
+    EXPECT_LE(mostRunning, kMaxRunning);
+    EXPECT_TRUE(PumpUntil([&] { return CountFiles(marks, L".start") > kMaxRunning; }, kActedWithinMs))
+        << "the programs waiting did not start when the first ones ended";
+    StopWatcher();
+    EXPECT_TRUE(PumpUntil([&] { return CountFiles(marks, L".start") == CountFiles(marks, L".end"); }, 70000))
+        << "a program still runs";
+}
+
+// The watcher started by hand with Wine's event log channel on: under Wine,
+// ReportEventW writes each record to the process's Unix stderr, which is this
+// test's own (build/wine-run keeps it in the file KRN_STDERR_FILE names).
+base::unique_kernel_handle StartTracedWatcher()
+{
+    wchar_t before[256] = {};
+    GetEnvironmentVariableW(L"WINEDEBUG", before, 256);
+    SetEnvironmentVariableW(L"WINEDEBUG", L"+eventlog");
+    std::wstring command = L"\"" + kWatcherExe + L"\"";
+    STARTUPINFOW startup{sizeof startup};
+    PROCESS_INFORMATION started{};
+    const BOOL ok = CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
+                                   &started);
+    SetEnvironmentVariableW(L"WINEDEBUG", before);
+    if (!ok)
+        return {};
+    CloseHandle(started.hThread);
+    return base::unique_kernel_handle(started.hProcess);
+}
+
+// "ReportEventW (...,0x0002,0x0000,0x800003e9,...)" then one line per insert:
+// each record as "<event id> <inserts...>".
+std::vector<std::wstring> TracedRecords(const std::wstring& trace)
+{
+    std::vector<std::wstring> records;
+    for (const std::string& line : LogLines(trace)) {
+        const size_t at = line.find("ReportEventW ");
+        if (at == std::string::npos)
+            continue;
+        if (line[at + 13] == '(') {
+            const size_t id = line.find(",0x", line.find(",0x", line.find(",0x") + 3) + 3);
+            records.push_back(std::to_wstring(std::stoul(line.substr(id + 3, 8), nullptr, 16) & 0xFFFF));
+        } else if (!records.empty()) {
+            const std::string quoted = line.substr(at + 13);  // L"C:\\data"
+            std::wstring insert = Wide(quoted.substr(2, quoted.rfind('"') - 2));
+            for (size_t slash = insert.find(L"\\\\"); slash != std::wstring::npos; slash = insert.find(L"\\\\", slash + 1))
+                insert.erase(slash, 1);
+            records.back() += L" " + insert;
+        }
+    }
+    return records;
+}
+
+// Each crossing, each limit seen back inside and a program that cannot start
+// go to the system's event log with their event ids and inserts.
+TEST_F(WatcherTest, EventLogGetsCrossingsReturnsAndFailedActions)
+{
+    const char* stderrFile = std::getenv("KRN_STDERR_FILE");
+    if (!stderrFile)
+        GTEST_SKIP() << "stderr is a terminal: the records are shown there, not read";
+    const std::wstring folder = scratch_ / L"watched", trace = WindowsPath(stderrFile);
+    std::filesystem::create_directories(folder);
+    WriteFileBytes(folder + L"\\base.bin", std::string(2048, 'x'));  // inside 1 KB to 3 KB
+    Configure({folder}, R"(<Run Path="C:\no such program.exe" Params=""/>)",
+              R"(<Max Value="3" Units="KB" Msg=""/><Min Value="1" Units="KB" Msg=""/>)");
+    const base::unique_kernel_handle watcher = StartTracedWatcher();
+    ASSERT_TRUE(watcher);
+    ASSERT_TRUE(PumpUntil(MutexExists, kActedWithinMs));
+    const auto traced = [&](const std::wstring& record) {
+        return PumpUntil([&] {
+            const std::vector<std::wstring> records = TracedRecords(trace);
+            return std::find(records.begin(), records.end(), record) != records.end();
+        }, kActedWithinMs);
+    };
+    const std::wstring failed = L"1005 Run application " + folder + L" Could not start C:\\no such program.exe: " +
+                                ErrorText(ERROR_FILE_NOT_FOUND);
+    WriteFileBytes(folder + L"\\big.bin", std::string(4096, 'x'));
+    EXPECT_TRUE(traced(L"1001 " + folder + L" 6.00 KB 3.00 KB")) << Wide(ReadFileBytes(trace));
+    EXPECT_TRUE(traced(failed));
+    DeleteFileW((folder + L"\\big.bin").c_str());
+    EXPECT_TRUE(traced(L"1003 " + folder + L" 2.00 KB 3.00 KB"));
+    DeleteFileW((folder + L"\\base.bin").c_str());
+    EXPECT_TRUE(traced(L"1002 " + folder + L" 0 B 1.00 KB"));
+    StopWatcher();
+    EXPECT_EQ(TracedRecords(trace).size(), 5u) << "a record too many";
 }
 
 // A folder whose storage takes half a minute per operation holds only itself:
