@@ -1,12 +1,14 @@
 #include "support/Gui.h"
 
 #include "acl/Handles.h"
+#include "support/Scratch.h"
 
 #include <commctrl.h>
 #include <shlobj.h>
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 namespace krn::test {
@@ -234,12 +236,8 @@ std::string DialogDriver::Report() const
 
 std::wstring OpenedAddressLog()
 {
-    wchar_t unixPath[MAX_PATH] = {};
-    GetEnvironmentVariableW(L"KRN_OPENED_LOG", unixPath, MAX_PATH);
-    // Wine shows the Unix root as drive Z:.
-    std::wstring path = std::wstring(L"Z:") + unixPath;
-    std::replace(path.begin(), path.end(), L'/', L'\\');
-    return path;
+    const char* log = std::getenv("KRN_OPENED_LOG");
+    return WindowsPath(log ? log : "");
 }
 
 std::vector<std::string> OpenedAddresses()
