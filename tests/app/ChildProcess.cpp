@@ -8,14 +8,6 @@
 
 namespace krn::test {
 
-std::wstring WindowsPath(const char* buildPath)
-{
-    std::wstring path(buildPath, buildPath + strlen(buildPath));
-    for (wchar_t& c : path)
-        c = c == L'/' ? L'\\' : c;
-    return path.starts_with(L'\\') ? L"Z:" + path : path;  // Wine's drive for the Unix root
-}
-
 ChildProcess::ChildProcess(const std::wstring& program, const std::wstring& tail)
 {
     Start(program.c_str(), L"\"" + program + L"\"" + (tail.empty() ? L"" : L" " + tail));

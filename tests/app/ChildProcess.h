@@ -4,12 +4,11 @@
 
 #include <windows.h>
 
+#include "support/Scratch.h"  // WindowsPath
+
 #include <string>
 
 namespace krn::test {
-
-// A Windows path for a path of the build tree as CMake knows it.
-std::wstring WindowsPath(const char* buildPath);
 
 class ChildProcess {
 public:

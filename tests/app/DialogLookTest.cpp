@@ -1,10 +1,12 @@
-// The look the dialogs share: fonts made from the dialog font, and centring
-// over the owner or on the work area.
+// The look the dialogs share: the common controls 6 that the manifest asks
+// for, fonts made from the dialog font, and centring over the owner or on the
+// work area.
 #include "app/DialogLook.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <string>
 
 namespace {
 
@@ -25,6 +27,14 @@ LOGFONTW FontOf(HFONT font)
     LOGFONTW lf{};
     GetObjectW(font, sizeof lf, &lf);
     return lf;
+}
+
+TEST(DialogLook, TheManifestLoadsCommonControlsVersion6)
+{
+    wchar_t path[MAX_PATH] = {};
+    GetModuleFileNameW(GetModuleHandleW(L"comctl32.dll"), path, MAX_PATH);
+    EXPECT_NE(std::wstring(path).find(L"amd64_microsoft.windows.common-controls"), std::wstring::npos)
+        << "comctl32 came from " << testing::PrintToString(std::wstring(path)) << ": the manifest was not applied";
 }
 
 TEST(DialogLook, BoldFontsAreTheDialogFontHeavierAndTwoUnitsLarger)

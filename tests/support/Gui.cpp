@@ -1,10 +1,14 @@
 #include "support/Gui.h"
 
+#include "acl/Handles.h"
+#include "support/Scratch.h"
+
 #include <commctrl.h>
 #include <shlobj.h>
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 namespace krn::test {
@@ -25,11 +29,6 @@ bool PumpUntil(const std::function<bool()>& done, DWORD timeoutMs)
             return done();
         MsgWaitForMultipleObjects(0, nullptr, FALSE, std::min<DWORD>(10, timeoutMs - elapsed), QS_ALLINPUT);
     }
-}
-
-void PumpFor(DWORD ms)
-{
-    PumpUntil([] { return false; }, ms);
 }
 
 std::wstring WindowText(HWND window)
@@ -237,12 +236,8 @@ std::string DialogDriver::Report() const
 
 std::wstring OpenedAddressLog()
 {
-    wchar_t unixPath[MAX_PATH] = {};
-    GetEnvironmentVariableW(L"KRN_OPENED_LOG", unixPath, MAX_PATH);
-    // Wine shows the Unix root as drive Z:.
-    std::wstring path = std::wstring(L"Z:") + unixPath;
-    std::replace(path.begin(), path.end(), L'/', L'\\');
-    return path;
+    const char* log = std::getenv("KRN_OPENED_LOG");
+    return WindowsPath(log ? log : "");
 }
 
 std::vector<std::string> OpenedAddresses()
@@ -296,100 +291,62 @@ COLORREF Pixels::at(int x, int y) const
     return RGB((p >> 16) & 0xFF, (p >> 8) & 0xFF, p & 0xFF);
 }
 
-bool Pixels::Save(const std::wstring& path) const
-{
-    BITMAPINFOHEADER info{sizeof info, width_, -height_, 1, 32, BI_RGB};
-    const DWORD size = static_cast<DWORD>(data_.size() * 4);
-    BITMAPFILEHEADER file{0x4D42, static_cast<DWORD>(sizeof file + sizeof info + size), 0, 0,
-                          static_cast<DWORD>(sizeof file + sizeof info)};
-    FILE* f = _wfopen(path.c_str(), L"wb");
-    if (!f)
-        return false;
-    const bool ok = fwrite(&file, sizeof file, 1, f) == 1 && fwrite(&info, sizeof info, 1, f) == 1 &&
-                    fwrite(data_.data(), size, 1, f) == 1;
-    fclose(f);
-    return ok;
-}
-
 namespace {
 
-// A 32-bpp top-down DIB section selected into a memory DC.
-class DibCanvas {
-public:
-    DibCanvas(int width, int height) : pixels_(width, height)
+// Runs `paint` on a 32-bpp top-down DIB section of the given size and returns
+// what it holds afterwards.
+Pixels Paint(int width, int height, const std::function<void(HDC)>& paint)
+{
+    Pixels pixels(std::max(width, 0), std::max(height, 0));
+    BITMAPINFO info{};
+    info.bmiHeader = {sizeof(BITMAPINFOHEADER), width, -height, 1, 32, BI_RGB};
+    void* bits = nullptr;
+    const acl::unique_hdc dc(CreateCompatibleDC(nullptr));
+    const acl::unique_hbitmap bitmap(CreateDIBSection(dc.get(), &info, DIB_RGB_COLORS, &bits, nullptr, 0));
+    if (pixels.empty() || !bits)
+        return {};
     {
-        BITMAPINFO info{};
-        info.bmiHeader = {sizeof(BITMAPINFOHEADER), width, -height, 1, 32, BI_RGB};
-        dc_ = CreateCompatibleDC(nullptr);
-        bitmap_ = CreateDIBSection(dc_, &info, DIB_RGB_COLORS, &bits_, nullptr, 0);
-        old_ = SelectObject(dc_, bitmap_);
+        const acl::SelectGuard select(dc.get(), bitmap.get());
+        paint(dc.get());
     }
-    ~DibCanvas()
-    {
-        SelectObject(dc_, old_);
-        DeleteObject(bitmap_);
-        DeleteDC(dc_);
-    }
-    DibCanvas(const DibCanvas&) = delete;
-    DibCanvas& operator=(const DibCanvas&) = delete;
-    HDC dc() const { return dc_; }
-    Pixels Take()
-    {
-        GdiFlush();
-        if (bits_)
-            memcpy(pixels_.bits(), bits_, size_t(pixels_.width()) * pixels_.height() * 4);
-        return pixels_;
-    }
+    GdiFlush();
+    memcpy(pixels.bits(), bits, size_t(width) * height * 4);
+    return pixels;
+}
 
-private:
-    Pixels pixels_;
-    HDC dc_ = nullptr;
-    HBITMAP bitmap_ = nullptr;
-    HGDIOBJ old_ = nullptr;
-    void* bits_ = nullptr;
-};
-
-SIZE ClientSize(HWND window)
+RECT Client(HWND window)
 {
     RECT rc{};
     GetClientRect(window, &rc);
-    return {rc.right, rc.bottom};
+    return rc;
 }
 
 } // namespace
 
 Pixels CaptureClient(HWND window)
 {
-    const SIZE size = ClientSize(window);
-    if (size.cx <= 0 || size.cy <= 0)
-        return {};
-    DibCanvas canvas(size.cx, size.cy);
-    PrintWindow(window, canvas.dc(), PW_CLIENTONLY);
-    return canvas.Take();
+    const RECT rc = Client(window);
+    return Paint(rc.right, rc.bottom, [&](HDC dc) { PrintWindow(window, dc, PW_CLIENTONLY); });
 }
 
 Pixels CaptureScreen(HWND window)
 {
-    const SIZE size = ClientSize(window);
-    if (size.cx <= 0 || size.cy <= 0)
-        return {};
     UpdateWindow(window);
-    DibCanvas canvas(size.cx, size.cy);
-    HDC source = GetDC(window);
-    BitBlt(canvas.dc(), 0, 0, size.cx, size.cy, source, 0, 0, SRCCOPY);
-    ReleaseDC(window, source);
-    return canvas.Take();
+    const RECT rc = Client(window);
+    return Paint(rc.right, rc.bottom, [&](HDC dc) {
+        const acl::WindowDc screen(window);
+        BitBlt(dc, 0, 0, rc.right, rc.bottom, screen.get(), 0, 0, SRCCOPY);
+    });
 }
 
 Pixels Render(int width, int height, COLORREF fill, const std::function<void(HDC)>& paint)
 {
-    DibCanvas canvas(width, height);
-    HBRUSH brush = CreateSolidBrush(fill);
-    RECT all{0, 0, width, height};
-    FillRect(canvas.dc(), &all, brush);
-    DeleteObject(brush);
-    paint(canvas.dc());
-    return canvas.Take();
+    return Paint(width, height, [&](HDC dc) {
+        const acl::unique_hbrush brush(CreateSolidBrush(fill));
+        const RECT all{0, 0, width, height};
+        FillRect(dc, &all, brush.get());
+        paint(dc);
+    });
 }
 
 } // namespace krn::test

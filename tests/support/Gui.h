@@ -16,8 +16,6 @@ namespace krn::test {
 // Dispatches this thread's messages until `done` returns true or the time is
 // up; returns the last value of `done`.
 bool PumpUntil(const std::function<bool()>& done, DWORD timeoutMs = 5000);
-// Dispatches whatever is queued now, for `ms` milliseconds.
-void PumpFor(DWORD ms);
 
 std::wstring WindowText(HWND window);
 std::wstring ClassName(HWND window);
@@ -120,8 +118,6 @@ public:
     COLORREF at(int x, int y) const;
     uint32_t* bits() { return data_.data(); }
     bool empty() const { return data_.empty(); }
-    // Writes a 32-bit BMP, to look at a failing test's picture.
-    bool Save(const std::wstring& path) const;
 
 private:
     int width_ = 0;

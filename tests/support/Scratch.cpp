@@ -2,7 +2,9 @@
 
 #include <shlwapi.h>
 
+#include <algorithm>
 #include <atomic>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -107,6 +109,13 @@ bool ReadRegValue(const wchar_t* subkey, const wchar_t* name, DWORD* type, std::
     }
     RegCloseKey(key);
     return status == ERROR_SUCCESS;
+}
+
+std::wstring WindowsPath(const char* unixPath)
+{
+    std::wstring path(unixPath, unixPath + strlen(unixPath));
+    std::replace(path.begin(), path.end(), L'/', L'\\');
+    return path.starts_with(L'\\') ? L"Z:" + path : path;
 }
 
 std::string ReadFileBytes(const std::wstring& path)

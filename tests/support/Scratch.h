@@ -66,6 +66,10 @@ void WriteRegBinary(const wchar_t* subkey, const wchar_t* name, DWORD type, cons
 // Returns false when the value does not exist; type and data otherwise.
 bool ReadRegValue(const wchar_t* subkey, const wchar_t* name, DWORD* type, std::string* data);
 
+// A Windows path for a Unix path (of the build tree as CMake knows it, or of
+// the environment): Wine shows the Unix root as drive Z:.
+std::wstring WindowsPath(const char* unixPath);
+
 // Reads and writes a whole file as bytes.
 std::string ReadFileBytes(const std::wstring& path);
 void WriteFileBytes(const std::wstring& path, const std::string& bytes);

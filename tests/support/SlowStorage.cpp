@@ -1,4 +1,5 @@
 #include "support/SlowStorage.h"
+#include "support/Scratch.h"
 
 #include <windows.h>
 
@@ -15,12 +16,7 @@ SlowStorage::SlowStorage()
         skipReason_ = "no slow storage: the test runs without its fixture";
         return;
     }
-    // Z: is the Linux root.
-    std::wstring unix(folder, folder + std::char_traits<char>::length(folder));
-    for (wchar_t& c : unix)
-        if (c == L'/')
-            c = L'\\';
-    const std::wstring dir = L"Z:" + unix;
+    const std::wstring dir = WindowsPath(folder);
     std::string state;
     std::getline(std::ifstream(std::filesystem::path(dir + L"\\state")), state);
     if (state != "mounted") {

@@ -176,7 +176,7 @@ TEST_F(MonitorControlTest, WithoutARegisteredEngineEverySizeReadsZeroUntilItIsRe
         // Long enough for the engine to have counted the folder, were it there.
         for (int i = 0; i < 5; ++i) {
             Refresh();
-            PumpFor(200);
+            PumpUntil([] { return false; }, 200);
         }
         EXPECT_EQ(SizeCell(0), L"0 B");
         EXPECT_EQ(SizeCell(1), L"0 B");
