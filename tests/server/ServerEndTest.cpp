@@ -80,6 +80,8 @@ struct EndCase {
     const IID& iid;
     bool disable;  // else /UnregServer
 };
+// For ctest's listing: the case's name, not its bytes.
+void PrintTo(const EndCase& c, std::ostream* out) { *out << c.name; }
 
 class ServerEndTest : public testing::TestWithParam<EndCase> {
 protected:
