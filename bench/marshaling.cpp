@@ -1,6 +1,6 @@
 // The size engine's calls marshaled two ways, side by side in one run: the
 // type library with the universal marshaler (what the product registers)
-// against a proxy/stub DLL made by widl (bench/proxy). Each round measures
+// against the proxy/stub DLL made by widl (idl/proxy). Each round measures
 // both, one after the other, switching the interfaces' proxy/stub class in
 // the registry in between:
 //   - the floor: 100 creations, calls and releases on the stand-in engine
@@ -94,7 +94,7 @@ int wmain(int argc, wchar_t** argv)
     const std::wstring build = bench::BuildFolder();
     const std::wstring engine = build + L"\\KRN Size Engine.exe", watcher = build + L"\\KRN Watcher.exe",
                        nullSta = build + L"\\KRN Null Engine.exe", nullMta = build + L"\\KRN Null Engine MTA.exe",
-                       dll = build + L"\\bench\\KrnProxyStub.dll";
+                       dll = build + L"\\KrnProxyStub.dll";
     for (const std::wstring& exe : {engine, nullSta, nullMta})
         if (bench::RunServer(exe, L"/RegServer") != 0) {
             std::fwprintf(stderr, L"%ls could not be registered\n", exe.c_str());

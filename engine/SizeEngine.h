@@ -41,11 +41,15 @@ inline constexpr DWORD kSizeEngineLingerMs = 5 * 60 * 1000;
 // 2 s an uninstall waits, also when a thread is stuck on storage.
 inline constexpr DWORD kSizeEngineStopMs = 1000;
 
-// Serves SizeEngine until the linger after the last object expires.
+// Serves SizeEngine until the linger after the last object expires. Free-
+// threaded: each call is answered on COM's own threads at once, not queued
+// behind another client's on one thread; FolderSizes is safe for that, and
+// the objects hold nothing else.
 inline const server::ServerSpec kSizeEngineServer{
     .clsid = CLSID_SizeEngine,
     .friendlyName = L"Kestrune Size Engine",
     .lingerMs = kSizeEngineLingerMs,
+    .apartment = COINIT_MULTITHREADED,
     .stopMs = kSizeEngineStopMs,
 };
 

@@ -44,6 +44,22 @@ bool KeyExists(const std::wstring& keyPath)
     return RegOpenKeyExW(HKEY_LOCAL_MACHINE, keyPath.c_str(), 0, KEY_QUERY_VALUE, key.put()) == ERROR_SUCCESS;
 }
 
+// Calls DllRegisterServer or DllUnregisterServer of the proxy/stub DLL beside
+// `exePath`. A build without it marshals through the type library: S_FALSE.
+HRESULT CallProxyStub(const std::wstring& exePath, const char* entry)
+{
+    const std::wstring dll = exePath.substr(0, exePath.find_last_of(L'\\') + 1) + kProxyStubDll;
+    if (GetFileAttributesW(dll.c_str()) == INVALID_FILE_ATTRIBUTES)
+        return S_FALSE;
+    const base::unique_hmodule module(LoadLibraryExW(dll.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH));
+    if (!module)
+        return HRESULT_FROM_WIN32(GetLastError());
+    const auto call = reinterpret_cast<HRESULT(STDAPICALLTYPE*)()>(GetProcAddress(module.get(), entry));
+    return call ? call() : HRESULT_FROM_WIN32(ERROR_PROC_NOT_FOUND);
+}
+
+// The type library, then the proxy/stub DLL, whose rows replace the
+// universal marshaler that RegisterTypeLib names for each interface.
 HRESULT RegisterTypeLibraryOf(const std::wstring& exePath)
 {
     base::com_ptr<ITypeLib> library;
@@ -53,7 +69,8 @@ HRESULT RegisterTypeLibraryOf(const std::wstring& exePath)
     // The path is the file the library is loaded from when an interface is
     // marshaled: the exe itself.
     std::wstring path = exePath;
-    return RegisterTypeLib(library.get(), path.data(), nullptr);
+    hr = RegisterTypeLib(library.get(), path.data(), nullptr);
+    return SUCCEEDED(hr) ? CallProxyStub(exePath, "DllRegisterServer") : hr;
 }
 
 // The exe of another class of `library` that is registered and still on
@@ -103,6 +120,7 @@ HRESULT UnregisterTypeLibraryOf(const std::wstring& exePath, const CLSID& own)
                                     std::to_wstring(lib.wMajorVerNum) + L"." + std::to_wstring(lib.wMinorVerNum);
     if (!KeyExists(versionKey))
         return S_OK;  // unregistered before
+    CallProxyStub(exePath, "DllUnregisterServer");
     return UnRegisterTypeLib(lib.guid, lib.wMajorVerNum, lib.wMinorVerNum, lib.lcid, lib.syskind);
 }
 

@@ -28,7 +28,8 @@ using namespace krn::test;
 constexpr wchar_t kVerbKey[] = L"Software\\Classes\\Directory\\shell\\KestruneMonitor";
 constexpr wchar_t kRunKey[] = L"Software\\Microsoft\\Windows\\CurrentVersion\\Run";
 constexpr wchar_t kLibId[] = L"{E6724B65-708E-40BB-AD31-A290CF219CF1}";
-constexpr wchar_t kUniversalMarshaler[] = L"{00020424-0000-0000-C000-000000000046}";
+// widl names the proxy/stub DLL's class after the first interface.
+constexpr wchar_t kProxyStubClass[] = L"{EF840B08-4F29-4DAA-9E3A-DB7D04083FCD}";
 constexpr wchar_t kEngineClass[] = L"{D6636C89-54F2-4CDB-9167-FF4B71150B25}";
 constexpr wchar_t kWatcherClass[] = L"{5465E9F0-DE3C-489D-A6B8-0A05EA3E56AB}";
 constexpr wchar_t kEngineInterface[] = L"{EF840B08-4F29-4DAA-9E3A-DB7D04083FCD}";
@@ -122,10 +123,11 @@ std::vector<RegistryRow> InstalledRows()
         {kVerbKey, nullptr, L"Monitor folder size..."},
         {std::wstring(kVerbKey) + L"\\command", nullptr, L"\"" + Installed(L"KRN Properties.exe") + L"\" %1"},
         {kEventSourceKey, L"EventMessageFile", watcher},
+        {ClassKey(kProxyStubClass) + L"\\InprocServer32", nullptr, Installed(L"KrnProxyStub.dll")},
     };
     for (const auto& [iid, name] : {std::pair{kEngineInterface, L"ISizeEngine"}, {kWatcherInterface, L"IWatcherControl"}}) {
         rows.push_back({InterfaceKey(iid), nullptr, name});
-        rows.push_back({InterfaceKey(iid) + L"\\ProxyStubClsid32", nullptr, kUniversalMarshaler});
+        rows.push_back({InterfaceKey(iid) + L"\\ProxyStubClsid32", nullptr, kProxyStubClass});
         rows.push_back({InterfaceKey(iid) + L"\\TypeLib", nullptr, kLibId});
         rows.push_back({InterfaceKey(iid) + L"\\TypeLib", L"Version", L"1.0"});
     }
@@ -133,13 +135,13 @@ std::vector<RegistryRow> InstalledRows()
 }
 
 const wchar_t* const kInstalledFiles[] = {L"KRN Properties.exe", L"KRN Watcher.exe", L"KRN Size Engine.exe",
-                                          L"BrimwellPro.chm"};
+                                          L"KrnProxyStub.dll", L"BrimwellPro.chm"};
 
 // The keys the installer owns as a whole: nothing of them may stay behind.
 std::vector<std::wstring> OwnKeys()
 {
     return {ClassKey(kEngineClass), ClassKey(kWatcherClass), TypeLibKey(), InterfaceKey(kEngineInterface),
-            InterfaceKey(kWatcherInterface), kVerbKey, kEventSourceKey};
+            InterfaceKey(kWatcherInterface), kVerbKey, kEventSourceKey, ClassKey(kProxyStubClass)};
 }
 
 // What the user made while the product was installed; uninstalling keeps it.

@@ -231,6 +231,13 @@ std::wstring DefaultValue(const std::wstring& key)
     return text;
 }
 
+// The marshaler of the engine's interface: the proxy/stub DLL's class, which
+// widl names after that first interface.
+std::wstring EngineMarshaler()
+{
+    return DefaultValue(L"Software\\Classes\\Interface\\" + server::GuidText(IID_ISizeEngine) + L"\\ProxyStubClsid32");
+}
+
 // The servers fixture left both servers registered; so does this test. The
 // shared type library stays when the watcher goes, registered from the
 // engine's file.
@@ -246,6 +253,7 @@ TEST(WatcherRegistration, UnregisterRemovesTheClassAndHandsTheTypeLibraryToTheEn
         base::unique_hkey key;
         EXPECT_EQ(RegOpenKeyExW(HKEY_LOCAL_MACHINE, classKey.c_str(), 0, KEY_READ, key.put()), ERROR_FILE_NOT_FOUND);
         EXPECT_EQ(RegisteredTypeLibrary(), kEngineExe);
+        EXPECT_EQ(EngineMarshaler(), server::GuidText(IID_ISizeEngine)) << "the proxy/stub DLL went with the watcher";
     }
     for (int run = 1; run <= 2; ++run) {
         SCOPED_TRACE(testing::Message() << "/RegServer number " << run);
@@ -253,6 +261,7 @@ TEST(WatcherRegistration, UnregisterRemovesTheClassAndHandsTheTypeLibraryToTheEn
         EXPECT_EQ(DefaultValue(classKey), L"Kestrune Watcher Control");
         EXPECT_EQ(DefaultValue(classKey + L"\\LocalServer32"), L"\"" + kWatcherExe + L"\"");
         EXPECT_EQ(RegisteredTypeLibrary(), kWatcherExe);
+        EXPECT_EQ(EngineMarshaler(), server::GuidText(IID_ISizeEngine));
     }
 }
 
