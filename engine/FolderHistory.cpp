@@ -94,6 +94,7 @@ std::optional<FolderHistory> FolderHistory::Decode(std::span<const std::uint8_t>
             return std::nullopt;
         previous.minute += static_cast<std::uint32_t>(step);
         previous.bytes += static_cast<std::uint64_t>(UnZigZag(change));
+        history.last_ = previous;
     }
     return history;
 }
@@ -140,20 +141,26 @@ void FolderHistory::Thin(std::vector<HistorySample>& samples, std::uint32_t now)
     samples.swap(kept);
 }
 
-void FolderHistory::Record(std::uint32_t now, std::uint64_t bytes)
+bool FolderHistory::Record(std::uint32_t now, std::uint64_t bytes)
 {
+    if (last_ && last_->minute <= now && (last_->bytes == bytes || now - last_->minute < kSampleGapMinutes))
+        return false;
     std::vector<HistorySample> samples = Samples();
     const std::size_t known = samples.size();
     while (!samples.empty() && samples.back().minute > now)
         samples.pop_back();
     if (!samples.empty() && (samples.back().bytes == bytes || now - samples.back().minute < kSampleGapMinutes)) {
-        if (samples.size() != known)
-            encoded_ = Encode(samples);  // the clock went back: the later samples are gone
-        return;
+        if (samples.size() == known)
+            return false;
+        encoded_ = Encode(samples);  // the clock went back: the later samples are gone
+        last_ = samples.back();
+        return true;
     }
     samples.push_back({now, bytes});
     Thin(samples, now);
     encoded_ = Encode(samples);
+    last_ = samples.back();
+    return true;
 }
 
 std::optional<std::int64_t> FolderHistory::Growth(std::uint32_t now, std::uint64_t current,

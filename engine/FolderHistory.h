@@ -36,9 +36,11 @@ public:
     static constexpr std::size_t kMaxBytes = 4096;
     static constexpr std::uint32_t kSampleGapMinutes = 5;
 
-    // The total seen at `now`. A clock that went back (a corrected system
-    // time) drops the samples after it: what follows is measured from now.
-    void Record(std::uint32_t now, std::uint64_t bytes);
+    // The total seen at `now`; true when the history changed. A clock that
+    // went back (a corrected system time) drops the samples after it: what
+    // follows is measured from now. A total that is no sample costs no more
+    // than a comparison: it is asked with every answer.
+    bool Record(std::uint32_t now, std::uint64_t bytes);
 
     std::vector<HistorySample> Samples() const;
     std::size_t EncodedSize() const { return encoded_.size(); }
@@ -68,6 +70,7 @@ private:
     static void Thin(std::vector<HistorySample>& samples, std::uint32_t now);
 
     std::vector<std::uint8_t> encoded_;
+    std::optional<HistorySample> last_;  // of encoded_
 };
 
 } // namespace engine

@@ -132,10 +132,8 @@ HistoryStore::HistoryStore(std::wstring file) : file_(std::move(file))
 void HistoryStore::Record(const std::wstring& folder, std::uint32_t minute, std::uint64_t bytes)
 {
     std::lock_guard lock(mutex_);
-    FolderHistory& history = folders_[folder];
-    const std::vector<std::uint8_t> was = history.Encoded();
-    history.Record(minute, bytes);
-    changed_ = changed_ || history.Encoded() != was;
+    if (folders_[folder].Record(minute, bytes))
+        changed_ = true;
 }
 
 std::optional<FolderHistory> HistoryStore::Find(const std::wstring& folder) const

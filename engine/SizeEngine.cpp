@@ -2,6 +2,7 @@
 
 #include "base/Com.h"
 
+#include <climits>
 #include <string_view>
 
 namespace krn {
@@ -20,30 +21,126 @@ HRESULT FromError(DWORD error) noexcept
     return error ? HRESULT_FROM_WIN32(error) : S_OK;
 }
 
+std::uint32_t MinuteNow() noexcept
+{
+    FILETIME now;
+    GetSystemTimeAsFileTime(&now);
+    return engine::MinuteOf(ULARGE_INTEGER{{now.dwLowDateTime, now.dwHighDateTime}}.QuadPart);
+}
+
 } // namespace
 
-SizeEngine::SizeEngine(server::ServerModule& module, engine::FolderSizes& sizes) noexcept
-    : ServerObject(module), sizes_(sizes)
+EngineState::EngineState(std::wstring historyFile) : history(std::move(historyFile))
+{
+    if (!CreateTimerQueueTimer(&saveTimer_, nullptr, &EngineState::OnSaveTimer, this, kSaveEveryMs, kSaveEveryMs,
+                               WT_EXECUTELONGFUNCTION)) {
+        saveTimer_ = nullptr;
+        OutputDebugStringW(L"Kestrune Size Engine: no timer to save the history with; it is saved at the end\n");
+    }
+}
+
+EngineState::~EngineState()
+{
+    Stop(0);
+}
+
+void CALLBACK EngineState::OnSaveTimer(void* state, BOOLEAN) noexcept
+{
+    static_cast<EngineState*>(state)->history.Save();
+}
+
+bool EngineState::Stop(DWORD timeoutMs)
+{
+    if (saveTimer_) {
+        DeleteTimerQueueTimer(nullptr, saveTimer_, INVALID_HANDLE_VALUE);  // waits for a save under way
+        saveTimer_ = nullptr;
+    }
+    history.Save();
+    return sizes.Stop(timeoutMs);
+}
+
+SizeEngine::SizeEngine(server::ServerModule& module, EngineState& state) noexcept
+    : ServerObject(module), state_(state)
 {
 }
 
 HRESULT SizeEngine::QueryInterface(REFIID iid, void** out) noexcept
 {
-    if (out && IsEqualIID(iid, IID_ISizeEngine)) {
-        *out = static_cast<ISizeEngine*>(this);
+    if (out && (IsEqualIID(iid, IID_ISizeEngine) || IsEqualIID(iid, IID_ISizeEngine2))) {
+        *out = static_cast<ISizeEngine3*>(this);
         AddRef();
         return S_OK;
     }
     return ServerObject::QueryInterface(iid, out);
 }
 
+// A complete total is a sample of the folder's history: the history takes it
+// when it changed and five minutes passed, and ignores it otherwise.
 HRESULT SizeEngine::GetTotals(BSTR folder, engine::Totals& totals, engine::ScanState& state) noexcept
 {
     totals = {};
     state = engine::ScanState::Unknown;
     if (Name(folder).empty())
         return E_INVALIDARG;
-    return FromError(sizes_.GetTotals(Name(folder), totals, state));
+    const HRESULT result = FromError(state_.sizes.GetTotals(Name(folder), totals, state));
+    std::wstring path;
+    if (result == S_OK && state == engine::ScanState::Complete && engine::MakeFolderPath(Name(folder), path) == 0)
+        state_.history.Record(path, MinuteNow(), totals.bytes);
+    return result;
+}
+
+HRESULT SizeEngine::GetHistory(BSTR folder, std::uint64_t& total, std::optional<engine::FolderHistory>& history) noexcept
+{
+    engine::Totals totals;
+    engine::ScanState state;
+    const HRESULT result = GetTotals(folder, totals, state);
+    total = totals.bytes;
+    if (FAILED(result) || state != engine::ScanState::Complete)
+        return FAILED(result) ? result : S_FALSE;
+    std::wstring path;
+    engine::MakeFolderPath(Name(folder), path);
+    history = state_.history.Find(path);
+    return S_OK;
+}
+
+HRESULT SizeEngine::GetGrowth(BSTR folder, INT64* day, INT64* week, LONG* known) noexcept
+{
+    if (!day || !week || !known)
+        return E_POINTER;
+    *day = *week = 0;
+    *known = 0;
+    std::uint64_t total = 0;
+    std::optional<engine::FolderHistory> history;
+    const HRESULT result = GetHistory(folder, total, history);
+    if (result != S_OK || !history)
+        return FAILED(result) ? result : S_OK;
+    const std::uint32_t now = MinuteNow();
+    constexpr std::uint32_t kDay = 24 * 60;
+    if (const std::optional<std::int64_t> growth = history->Growth(now, total, kDay)) {
+        *day = *growth;
+        *known |= 1;
+    }
+    if (const std::optional<std::int64_t> growth = history->Growth(now, total, 7 * kDay)) {
+        *week = *growth;
+        *known |= 2;
+    }
+    return S_OK;
+}
+
+HRESULT SizeEngine::GetMinutesUntil(BSTR folder, UINT64 limit, LONG* minutes) noexcept
+{
+    if (!minutes)
+        return E_POINTER;
+    *minutes = -1;
+    std::uint64_t total = 0;
+    std::optional<engine::FolderHistory> history;
+    const HRESULT result = GetHistory(folder, total, history);
+    if (result != S_OK || !history)
+        return FAILED(result) ? result : S_OK;
+    const std::optional<std::uint32_t> until = history->MinutesUntil(MinuteNow(), total, limit);
+    if (until && *until <= static_cast<std::uint32_t>(LONG_MAX))
+        *minutes = static_cast<LONG>(*until);
+    return S_OK;
 }
 
 HRESULT SizeEngine::GetFileCount(BSTR folder, UINT64* files) noexcept
@@ -84,7 +181,7 @@ HRESULT SizeEngine::ScanNow(BSTR folder) noexcept
 {
     if (Name(folder).empty())
         return E_INVALIDARG;
-    return FromError(sizes_.ScanNow(Name(folder)));
+    return FromError(state_.sizes.ScanNow(Name(folder)));
 }
 
 HRESULT SizeEngine::GetScanState(BSTR folder, LONG* state) noexcept
@@ -95,7 +192,7 @@ HRESULT SizeEngine::GetScanState(BSTR folder, LONG* state) noexcept
     if (Name(folder).empty())
         return E_INVALIDARG;
     engine::ScanState known = engine::ScanState::Unknown;
-    const DWORD error = sizes_.GetScanState(Name(folder), known);
+    const DWORD error = state_.sizes.GetScanState(Name(folder), known);
     *state = static_cast<LONG>(known);
     return FromError(error);
 }
@@ -105,7 +202,7 @@ HRESULT SizeEngine::StopWatching(BSTR folder) noexcept
     if (Name(folder).empty())
         return E_INVALIDARG;
     bool wasFollowed = false;
-    if (const DWORD error = sizes_.StopWatching(Name(folder), wasFollowed))
+    if (const DWORD error = state_.sizes.StopWatching(Name(folder), wasFollowed))
         return FromError(error);
     return wasFollowed ? S_OK : S_FALSE;
 }

@@ -6,17 +6,43 @@
 
 #include "Kestrune.h"
 #include "engine/FolderSizes.h"
+#include "engine/HistoryStore.h"
 #include "server/ServerObject.h"
 
 namespace krn {
 
-class SizeEngine final : public server::ServerObject<ISizeEngine2> {
+// What every object of the server shares: the totals, and the folders'
+// histories, sampled as complete totals are answered and saved every ten
+// minutes (on a pool thread: the file is the user's own, never a watched
+// folder's) and when the server ends.
+class EngineState {
 public:
-    using Context = engine::FolderSizes;
+    static constexpr DWORD kSaveEveryMs = 10 * 60 * 1000;
 
-    SizeEngine(server::ServerModule& module, engine::FolderSizes& sizes) noexcept;
+    explicit EngineState(std::wstring historyFile = engine::DefaultHistoryFile());
+    ~EngineState();
+    EngineState(const EngineState&) = delete;
+    EngineState& operator=(const EngineState&) = delete;
 
-    // ISizeEngine2 derives from ISizeEngine: one object answers for both.
+    // Saves the history, then stops the totals' threads (FolderSizes::Stop).
+    bool Stop(DWORD timeoutMs);
+
+    engine::FolderSizes sizes;
+    engine::HistoryStore history;
+
+private:
+    static void CALLBACK OnSaveTimer(void* state, BOOLEAN) noexcept;
+    HANDLE saveTimer_ = nullptr;  // a timer-queue timer; deleted by Stop
+};
+
+class SizeEngine final : public server::ServerObject<ISizeEngine3> {
+public:
+    using Context = EngineState;
+
+    SizeEngine(server::ServerModule& module, EngineState& state) noexcept;
+
+    // ISizeEngine3 derives from ISizeEngine2 and ISizeEngine: one object
+    // answers for all three.
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) noexcept override;
 
     HRESULT STDMETHODCALLTYPE GetFileCount(BSTR folder, UINT64* files) noexcept override;
@@ -25,11 +51,16 @@ public:
     HRESULT STDMETHODCALLTYPE StopWatching(BSTR folder) noexcept override;
     HRESULT STDMETHODCALLTYPE GetTotalSize(BSTR folder, UINT64* size) noexcept override;
     HRESULT STDMETHODCALLTYPE GetTotalAndState(BSTR folder, UINT64* size, LONG* state) noexcept override;
+    HRESULT STDMETHODCALLTYPE GetGrowth(BSTR folder, INT64* day, INT64* week, LONG* known) noexcept override;
+    HRESULT STDMETHODCALLTYPE GetMinutesUntil(BSTR folder, UINT64 limit, LONG* minutes) noexcept override;
 
 private:
     HRESULT GetTotals(BSTR folder, engine::Totals& totals, engine::ScanState& state) noexcept;
+    // The complete total and the history of the folder, for GetGrowth and
+    // GetMinutesUntil; S_FALSE when the total is not complete.
+    HRESULT GetHistory(BSTR folder, std::uint64_t& total, std::optional<engine::FolderHistory>& history) noexcept;
 
-    engine::FolderSizes& sizes_;
+    EngineState& state_;
 };
 
 // The configuration program creates and releases one object per folder every
