@@ -77,6 +77,7 @@ std::vector<std::uint8_t> FolderHistory::Encode(const std::vector<HistorySample>
         PutVarint(out, ZigZag(static_cast<std::int64_t>(sample.bytes - previous.bytes)));
         previous = sample;
     }
+    out.shrink_to_fit();  // held for as long as the folder is: its bound counts in memory too
     return out;
 }
 

@@ -6,7 +6,7 @@
 // for two days, one per hour for a month, one per day for two years; older
 // ones go. The history is held encoded (each sample as the varint steps from
 // the one before), and it never grows past kMaxBytes: when it would, the older
-// half of it is thinned further. So a folder costs at most 4 KB however it
+// half of it is thinned further. So a folder costs less than 4 KB however it
 // changes, in memory and on disk.
 //
 // Time is in minutes (FILETIME / 600,000,000: minutes since 1601); the
@@ -33,7 +33,9 @@ std::uint32_t MinuteOf(std::uint64_t fileTime);
 
 class FolderHistory {
 public:
-    static constexpr std::size_t kMaxBytes = 4096;
+    // With the folder's name and its place in the store, a folder then takes
+    // less than 4 KB in memory and on disk (names of usual length).
+    static constexpr std::size_t kMaxBytes = 3584;
     static constexpr std::uint32_t kSampleGapMinutes = 5;
 
     // The total seen at `now`; true when the history changed. A clock that
