@@ -7,6 +7,13 @@
 namespace krn {
 namespace {
 
+std::wstring Stamp(const SYSTEMTIME& t)
+{
+    wchar_t stamp[32];
+    swprintf(stamp, 32, L"%04u-%02u-%02u %02u:%02u:%02u", t.wYear, t.wMonth, t.wDay, t.wHour, t.wMinute, t.wSecond);
+    return stamp;
+}
+
 std::wstring Size(std::uint64_t bytes)
 {
     wchar_t text[kFormatSizeChars];
@@ -51,10 +58,25 @@ std::wstring AlertMessage(const std::wstring& customText, const std::wstring& fo
 std::wstring FormatLogLine(const SYSTEMTIME& t, const std::wstring& folder, LimitSide side, std::uint64_t size,
                            std::uint64_t limit)
 {
-    wchar_t stamp[32];
-    swprintf(stamp, 32, L"%04u-%02u-%02u %02u:%02u:%02u", t.wYear, t.wMonth, t.wDay, t.wHour, t.wMinute, t.wSecond);
     const wchar_t* what = side == LimitSide::Maximum ? L"Maximum exceeded" : L"Minimum undercut";
-    return std::wstring(stamp) + L"\t" + folder + L"\t" + what + L"\tSize " + Size(size) + L"\tLimit " + Size(limit);
+    return Stamp(t) + L"\t" + folder + L"\t" + what + L"\tSize " + Size(size) + L"\tLimit " + Size(limit);
+}
+
+std::wstring GrowthSentence(std::int64_t dayGrowth)
+{
+    const std::uint64_t magnitude = dayGrowth < 0 ? 0 - static_cast<std::uint64_t>(dayGrowth)
+                                                  : static_cast<std::uint64_t>(dayGrowth);
+    return (dayGrowth < 0 ? L"-" : L"+") + Size(magnitude) + L" in 24 hours.";
+}
+
+std::wstring FormatForecastLine(const SYSTEMTIME& t, const std::wstring& folder, std::uint64_t limit,
+                                std::uint32_t minutes)
+{
+    const std::uint32_t days = (minutes + 12 * 60) / (24 * 60);
+    const std::wstring when = days == 0   ? L"within a day"
+                              : days == 1 ? L"in about 1 day"
+                                          : L"in about " + std::to_wstring(days) + L" days";
+    return Stamp(t) + L"\t" + folder + L"\tReaches its maximum (" + Size(limit) + L") " + when + L".";
 }
 
 std::wstring ExpandRunText(std::wstring_view text, const std::wstring& folder)

@@ -22,6 +22,15 @@ std::wstring AlertMessage(const std::wstring& customText, const std::wstring& fo
 std::wstring FormatLogLine(const SYSTEMTIME& localTime, const std::wstring& folder, LimitSide side,
                            std::uint64_t size, std::uint64_t limit);
 
+// "+1.20 GB in 24 hours.": the sentence a maximum's message and log line end
+// with when the engine knows the folder's growth over the last day.
+std::wstring GrowthSentence(std::int64_t dayGrowth);
+
+// "2026-11-24 14:05:09\tC:\Data\tReaches its maximum (10.00 GB) in about 2 days.":
+// the daily log line of a folder forecast to reach its maximum soon.
+std::wstring FormatForecastLine(const SYSTEMTIME& localTime, const std::wstring& folder, std::uint64_t limit,
+                                std::uint32_t minutes);
+
 // What "Run application" hands to the shell.
 struct RunCommand {
     std::wstring file;

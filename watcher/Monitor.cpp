@@ -107,7 +107,8 @@ struct Monitor::Work {
     void Carry(const WatchSteps& steps);
     void Open(const FolderStep& step);
     WatchSteps Follow(std::uint64_t watch, base::unique_file folder);
-    EngineAnswer Ask(const std::wstring& path);
+    EngineAnswer Ask(const std::wstring& path, std::uint64_t maximum);
+    void AskHistory(BSTR folder, std::uint64_t maximum, EngineAnswer& answer);
     void Wait();
 
     const std::shared_ptr<Inbox> inbox = std::make_shared<Inbox>();
@@ -179,7 +180,7 @@ void Monitor::Work::Carry(const WatchSteps& steps)
             changes.Unwatch(step.watch);
             break;
         case FolderStep::Kind::Ask: {
-            const EngineAnswer answer = Ask(step.path);
+            const EngineAnswer answer = Ask(step.path, step.maximum);
             SYSTEMTIME localTime;
             GetLocalTime(&localTime);
             Carry(core.Answered(step.watch, answer, GetTickCount64(), localTime));
@@ -213,7 +214,22 @@ WatchSteps Monitor::Work::Follow(std::uint64_t watch, base::unique_file folder)
 
 // The total and its state in one call: a scan that ends between two calls
 // cannot make a partial total pass for a complete one.
-EngineAnswer Monitor::Work::Ask(const std::wstring& path)
+// What the engine's history says of the folder, when the engine keeps one:
+// an older engine answers no ISizeEngine3, and the texts then stay as they are.
+void Monitor::Work::AskHistory(BSTR folder, std::uint64_t maximum, EngineAnswer& answer)
+{
+    base::com_ptr<ISizeEngine3> history;
+    if (FAILED(engine->QueryInterface(IID_ISizeEngine3, history.put_void())))
+        return;
+    INT64 day = 0, week = 0;
+    LONG known = 0, minutes = -1;
+    if (SUCCEEDED(history->GetGrowth(folder, &day, &week, &known)) && (known & 1))
+        answer.dayGrowth = day;
+    if (maximum && SUCCEEDED(history->GetMinutesUntil(folder, maximum, &minutes)) && minutes >= 0)
+        answer.minutesToMaximum = static_cast<std::uint32_t>(minutes);
+}
+
+EngineAnswer Monitor::Work::Ask(const std::wstring& path, std::uint64_t maximum)
 {
     if (!engine && FAILED(CoCreateInstance(CLSID_SizeEngine, nullptr, CLSCTX_LOCAL_SERVER, IID_ISizeEngine2,
                                            engine.put_void()))) {
@@ -224,8 +240,12 @@ EngineAnswer Monitor::Work::Ask(const std::wstring& path)
     unsigned __int64 size = 0;
     LONG state = KRN_SCAN_UNKNOWN;
     const HRESULT hr = engine->GetTotalAndState(folder.get(), &size, &state);
-    if (SUCCEEDED(hr))
-        return {AnswerKind(state), size};
+    if (SUCCEEDED(hr)) {
+        EngineAnswer answer{AnswerKind(state), size};
+        if (answer.kind == EngineAnswer::Kind::Complete)
+            AskHistory(folder.get(), maximum, answer);
+        return answer;
+    }
     if (!EngineUnreachable(hr))
         return {EngineAnswer::Kind::Refused};
     engine.reset();

@@ -142,7 +142,8 @@ WatchSteps WatchCore::Answered(std::uint64_t watch, const EngineAnswer& answer, 
         Soonest(folder->askAt, now + timings_.partialRetryMs);
         break;
     case EngineAnswer::Kind::Complete:
-        Judge(*folder, {answer.bytes, true}, localTime, steps);
+        Judge(*folder, {answer.bytes, true}, localTime, steps, answer.dayGrowth);
+        Forecast(*folder, answer, localTime, steps);
         break;
     }
     return steps;
@@ -161,7 +162,8 @@ WatchSteps WatchCore::Due(ULONGLONG now)
         folder.askAt = 0;
         if (IsDue(folder.confirmAt, now))
             folder.confirmAt = 0;
-        steps.folders.push_back({FolderStep::Kind::Ask, folder.watch, folder.plan.path});
+        steps.folders.push_back(
+            {FolderStep::Kind::Ask, folder.watch, folder.plan.path, folder.plan.max ? folder.plan.max->bytes : 0});
     }
     return steps;
 }
@@ -202,14 +204,31 @@ void WatchCore::Open(Folder& folder, WatchSteps& steps)
 }
 
 void WatchCore::Judge(Folder& folder, const Measurement& measurement, const SYSTEMTIME& localTime,
-                      WatchSteps& steps) const
+                      WatchSteps& steps, std::optional<std::int64_t> dayGrowth) const
 {
-    JudgeLimit(folder, LimitSide::Maximum, measurement, localTime, steps);
-    JudgeLimit(folder, LimitSide::Minimum, measurement, localTime, steps);
+    JudgeLimit(folder, LimitSide::Maximum, measurement, localTime, steps, dayGrowth);
+    JudgeLimit(folder, LimitSide::Minimum, measurement, localTime, steps, {});
+}
+
+void WatchCore::Forecast(Folder& folder, const EngineAnswer& answer, const SYSTEMTIME& localTime,
+                         WatchSteps& steps) const
+{
+    constexpr std::uint32_t kSoonMinutes = 3 * 24 * 60;
+    const DWORD today = localTime.wYear * 10000u + localTime.wMonth * 100u + localTime.wDay;
+    if (!folder.plan.max || !answer.minutesToMaximum || *answer.minutesToMaximum > kSoonMinutes ||
+        folder.forecastDay == today || !folder.plan.HasAction(ActionStep::Kind::AddToLog))
+        return;
+    folder.forecastDay = today;
+    AlertAction line;
+    line.kind = AlertAction::Kind::AddToLog;
+    line.folder = folder.plan.path;
+    line.text = FormatForecastLine(localTime, folder.plan.path, folder.plan.max->bytes, *answer.minutesToMaximum);
+    line.logFile = logFile_;
+    steps.actions.push_back(std::move(line));
 }
 
 void WatchCore::JudgeLimit(Folder& folder, LimitSide side, const Measurement& measurement,
-                           const SYSTEMTIME& localTime, WatchSteps& steps) const
+                           const SYSTEMTIME& localTime, WatchSteps& steps, std::optional<std::int64_t> dayGrowth) const
 {
     const bool maximum = side == LimitSide::Maximum;
     std::optional<LimitTracker>& tracker = maximum ? folder.limits.max : folder.limits.min;
@@ -221,7 +240,7 @@ void WatchCore::JudgeLimit(Folder& folder, LimitSide side, const Measurement& me
     if (tracker->Judge(measurement)) {
         event.kind = maximum ? LimitEvent::Kind::MaximumExceeded : LimitEvent::Kind::BelowMinimum;
         steps.events.push_back(std::move(event));
-        Cross(folder, side, *limit, measurement.bytes, localTime, steps);
+        Cross(folder, side, *limit, measurement.bytes, localTime, steps, dayGrowth);
     } else if (wasOutside && tracker->phase() == LimitTracker::Phase::Inside) {
         event.kind = maximum ? LimitEvent::Kind::BackUnderMaximum : LimitEvent::Kind::BackOverMinimum;
         steps.events.push_back(std::move(event));
@@ -230,11 +249,15 @@ void WatchCore::JudgeLimit(Folder& folder, LimitSide side, const Measurement& me
 
 // The folder's actions in their order; a program that cannot start is logged
 // when the folder logs.
+// A maximum's message and log line end with the folder's growth over the
+// last day when the engine knows it.
 void WatchCore::Cross(const Folder& folder, LimitSide side, const LimitPlan& limit, std::uint64_t size,
-                      const SYSTEMTIME& localTime, WatchSteps& steps) const
+                      const SYSTEMTIME& localTime, WatchSteps& steps, std::optional<std::int64_t> dayGrowth) const
 {
     const std::wstring& path = folder.plan.path;
-    const std::wstring logLine = FormatLogLine(localTime, path, side, size, limit.bytes);
+    const std::wstring growth = side == LimitSide::Maximum && dayGrowth ? GrowthSentence(*dayGrowth) : L"";
+    const std::wstring plainLine = FormatLogLine(localTime, path, side, size, limit.bytes);
+    const std::wstring logLine = plainLine + (growth.empty() ? L"" : L"\t" + growth);
     const bool logs = folder.plan.HasAction(ActionStep::Kind::AddToLog);
     for (const ActionStep& step : folder.plan.actions) {
         AlertAction action;
@@ -242,7 +265,7 @@ void WatchCore::Cross(const Folder& folder, LimitSide side, const LimitPlan& lim
         switch (step.kind) {
         case ActionStep::Kind::ShowMessage:
             action.kind = AlertAction::Kind::ShowMessage;
-            action.text = AlertMessage(limit.msg, path, side, size, limit.bytes);
+            action.text = AlertMessage(limit.msg, path, side, size, limit.bytes) + (growth.empty() ? L"" : L" " + growth);
             break;
         case ActionStep::Kind::AddToLog:
             action.kind = AlertAction::Kind::AddToLog;
@@ -253,7 +276,7 @@ void WatchCore::Cross(const Folder& folder, LimitSide side, const LimitPlan& lim
             action.kind = AlertAction::Kind::RunApplication;
             action.command = PrepareRun(step.path, step.params, path);
             if (logs) {
-                action.text = logLine + L"\tCould not start " + action.command.file + L": ";
+                action.text = plainLine + L"\tCould not start " + action.command.file + L": ";
                 action.logFile = logFile_;
             }
             break;

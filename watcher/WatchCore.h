@@ -9,6 +9,7 @@
 #include <windows.h>
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -43,6 +44,11 @@ struct EngineAnswer {
     };
     Kind kind = Kind::Unknown;
     std::uint64_t bytes = 0;
+    // From the engine's history of the folder, with a complete total: its
+    // growth over the last day, and the minutes until it reaches the
+    // maximum the question named, when the engine knows them.
+    std::optional<std::int64_t> dayGrowth;
+    std::optional<std::uint32_t> minutesToMaximum;
 };
 
 // Following a folder and asking about it. `watch` names one opening of a
@@ -57,6 +63,7 @@ struct FolderStep {
     Kind kind = Kind::Open;
     std::uint64_t watch = 0;
     std::wstring path;  // Open, Ask
+    std::uint64_t maximum = 0;  // Ask: the folder's maximum in bytes, for its forecast; 0: none
 };
 
 // One action of a crossing, ready to carry out.
@@ -124,15 +131,20 @@ private:
         ULONGLONG askAt = 0;      // 0: nothing due
         ULONGLONG confirmAt = 0;
         ULONGLONG reopenAt = 0;
+        DWORD forecastDay = 0;  // yyyymmdd of the last forecast line
     };
 
     Folder* Find(std::uint64_t watch);
     void Open(Folder& folder, WatchSteps& steps);
-    void Judge(Folder& folder, const Measurement& measurement, const SYSTEMTIME& localTime, WatchSteps& steps) const;
+    void Judge(Folder& folder, const Measurement& measurement, const SYSTEMTIME& localTime, WatchSteps& steps,
+               std::optional<std::int64_t> dayGrowth = {}) const;
     void JudgeLimit(Folder& folder, LimitSide side, const Measurement& measurement, const SYSTEMTIME& localTime,
-                    WatchSteps& steps) const;
+                    WatchSteps& steps, std::optional<std::int64_t> dayGrowth) const;
     void Cross(const Folder& folder, LimitSide side, const LimitPlan& limit, std::uint64_t size,
-               const SYSTEMTIME& localTime, WatchSteps& steps) const;
+               const SYSTEMTIME& localTime, WatchSteps& steps, std::optional<std::int64_t> dayGrowth) const;
+    // Once a day, a folder that logs and will reach its maximum within three
+    // days says so in the log.
+    void Forecast(Folder& folder, const EngineAnswer& answer, const SYSTEMTIME& localTime, WatchSteps& steps) const;
 
     const WatchTimings timings_;
     std::vector<Folder> folders_;

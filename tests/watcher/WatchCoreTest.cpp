@@ -39,7 +39,9 @@ WatchPlan Plan(std::vector<FolderPlan> folders, bool disableAlertOnStartup = fal
 // Events: plan (the scenario's next plan), opened, failed (the open),
 // changed, lost, due, answer, ask (due gives just "ask <folder>", then the
 // answer), next (gives "next <ms when something is due next>").
-// Answers: complete, running, stale, unknown, refused, unreachable.
+// Answers: complete, running, stale, unknown, refused, unreachable; after
+// the bytes, what the engine's history says: grew:<bytes in a day>,
+// full:<minutes until the maximum>.
 struct Scenario {
     const char* name;
     std::vector<WatchPlan> plans;
@@ -72,7 +74,14 @@ public:
             std::wstring event, folder, answer = L"unknown";
             std::uint64_t bytes = 0;
             words >> ms >> event >> folder >> answer >> bytes;
-            EXPECT_EQ(Run(ms, event, folder, {kAnswers.at(answer), bytes}), expected);
+            EngineAnswer told{kAnswers.at(answer), bytes};
+            for (std::wstring extra; words >> extra;) {
+                if (extra.starts_with(L"grew:"))
+                    told.dayGrowth = std::stoll(extra.substr(5));
+                if (extra.starts_with(L"full:"))
+                    told.minutesToMaximum = std::stoul(extra.substr(5));
+            }
+            EXPECT_EQ(Run(ms, event, folder, told), expected);
         }
     }
 
@@ -211,6 +220,14 @@ const Scenario kScenarios[] = {
       L"420 answer c complete 2048 => log w.log: c, Maximum exceeded, Size 2.00 KB, Limit 1.00 KB",
       L"420 answer a complete 4096 => log w.log: a, Maximum exceeded, Size 4.00 KB, Limit 1.00 KB",
       L"420 answer b complete 1025 => log w.log: b, Maximum exceeded, Size 1.00 KB, Limit 1.00 KB"}},
+    {"a maximum's texts end with the day's growth; a maximum soon is logged, once a day",
+     {Plan({Folder(L"a", 1024)})},
+     {L"0 plan => open a", L"10 opened a",
+      L"410 ask a complete 10 full:3000 => log w.log: a, Reaches its maximum (1.00 KB) in about 2 days.",
+      L"1000 changed a", L"1400 ask a complete 20 full:2000",  // told today already
+      L"2000 changed a",
+      L"2400 ask a complete 2048 grew:1536 => box a: over +1.50 KB in 24 hours. | "
+      L"log w.log: a, Maximum exceeded, Size 2.00 KB, Limit 1.00 KB, +1.50 KB in 24 hours."}},
     {"an open that ends after its folder was dropped is closed; a folder without limits is not opened",
      {Plan({Folder(L"a", 1024), Folder(L"none", {})}), Plan({})},
      {L"0 plan => open a", L"5 plan", L"10 opened a => close a"}},
