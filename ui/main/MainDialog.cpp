@@ -394,6 +394,11 @@ void MainDialog::OnCommand(UINT id, UINT code)
 
 void MainDialog::OnNotify(const NMHDR& header)
 {
+    if (header.code == TTN_GETDISPINFOW &&
+        header.idFrom == reinterpret_cast<UINT_PTR>(folders_.view().GetListWindow())) {
+        monitor_.OnTooltipText(const_cast<NMTTDISPINFOW&>(reinterpret_cast<const NMTTDISPINFOW&>(header)));
+        return;
+    }
     if (header.idFrom != IDC_FOLDER_LIST)
         return;
     if (header.code == NM_DBLCLK) {

@@ -1,5 +1,7 @@
 #include "ui/main/MonitorControl.h"
 
+#include <windowsx.h>
+
 #include "base/Com.h"
 #include "base/Handles.h"
 #include "config/Locations.h"
@@ -53,6 +55,14 @@ uint64_t TotalSize(const FolderEntry& entry)
     return size;
 }
 
+// "+1.20 GB" or "-300 B".
+std::wstring SignedSize(INT64 bytes)
+{
+    wchar_t text[kFormatSizeChars];
+    const std::uint64_t magnitude = bytes < 0 ? 0 - static_cast<std::uint64_t>(bytes) : static_cast<std::uint64_t>(bytes);
+    return (bytes < 0 ? L"-" : L"+") + std::wstring(FormatSize(magnitude, text));
+}
+
 } // namespace
 
 void MonitorControl::Start(HWND window, HWND link, HCURSOR handCursor)
@@ -60,8 +70,100 @@ void MonitorControl::Start(HWND window, HWND link, HCURSOR handCursor)
     window_ = window;
     link_ = link;
     handCursor_ = handCursor;
+    AddTooltip();
     SetTimer(window_, kRefreshTimer, kRefreshMs, nullptr);
     Refresh();
+}
+
+void MonitorControl::AddTooltip()
+{
+    const HWND list = folders_.view().GetListWindow();
+    tooltip_ = CreateWindowExW(WS_EX_TOPMOST, TOOLTIPS_CLASSW, nullptr, WS_POPUP | TTS_NOPREFIX | TTS_ALWAYSTIP,
+                               CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, window_, nullptr, nullptr,
+                               nullptr);
+    if (!tooltip_ || !list)
+        return;  // the list works as before, without tips
+    TTTOOLINFOW tool{sizeof tool};
+    tool.uFlags = TTF_IDISHWND | TTF_SUBCLASS;
+    tool.hwnd = window_;
+    tool.uId = reinterpret_cast<UINT_PTR>(list);
+    tool.lpszText = LPSTR_TEXTCALLBACKW;
+    SendMessageW(tooltip_, TTM_ADDTOOLW, 0, reinterpret_cast<LPARAM>(&tool));
+    SendMessageW(tooltip_, TTM_SETMAXTIPWIDTH, 0, 400);
+    SetWindowSubclass(list, &MonitorControl::ListMouse, reinterpret_cast<UINT_PTR>(this), 0);
+}
+
+LRESULT CALLBACK MonitorControl::ListMouse(HWND list, UINT message, WPARAM wParam, LPARAM lParam, UINT_PTR self,
+                                           DWORD_PTR) noexcept
+{
+    auto& control = *reinterpret_cast<MonitorControl*>(self);
+    if (message == WM_MOUSEMOVE && control.tooltip_) {
+        const int row = control.SizeCellAt({GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam)});
+        if (row != control.tipRow_) {
+            control.tipRow_ = row;
+            SendMessageW(control.tooltip_, TTM_POP, 0, 0);  // the next show asks for this cell's text
+        }
+    } else if (message == WM_NCDESTROY) {
+        RemoveWindowSubclass(list, &MonitorControl::ListMouse, self);
+    }
+    return DefSubclassProc(list, message, wParam, lParam);
+}
+
+int MonitorControl::SizeCellAt(POINT point) const
+{
+    LVHITTESTINFO hit{};
+    hit.pt = point;
+    const HWND list = folders_.view().GetListWindow();
+    if (SendMessageW(list, LVM_SUBITEMHITTEST, 0, reinterpret_cast<LPARAM>(&hit)) < 0 ||
+        hit.iSubItem != kColumnSize)
+        return -1;
+    return hit.iItem;
+}
+
+void MonitorControl::OnTooltipText(NMTTDISPINFOW& info)
+{
+    POINT cursor{};
+    GetCursorPos(&cursor);
+    ScreenToClient(folders_.view().GetListWindow(), &cursor);
+    tipRow_ = SizeCellAt(cursor);
+    tipText_ = tipRow_ >= 0 ? TooltipText(tipRow_) : std::wstring();
+    info.lpszText = tipText_.data();
+    info.szText[0] = L'\0';
+    info.hinst = nullptr;
+}
+
+// Asked when the mouse rests on a cell, not on every refresh: the refresh's
+// calls stay what they are.
+std::wstring MonitorControl::TooltipText(int row) const
+{
+    const FolderEntry* entry = folders_.EntryAt(row);
+    if (!entry || !entry->path)
+        return {};
+    const auto engine = CreateServerObject<ISizeEngine3>(CLSID_SizeEngine);
+    if (!engine)
+        return {};
+    const base::unique_bstr path(entry->path->c_str());
+    INT64 day = 0, week = 0;
+    LONG known = 0, minutes = -1;
+    if (FAILED(engine->GetGrowth(path.get(), &day, &week, &known)) || known == 0)
+        return {};
+    std::wstring text;
+    if (known & 1)
+        text = SignedSize(day) + L" in 24 hours";
+    if (known & 2)
+        text += (text.empty() ? L"" : L", ") + SignedSize(week) + L" in 7 days";
+    text += L".";
+    const std::uint64_t maximum = LimitBytes(entry->max.value, entry->max.units);
+    if ((entry->flags & FolderEntry::HasMax) && SUCCEEDED(engine->GetMinutesUntil(path.get(), maximum, &minutes)) &&
+        minutes >= 0) {
+        wchar_t limit[kFormatSizeChars];
+        const LONG days = (minutes + 12 * 60) / (24 * 60);
+        text += L" Reaches its maximum (" + std::wstring(FormatSize(maximum, limit)) + L") " +
+                (days == 0 ? std::wstring(L"within a day")
+                           : L"in about " + std::to_wstring(days) + (days == 1 ? L" day" : L" days")) +
+                L".";
+    }
+    return text;
 }
 
 void MonitorControl::OnTimer(UINT_PTR id)

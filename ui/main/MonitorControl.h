@@ -11,7 +11,10 @@
 
 #include <windows.h>
 
+#include <commctrl.h>
+
 #include <cstdint>
+#include <string>
 
 namespace krn {
 
@@ -53,6 +56,14 @@ public:
     // that is not running is not started.
     void NotifyWatcherReload();
 
+    // The Size cells' tooltip: the folder's growth over a day and a week and,
+    // when it has a maximum and the engine can tell, when it reaches it. From
+    // the size engine's history when the mouse rests on the cell; without an
+    // engine, or with nothing known, no tooltip.
+    void OnTooltipText(NMTTDISPINFOW& info);
+    // The text for row `row`; empty for none.
+    std::wstring TooltipText(int row) const;
+
     WatcherState watcherState() const noexcept { return watcherState_; }
     // True from a switch until the watcher's state is seen to change or a
     // minute has passed; clicks are ignored meanwhile.
@@ -64,12 +75,21 @@ private:
     void RefreshSizes();
     void RefreshWatcherState();
     void Show(Look look);
+    void AddTooltip();
+    // The list's mouse: a tip for another cell is asked for again.
+    static LRESULT CALLBACK ListMouse(HWND list, UINT message, WPARAM wParam, LPARAM lParam, UINT_PTR self,
+                                      DWORD_PTR) noexcept;
+    // The row whose Size cell is under `point` (list coordinates); -1: none.
+    int SizeCellAt(POINT point) const;
 
     FolderList& folders_;
     acl::Hyperlink_Settings& linkSettings_;
     HWND window_ = nullptr;
     HWND link_ = nullptr;
     HCURSOR handCursor_ = nullptr;
+    HWND tooltip_ = nullptr;  // a child of the main window: destroyed with it
+    int tipRow_ = -1;         // the row the tooltip last spoke of
+    std::wstring tipText_;
     WatcherState watcherState_ = kUnknown;
     bool toggleBusy_ = false;
 };

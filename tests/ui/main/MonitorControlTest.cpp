@@ -10,6 +10,8 @@
 #include "Kestrune.h"
 #include "base/Com.h"
 #include "base/Handles.h"
+#include "config/Locations.h"
+#include "engine/HistoryStore.h"
 #include "idl/PresenceMutex.h"
 #include "resource.h"
 #include "support/SlowStorage.h"
@@ -184,6 +186,56 @@ TEST_F(MonitorControlTest, WithoutARegisteredEngineEverySizeReadsZeroUntilItIsRe
         EXPECT_FALSE(ApplyEnabled()) << "a refresh never marks the list modified";
     }
     EXPECT_TRUE(RefreshUntil([&] { return SizeCell(0) == L"4.88 KB"; })) << "5,000 bytes: " << SizeCell(0);
+}
+
+std::wstring Sized(std::uint64_t bytes)
+{
+    wchar_t text[krn::kFormatSizeChars];
+    return krn::FormatSize(bytes, text);
+}
+
+// The Size cell's tooltip reads the engine's history of the folder: one the
+// test writes before the engine starts, a steady rise of 1,000 bytes a day up
+// to the folder's 10,000 bytes of now, below a maximum of 12,000 bytes.
+TEST_F(MonitorControlTest, TheSizeCellsTooltipTellsTheGrowthAndWhenTheMaximumIsReached)
+{
+    constexpr std::uint32_t kDay = 24 * 60;
+    const std::wstring folder = counted / L"grown";
+    CreateDirectoryW(folder.c_str(), nullptr);
+    WriteFileBytes(folder + L"\\data.bin", std::string(10000, 'x'));
+    std::wstring path, history;
+    ASSERT_EQ(engine::MakeFolderPath(folder, path), 0u);
+    InRealHkcu([&] { history = engine::DefaultHistoryFile(); });  // the engine's, not the scratch profile's
+    FILETIME clock;
+    GetSystemTimeAsFileTime(&clock);
+    const std::uint32_t now = engine::MinuteOf(ULARGE_INTEGER{{clock.dwLowDateTime, clock.dwHighDateTime}}.QuadPart);
+    {
+        ServerUnregistered ended(WindowsPath(KRN_SIZE_ENGINE_EXE));  // reads the history when it starts again
+        engine::HistoryStore store(history);
+        for (std::uint32_t ago = 8 * kDay; ago >= 60; ago -= 60)
+            store.Record(path, now - ago, 10000 - std::uint64_t{ago} * 1000 / kDay);
+        ASSERT_TRUE(store.Save());
+    }
+    WriteConfig(FolderXml(Narrow(folder), LimitXml("Max", "12000", "B")));
+    ASSERT_TRUE(Open());
+    ASSERT_TRUE(RefreshUntil([&] { return SizeCell(0) == Sized(10000); })) << SizeCell(0);
+
+    // The mouse resting on a cell, and the tooltip asking the window for its text.
+    const HWND list = item(IDC_FOLDER_LIST);
+    const auto tipAt = [&](int column) {
+        RECT cell{LVIR_BOUNDS, column};  // left: what to measure, top: the column
+        SendMessageW(list, LVM_GETSUBITEMRECT, 0, reinterpret_cast<LPARAM>(&cell));
+        POINT middle{(cell.left + cell.right) / 2, (cell.top + cell.bottom) / 2};
+        ClientToScreen(list, &middle);
+        SetCursorPos(middle.x, middle.y);
+        NMTTDISPINFOW info{{nullptr, reinterpret_cast<UINT_PTR>(list), TTN_GETDISPINFOW}};
+        SendMessageW(window(), WM_NOTIFY, 0, reinterpret_cast<LPARAM>(&info));
+        return std::wstring(info.lpszText ? info.lpszText : L"");
+    };
+    EXPECT_EQ(tipAt(krn::kColumnSize), L"+" + Sized(1000) + L" in 24 hours, +" + Sized(7000) +
+                                           L" in 7 days. Reaches its maximum (" + Sized(12000) +
+                                           L") in about 2 days.");
+    EXPECT_EQ(tipAt(krn::kColumnMax), L"") << "only the Size cells have a tip";
 }
 
 TEST_F(MonitorControlTest, AFolderOnSlowStorageHoldsNeitherTheWindowNorTheOtherFolders)
