@@ -27,6 +27,21 @@ TEST(FormatLogLine, DateFolderLimitSizeAndLimit)
               L"2026-03-07 09:05:02\tC:\\\u65e5\u672c\tMinimum undercut\tSize 10 B\tLimit 1.00 MB");
 }
 
+TEST(HistoryTexts, GrowthSignedAndForecastRoundedToDays)
+{
+    EXPECT_EQ(GrowthSentence(1288490189), L"+1.20 GB in 24 hours.");
+    EXPECT_EQ(GrowthSentence(-1536), L"-1.50 KB in 24 hours.");
+    const SYSTEMTIME time{2026, 3, 6, 7, 9, 5, 2, 0};
+    const struct {
+        std::uint32_t minutes;
+        const wchar_t* when;
+    } kCases[] = {{600, L"within a day"}, {1500, L"in about 1 day"}, {2200, L"in about 2 days"},
+                  {7200, L"in about 5 days"}};
+    for (const auto& c : kCases)
+        EXPECT_EQ(FormatForecastLine(time, L"C:\\Data", 10737418240, c.minutes),
+                  std::wstring(L"2026-03-07 09:05:02\tC:\\Data\tReaches its maximum (10.00 GB) ") + c.when + L".");
+}
+
 class RunCommandTest : public testing::Test {
 protected:
     void SetUp() override { SetEnvironmentVariableW(L"KRN_TOOLS", L"C:\\Tools"); }
