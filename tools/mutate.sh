@@ -116,6 +116,11 @@ restore_source() {
 # otherwise) and puts back the prefix's registry as it was before the first
 # fault, so that no fault leaves registrations or settings to the next one.
 reset_wine() {
+    # A run stopped at its first failure skips the fixtures' clean-up: the
+    # slow storages' mounts and processes go here.
+    for storage in "$BUILD"/tests/*/*-slow-storage "$BUILD"/tests/*/*/*-slow-storage; do
+        [ -d "$storage" ] && bash "$ROOT/tests/support/slow-storage.sh" stop "$storage"
+    done
     "$ROOT/tools/wine-stop" "$BUILD"
     [ -d "$BUILD/installer-test" ] && "$ROOT/tools/wine-stop" "$BUILD/installer-test"
     [ -d "$PREFIX" ] && WINEPREFIX=$PREFIX /usr/lib/wine/wineserver -w 2>/dev/null
