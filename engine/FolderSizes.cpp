@@ -75,6 +75,9 @@ struct FolderSizes::Folder {
     bool checking = false;  // a check runs on the opens pool
     std::chrono::steady_clock::time_point checkStarted;
     uint64_t watchId = 0;  // 0: not followed
+    // The name the file system gives the opened folder (long components, its
+    // own case); empty until it was opened.
+    std::wstring finalName;
 
     std::unique_ptr<DirNode> tree;
     std::shared_ptr<TreeScan> scan;
@@ -144,7 +147,7 @@ DWORD FolderSizes::GetTotals(std::wstring_view name, Totals& totals)
     return GetTotals(name, totals, state);
 }
 
-DWORD FolderSizes::GetTotals(std::wstring_view name, Totals& totals, ScanState& state)
+DWORD FolderSizes::GetTotals(std::wstring_view name, Totals& totals, ScanState& state, std::wstring* finalName)
 {
     totals = {};
     state = ScanState::Unknown;
@@ -166,6 +169,8 @@ DWORD FolderSizes::GetTotals(std::wstring_view name, Totals& totals, ScanState& 
     }
     totals = folder->scan && folder->scanCounts ? folder->scan->Found() : folder->totals;
     state = folder->state;
+    if (finalName)
+        *finalName = folder->finalName.empty() ? folder->path : folder->finalName;
     if (folder->watchId && !folder->notified && !folder->busy &&
         GetTickCount64() - folder->lastScanned >= kUnfollowedRescanMs) {
         folder->pending.rescan = true;
@@ -366,6 +371,11 @@ void FolderSizes::Open(const FolderPtr& folder)
 void FolderSizes::Follow(const FolderPtr& folder, base::unique_file root, Identity identity)
 {
     uint64_t watchId = 0;
+    std::wstring finalName(kMaxPathChars + 1, L'\0');
+    finalName.resize(GetFinalPathNameByHandleW(root.get(), finalName.data(), kMaxPathChars + 1,
+                                               FILE_NAME_NORMALIZED | VOLUME_NAME_DOS));
+    if (finalName.size() > kMaxPathChars)
+        finalName.clear();
     {
         std::lock_guard lock(mutex_);
         // Forgotten meanwhile (StopWatching, or too many records), or ending.
@@ -383,6 +393,7 @@ void FolderSizes::Follow(const FolderPtr& folder, base::unique_file root, Identi
         }
         folder->identity = identity;
         folder->identified = true;
+        folder->finalName = std::move(finalName);
         folder->error = 0;
         folder->watchId = watchId;
         folder->notified = true;

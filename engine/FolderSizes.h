@@ -83,7 +83,10 @@ public:
     // known not to open (ERROR_FILE_NOT_FOUND, ERROR_PATH_NOT_FOUND,
     // ERROR_DIRECTORY for a file, ERROR_ACCESS_DENIED,
     // ERROR_SHARING_VIOLATION...).
-    DWORD GetTotals(std::wstring_view folder, Totals& totals, ScanState& state);
+    // `finalName`, when given, gets the name the file system gives the folder
+    // once it was opened (a short 8.3 name and the long one give the same),
+    // else the name in MakeFolderPath's form.
+    DWORD GetTotals(std::wstring_view folder, Totals& totals, ScanState& state, std::wstring* finalName = nullptr);
     DWORD GetTotals(std::wstring_view folder, Totals& totals);
     // Forgets what is known of the folder and scans it again in the
     // background; fails like GetTotals.

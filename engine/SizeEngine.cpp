@@ -76,16 +76,19 @@ HRESULT SizeEngine::QueryInterface(REFIID iid, void** out) noexcept
 
 // A complete total is a sample of the folder's history: the history takes it
 // when it changed and five minutes passed, and ignores it otherwise.
-HRESULT SizeEngine::GetTotals(BSTR folder, engine::Totals& totals, engine::ScanState& state) noexcept
+HRESULT SizeEngine::GetTotals(BSTR folder, engine::Totals& totals, engine::ScanState& state,
+                              std::wstring* finalName) noexcept
 {
     totals = {};
     state = engine::ScanState::Unknown;
     if (Name(folder).empty())
         return E_INVALIDARG;
-    const HRESULT result = FromError(state_.sizes.GetTotals(Name(folder), totals, state));
-    std::wstring path;
-    if (result == S_OK && state == engine::ScanState::Complete && engine::MakeFolderPath(Name(folder), path) == 0)
-        state_.history.Record(path, MinuteNow(), totals.bytes);
+    std::wstring name;
+    const HRESULT result = FromError(state_.sizes.GetTotals(Name(folder), totals, state, &name));
+    if (result == S_OK && state == engine::ScanState::Complete)
+        state_.history.Record(name, MinuteNow(), totals.bytes);
+    if (finalName)
+        *finalName = std::move(name);
     return result;
 }
 
@@ -93,13 +96,12 @@ HRESULT SizeEngine::GetHistory(BSTR folder, std::uint64_t& total, std::optional<
 {
     engine::Totals totals;
     engine::ScanState state;
-    const HRESULT result = GetTotals(folder, totals, state);
+    std::wstring name;
+    const HRESULT result = GetTotals(folder, totals, state, &name);
     total = totals.bytes;
     if (FAILED(result) || state != engine::ScanState::Complete)
         return FAILED(result) ? result : S_FALSE;
-    std::wstring path;
-    engine::MakeFolderPath(Name(folder), path);
-    history = state_.history.Find(path);
+    history = state_.history.Find(name);
     return S_OK;
 }
 

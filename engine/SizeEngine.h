@@ -55,7 +55,10 @@ public:
     HRESULT STDMETHODCALLTYPE GetMinutesUntil(BSTR folder, UINT64 limit, LONG* minutes) noexcept override;
 
 private:
-    HRESULT GetTotals(BSTR folder, engine::Totals& totals, engine::ScanState& state) noexcept;
+    // A complete total is also a sample of the folder's history, kept under
+    // the folder's final name (`finalName`, when given).
+    HRESULT GetTotals(BSTR folder, engine::Totals& totals, engine::ScanState& state,
+                      std::wstring* finalName = nullptr) noexcept;
     // The complete total and the history of the folder, for GetGrowth and
     // GetMinutesUntil; S_FALSE when the total is not complete.
     HRESULT GetHistory(BSTR folder, std::uint64_t& total, std::optional<engine::FolderHistory>& history) noexcept;

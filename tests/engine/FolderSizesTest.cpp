@@ -158,6 +158,31 @@ TEST_F(FolderSizesTest, LostNotificationsMeanAFreshScan)
     EXPECT_EQ(totals.files, kTreeTotals.files + 300);
 }
 
+// The final name is what a folder's history is kept under: its short (8.3)
+// name, its long one and another case are one folder.
+TEST_F(FolderSizesTest, EveryNameOfAFolderGivesItsOneFinalName)
+{
+    const std::wstring folder = tree / L"A Long Folder Name";
+    MakeFolder(folder);
+    wchar_t shortName[MAX_PATH] = {};
+    ASSERT_GT(GetShortPathNameW(folder.c_str(), shortName, MAX_PATH), 0u);
+    std::wstring upper = folder;
+    CharUpperW(upper.data());
+    std::vector<std::wstring> finals;
+    for (const std::wstring& name : {folder, std::wstring(shortName), upper, folder + L"\\"}) {
+        Complete(name);
+        Totals totals;
+        ScanState state;
+        std::wstring finalName;
+        ASSERT_EQ(sizes.GetTotals(name, totals, state, &finalName), 0u) << name;
+        finals.push_back(finalName);
+    }
+    EXPECT_NE(std::wstring(shortName), folder) << "no short name to try";
+    for (const std::wstring& finalName : finals)
+        EXPECT_TRUE(engine::EqualNoCase(finalName, finals[0])) << finalName << " against " << finals[0];
+    EXPECT_NE(finals[0].find(L"A Long Folder Name"), std::wstring::npos) << finals[0];
+}
+
 // The names themselves are FolderPathTest's; these fail on what they name.
 TEST_F(FolderSizesTest, NamesOfNoFolderFailWithoutFollowingAnything)
 {
