@@ -14,6 +14,8 @@
 #include <sstream>
 
 #include "app/ChildProcess.h"
+#include "config/Locations.h"
+#include "engine/HistoryStore.h"
 #include "server/Registration.h"
 #include "settings/RegistryValues.h"
 #include "support/Gui.h"
@@ -437,6 +439,47 @@ TEST_F(WatcherTest, EventLogGetsCrossingsReturnsAndFailedActions)
     EXPECT_TRUE(traced(L"1002 " + folder + L" 0 B 1.00 KB"));
     StopWatcher();
     EXPECT_EQ(TracedRecords(trace).size(), 5u) << "a record too many";
+}
+
+// The engine's history of a folder, written before the engine starts: 500
+// bytes a day up to the 5,000 bytes it holds, below a maximum of 6 KB. The
+// watcher logs once that the maximum is 2 days away, and the crossing's line
+// ends with the day's growth.
+TEST_F(WatcherTest, TheLogTellsAMaximumSoonAndTheDaysGrowthAtTheCrossing)
+{
+    constexpr std::uint32_t kDay = 24 * 60;
+    const std::wstring folder = scratch_ / L"growing";
+    std::filesystem::create_directories(folder);
+    WriteFileBytes(folder + L"\\base.bin", std::string(5000, 'x'));
+    std::wstring path;
+    ASSERT_EQ(engine::MakeFolderPath(folder, path), 0u);
+    FILETIME clock;
+    GetSystemTimeAsFileTime(&clock);
+    const std::uint32_t now = engine::MinuteOf(ULARGE_INTEGER{{clock.dwLowDateTime, clock.dwHighDateTime}}.QuadPart);
+    {
+        ServerUnregistered ended(kEngineExe);  // reads the history when it starts again
+        engine::HistoryStore store(engine::DefaultHistoryFile());
+        for (std::uint32_t ago = 8 * kDay; ago >= 60; ago -= 60)
+            store.Record(path, now - ago, 5000 - std::uint64_t{ago} * 500 / kDay);
+        ASSERT_TRUE(store.Save());
+    }
+    Configure({folder}, "<AddToLog/>", R"(<Max Value="6" Units="KB" Msg=""/>)");
+    ASSERT_EQ(Create(control_), S_OK);
+    const auto line = [&](const std::string& ending) {
+        return PumpUntil([&] {
+            for (const std::string& logged : LogLines(log_))
+                if (logged.size() >= ending.size() && logged.compare(logged.size() - ending.size(), ending.size(), ending) == 0)
+                    return true;
+            return false;
+        }, kActedWithinMs);
+    };
+    EXPECT_TRUE(line("\t" + Utf8(folder) + "\tReaches its maximum (6.00 KB) in about 2 days.\r"))
+        << ReadFileBytes(log_);
+    WriteFileBytes(folder + L"\\big.bin", std::string(2048, 'x'));
+    wchar_t grown[kFormatSizeChars];
+    EXPECT_TRUE(line("\tMaximum exceeded\tSize 6.88 KB\tLimit 6.00 KB\t+" + Utf8(FormatSize(7048 - 4500, grown)) +
+                     " in 24 hours.\r"))
+        << ReadFileBytes(log_);
 }
 
 // A folder whose storage takes half a minute per operation holds only itself:
