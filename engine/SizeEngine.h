@@ -79,7 +79,7 @@ inline constexpr DWORD kSizeEngineStopMs = 1000;
 // threaded: each call is answered on COM's own threads at once, not queued
 // behind another client's on one thread; FolderSizes is safe for that, and
 // the objects hold nothing else.
-inline const server::ServerSpec kSizeEngineServer{
+inline const server::ServerTraits kSizeEngineServer{
     .clsid = CLSID_SizeEngine,
     .friendlyName = L"Kestrune Size Engine",
     .lingerMs = kSizeEngineLingerMs,

@@ -32,10 +32,10 @@ struct Served {
 // left (so the context the objects use outlives it), then the context, and
 // the module last.
 template <typename Object, typename... Args>
-int RunServer(const wchar_t* commandTail, const ServerSpec& spec, Args&&... args)
+int RunServer(const wchar_t* commandTail, const ServerTraits& traits, Args&&... args)
 {
     const ServerCommandLine line = ParseServerCommandLine(commandTail);
-    const ServerClass serverClass{spec.clsid, spec.friendlyName};
+    const ServerClass serverClass{traits.clsid, traits.friendlyName};
     switch (line.command) {
     case ServerCommand::Register:
         return RegisterServer(serverClass);
@@ -44,11 +44,11 @@ int RunServer(const wchar_t* commandTail, const ServerSpec& spec, Args&&... args
     case ServerCommand::Run:
         break;
     }
-    ServerModule module(spec);
+    ServerModule module(traits);
     if (!module.ClaimInstance(line.embedding))
-        return spec.alreadyRunningExit;
+        return traits.alreadyRunningExit;
     std::optional<Served<Object>> served;
-    const HRESULT com = CoInitializeEx(nullptr, spec.apartment);
+    const HRESULT com = CoInitializeEx(nullptr, traits.apartment);
     if (FAILED(com))
         return com;
     served.emplace(module, std::forward<Args>(args)...);
@@ -59,7 +59,7 @@ int RunServer(const wchar_t* commandTail, const ServerSpec& spec, Args&&... args
     // in minutes, or never) is still used by that thread when it wakes: the
     // process ends here, without the destructors that would free it.
     if constexpr (requires(typename Object::Context& context) { context.Stop(DWORD{}); })
-        if (!served->context.Stop(spec.stopMs))
+        if (!served->context.Stop(traits.stopMs))
             ExitProcess(static_cast<UINT>(exitCode));
     return exitCode;
 }

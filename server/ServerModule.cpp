@@ -38,16 +38,16 @@ void Report(const wchar_t* what, DWORD error)
 
 } // namespace
 
-ServerModule::ServerModule(const ServerSpec& spec) noexcept
-    : spec_(spec), thread_(GetCurrentThreadId()), started_(GetTickCount64())
+ServerModule::ServerModule(const ServerTraits& traits) noexcept
+    : traits_(traits), thread_(GetCurrentThreadId()), started_(GetTickCount64())
 {
-    if (spec_.lingerMs != ServerSpec::kNeverEnd) {
+    if (traits_.lingerMs != ServerTraits::kNeverEnd) {
         lingerTimer_.reset(CreateWaitableTimerW(nullptr, FALSE, nullptr));
         if (!lingerTimer_)
             Report(L"creating the linger timer (the server ends only when asked)", GetLastError());
     }
-    if (spec_.presenceMutex) {
-        serving_.reset(CreateEventW(nullptr, TRUE, FALSE, EventName(L"Serving", spec_.clsid).c_str()));
+    if (traits_.presenceMutex) {
+        serving_.reset(CreateEventW(nullptr, TRUE, FALSE, EventName(L"Serving", traits_.clsid).c_str()));
         if (!serving_)
             Report(L"creating the serving event", GetLastError());
     }
@@ -57,10 +57,10 @@ ServerModule::~ServerModule() = default;
 
 bool ServerModule::ClaimInstance(bool embedding)
 {
-    if (!spec_.presenceMutex)
+    if (!traits_.presenceMutex)
         return true;
     for (;;) {
-        presence_.reset(CreateMutexW(nullptr, FALSE, spec_.presenceMutex));
+        presence_.reset(CreateMutexW(nullptr, FALSE, traits_.presenceMutex));
         const DWORD error = GetLastError();
         if (!presence_) {
             Report(L"creating the presence mutex", error);
@@ -107,11 +107,11 @@ void ServerModule::Quit(int exitCode) noexcept
 
 int ServerModule::Serve(IUnknown* factory)
 {
-    endRequest_.reset(CreateEventW(nullptr, TRUE, FALSE, EventName(L"End", spec_.clsid).c_str()));
+    endRequest_.reset(CreateEventW(nullptr, TRUE, FALSE, EventName(L"End", traits_.clsid).c_str()));
     if (!endRequest_)
         Report(L"creating the end request event (/UnregServer cannot end this copy)", GetLastError());
     DWORD cookie = 0;
-    const HRESULT hr = CoRegisterClassObject(spec_.clsid, factory, CLSCTX_LOCAL_SERVER,
+    const HRESULT hr = CoRegisterClassObject(traits_.clsid, factory, CLSCTX_LOCAL_SERVER,
                                              REGCLS_MULTIPLEUSE | REGCLS_SUSPENDED, &cookie);
     if (FAILED(hr))
         return hr;
@@ -188,7 +188,7 @@ void ServerModule::ArmLinger() noexcept
     if (!lingerTimer_)
         return;
     LARGE_INTEGER due;
-    due.QuadPart = -10000LL * spec_.lingerMs;  // relative, in 100 ns units
+    due.QuadPart = -10000LL * traits_.lingerMs;  // relative, in 100 ns units
     if (!SetWaitableTimer(lingerTimer_.get(), &due, 0, nullptr, nullptr, FALSE))
         Report(L"arming the linger timer", GetLastError());
 }

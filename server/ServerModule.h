@@ -17,7 +17,7 @@
 namespace server {
 
 // What a local server is and how its process lives.
-struct ServerSpec {
+struct ServerTraits {
     static constexpr DWORD kNeverEnd = INFINITE;
 
     const CLSID& clsid;
@@ -47,7 +47,7 @@ struct ServerSpec {
 // thread.
 class ServerModule {
 public:
-    explicit ServerModule(const ServerSpec& spec) noexcept;
+    explicit ServerModule(const ServerTraits& traits) noexcept;
     ~ServerModule();
     ServerModule(const ServerModule&) = delete;
     ServerModule& operator=(const ServerModule&) = delete;
@@ -96,7 +96,7 @@ private:
     void FinishCalls() noexcept;
     void MarkServing(bool serving) noexcept;
 
-    const ServerSpec spec_;
+    const ServerTraits traits_;
     const DWORD thread_;
     const ULONGLONG started_;
     std::atomic<bool> ending_{false};

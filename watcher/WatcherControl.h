@@ -43,8 +43,8 @@ inline constexpr int kWatcherAlreadyRunning = 1;
 // that the watcher is on. A copy started by hand serves too, so that an
 // activation while it runs reaches it instead of starting another. It ends
 // only when Disable is called.
-inline const server::ServerSpec kWatcherServer{CLSID_WatcherControl, L"Kestrune Watcher Control",
-                                               server::ServerSpec::kNeverEnd, kWatcherMutexName,
+inline const server::ServerTraits kWatcherServer{CLSID_WatcherControl, L"Kestrune Watcher Control",
+                                               server::ServerTraits::kNeverEnd, kWatcherMutexName,
                                                kWatcherAlreadyRunning};
 
 } // namespace krn

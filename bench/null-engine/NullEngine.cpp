@@ -56,6 +56,6 @@ private:
 int WINAPI wWinMain(HINSTANCE, HINSTANCE, PWSTR commandTail, int)
 {
     // Lingers like the real engine, so the floor pays no process start either.
-    const server::ServerSpec spec{CLSID_NullSizeEngine, kName, 5 * 60 * 1000, nullptr, 1, kApartment};
-    return server::RunServer<NullEngine>(commandTail, spec);
+    const server::ServerTraits traits{CLSID_NullSizeEngine, kName, 5 * 60 * 1000, nullptr, 1, kApartment};
+    return server::RunServer<NullEngine>(commandTail, traits);
 }

@@ -53,15 +53,15 @@ const LingerCase kLingerCases[] = {
     {"an unused server ends after one linger", 100, {}, 0, 100},
     {"the linger starts with the last unlock", 100, {{1, Lock}, {1, Lock}, {300, Unlock}, {500, Unlock}}, 0, 600},
     {"a lock during the linger keeps it running", 100, {{50, Lock}}, -1, kTestEnd},
-    {"a never-ending server outlives its last unlock", ServerSpec::kNeverEnd, {{1, Lock}, {50, Unlock}}, -1,
+    {"a never-ending server outlives its last unlock", ServerTraits::kNeverEnd, {{1, Lock}, {50, Unlock}}, -1,
      kTestEnd},
-    {"a never-ending server ends by Quit", ServerSpec::kNeverEnd, {{50, Quit7}}, 7, 50},
+    {"a never-ending server ends by Quit", ServerTraits::kNeverEnd, {{50, Quit7}}, 7, 50},
 };
 
 // {6C1D2A60-0B8E-4C57-9D2B-3E0F4A5B6C7D}: a class nobody registers.
 const CLSID kNoClass = {0x6C1D2A60, 0x0B8E, 0x4C57, {0x9D, 0x2B, 0x3E, 0x0F, 0x4A, 0x5B, 0x6C, 0x7D}};
 
-ServerSpec Spec(DWORD linger)
+ServerTraits Traits(DWORD linger)
 {
     return {kNoClass, L"test", linger};
 }
@@ -87,7 +87,7 @@ TEST(ServerModuleTest, Linger)
 {
     for (const LingerCase& c : kLingerCases) {
         SCOPED_TRACE(c.name);
-        ServerModule module(Spec(c.linger));
+        ServerModule module(Traits(c.linger));
         running = &module;
         for (const auto& [atMs, step] : c.steps)
             pending[SetTimer(nullptr, 0, atMs, RunStep)] = step;
@@ -118,7 +118,7 @@ public:
 
 TEST(ClassFactoryTest, ObjectsHoldTheModuleWhileTheyLive)
 {
-    ServerModule module(Spec(ServerSpec::kNeverEnd));
+    ServerModule module(Traits(ServerTraits::kNeverEnd));
     int made = 0;
     ClassFactory<TwoFaced> factory(module, made);
     base::com_ptr<IOleWindow> window;
