@@ -1,5 +1,7 @@
 #include "engine/FolderHistory.h"
 
+#include <windows.h>
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -66,6 +68,13 @@ double Median(std::vector<double>& values)
 std::uint32_t MinuteOf(std::uint64_t fileTime)
 {
     return static_cast<std::uint32_t>(fileTime / 600'000'000ull);
+}
+
+std::uint32_t MinuteNow()
+{
+    FILETIME now;
+    GetSystemTimeAsFileTime(&now);
+    return MinuteOf(ULARGE_INTEGER{{now.dwLowDateTime, now.dwHighDateTime}}.QuadPart);
 }
 
 std::vector<std::uint8_t> FolderHistory::Encode(const std::vector<HistorySample>& samples)

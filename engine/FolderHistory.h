@@ -28,8 +28,9 @@ struct HistorySample {
     bool operator==(const HistorySample&) const = default;
 };
 
-// Minutes since 1601 of a FILETIME.
+// Minutes since 1601 of a FILETIME, and of the system clock now.
 std::uint32_t MinuteOf(std::uint64_t fileTime);
+std::uint32_t MinuteNow();
 
 class FolderHistory {
 public:

@@ -21,13 +21,6 @@ HRESULT FromError(DWORD error) noexcept
     return error ? HRESULT_FROM_WIN32(error) : S_OK;
 }
 
-std::uint32_t MinuteNow() noexcept
-{
-    FILETIME now;
-    GetSystemTimeAsFileTime(&now);
-    return engine::MinuteOf(ULARGE_INTEGER{{now.dwLowDateTime, now.dwHighDateTime}}.QuadPart);
-}
-
 } // namespace
 
 EngineState::EngineState(std::wstring historyFile) : history(std::move(historyFile))
@@ -86,7 +79,7 @@ HRESULT SizeEngine::GetTotals(BSTR folder, engine::Totals& totals, engine::ScanS
     std::wstring name;
     const HRESULT result = FromError(state_.sizes.GetTotals(Name(folder), totals, state, &name));
     if (result == S_OK && state == engine::ScanState::Complete)
-        state_.history.Record(name, MinuteNow(), totals.bytes);
+        state_.history.Record(name, engine::MinuteNow(), totals.bytes);
     if (finalName)
         *finalName = std::move(name);
     return result;
@@ -116,7 +109,7 @@ HRESULT SizeEngine::GetGrowth(BSTR folder, INT64* day, INT64* week, LONG* known)
     const HRESULT result = GetHistory(folder, total, history);
     if (result != S_OK || !history)
         return FAILED(result) ? result : S_OK;
-    const std::uint32_t now = MinuteNow();
+    const std::uint32_t now = engine::MinuteNow();
     constexpr std::uint32_t kDay = 24 * 60;
     if (const std::optional<std::int64_t> growth = history->Growth(now, total, kDay)) {
         *day = *growth;
@@ -139,7 +132,7 @@ HRESULT SizeEngine::GetMinutesUntil(BSTR folder, UINT64 limit, LONG* minutes) no
     const HRESULT result = GetHistory(folder, total, history);
     if (result != S_OK || !history)
         return FAILED(result) ? result : S_OK;
-    const std::optional<std::uint32_t> until = history->MinutesUntil(MinuteNow(), total, limit);
+    const std::optional<std::uint32_t> until = history->MinutesUntil(engine::MinuteNow(), total, limit);
     if (until && *until <= static_cast<std::uint32_t>(LONG_MAX))
         *minutes = static_cast<LONG>(*until);
     return S_OK;

@@ -7,7 +7,7 @@
 #include "../app/ChildProcess.h"
 #include "Kestrune.h"
 #include "base/Com.h"
-#include "engine/HistoryStore.h"
+#include "support/History.h"
 #include "support/SlowStorage.h"
 
 #include <gtest/gtest.h>
@@ -223,17 +223,9 @@ TEST_F(SizeEngineServer, GrowthAndForecastComeFromTheHistoryKeptAcrossRuns)
     const std::wstring folder = tree / L"grown", exe = WindowsPath(KRN_SIZE_ENGINE_EXE);
     MakeFolder(folder);
     MakeFile(folder + L"\\data.bin", 10000);
-    std::wstring path;
-    ASSERT_EQ(engine::MakeFolderPath(folder, path), 0u);
-    FILETIME clock;
-    GetSystemTimeAsFileTime(&clock);
-    const std::uint32_t now = engine::MinuteOf(ULARGE_INTEGER{{clock.dwLowDateTime, clock.dwHighDateTime}}.QuadPart);
     {
         ServerUnregistered ended(exe);  // reads its history when it starts again
-        engine::HistoryStore store(engine::DefaultHistoryFile());
-        for (std::uint32_t ago = 8 * kDay; ago >= 60; ago -= 60)
-            store.Record(path, now - ago, 10000 - std::uint64_t{ago} * 1000 / kDay);
-        ASSERT_TRUE(store.Save());
+        ASSERT_TRUE(WriteSteadyHistory(folder, 10000, 1000));
     }
     base::com_ptr<ISizeEngine3> engine;
     ASSERT_EQ(CoCreateInstance(CLSID_SizeEngine, nullptr, CLSCTX_LOCAL_SERVER, IID_ISizeEngine3, engine.put_void()),

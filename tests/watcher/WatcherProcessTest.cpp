@@ -15,7 +15,7 @@
 
 #include "app/ChildProcess.h"
 #include "config/Locations.h"
-#include "engine/HistoryStore.h"
+#include "support/History.h"
 #include "server/Registration.h"
 #include "settings/RegistryValues.h"
 #include "support/Gui.h"
@@ -447,21 +447,12 @@ TEST_F(WatcherTest, EventLogGetsCrossingsReturnsAndFailedActions)
 // ends with the day's growth.
 TEST_F(WatcherTest, TheLogTellsAMaximumSoonAndTheDaysGrowthAtTheCrossing)
 {
-    constexpr std::uint32_t kDay = 24 * 60;
     const std::wstring folder = scratch_ / L"growing";
     std::filesystem::create_directories(folder);
     WriteFileBytes(folder + L"\\base.bin", std::string(5000, 'x'));
-    std::wstring path;
-    ASSERT_EQ(engine::MakeFolderPath(folder, path), 0u);
-    FILETIME clock;
-    GetSystemTimeAsFileTime(&clock);
-    const std::uint32_t now = engine::MinuteOf(ULARGE_INTEGER{{clock.dwLowDateTime, clock.dwHighDateTime}}.QuadPart);
     {
         ServerUnregistered ended(kEngineExe);  // reads the history when it starts again
-        engine::HistoryStore store(engine::DefaultHistoryFile());
-        for (std::uint32_t ago = 8 * kDay; ago >= 60; ago -= 60)
-            store.Record(path, now - ago, 5000 - std::uint64_t{ago} * 500 / kDay);
-        ASSERT_TRUE(store.Save());
+        ASSERT_TRUE(WriteSteadyHistory(folder, 5000, 500));
     }
     Configure({folder}, "<AddToLog/>", R"(<Max Value="6" Units="KB" Msg=""/>)");
     ASSERT_EQ(Create(control_), S_OK);

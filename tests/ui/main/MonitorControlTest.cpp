@@ -11,7 +11,7 @@
 #include "base/Com.h"
 #include "base/Handles.h"
 #include "config/Locations.h"
-#include "engine/HistoryStore.h"
+#include "support/History.h"
 #include "idl/PresenceMutex.h"
 #include "resource.h"
 #include "support/SlowStorage.h"
@@ -199,22 +199,14 @@ std::wstring Sized(std::uint64_t bytes)
 // to the folder's 10,000 bytes of now, below a maximum of 12,000 bytes.
 TEST_F(MonitorControlTest, TheSizeCellsTooltipTellsTheGrowthAndWhenTheMaximumIsReached)
 {
-    constexpr std::uint32_t kDay = 24 * 60;
     const std::wstring folder = counted / L"grown";
     CreateDirectoryW(folder.c_str(), nullptr);
     WriteFileBytes(folder + L"\\data.bin", std::string(10000, 'x'));
-    std::wstring path, history;
-    ASSERT_EQ(engine::MakeFolderPath(folder, path), 0u);
+    std::wstring history;
     InRealHkcu([&] { history = engine::DefaultHistoryFile(); });  // the engine's, not the scratch profile's
-    FILETIME clock;
-    GetSystemTimeAsFileTime(&clock);
-    const std::uint32_t now = engine::MinuteOf(ULARGE_INTEGER{{clock.dwLowDateTime, clock.dwHighDateTime}}.QuadPart);
     {
         ServerUnregistered ended(WindowsPath(KRN_SIZE_ENGINE_EXE));  // reads the history when it starts again
-        engine::HistoryStore store(history);
-        for (std::uint32_t ago = 8 * kDay; ago >= 60; ago -= 60)
-            store.Record(path, now - ago, 10000 - std::uint64_t{ago} * 1000 / kDay);
-        ASSERT_TRUE(store.Save());
+        ASSERT_TRUE(WriteSteadyHistory(folder, 10000, 1000, history));
     }
     WriteConfig(FolderXml(Narrow(folder), LimitXml("Max", "12000", "B")));
     ASSERT_TRUE(Open());
