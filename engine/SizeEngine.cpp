@@ -95,7 +95,7 @@ HRESULT SizeEngine::GetHistory(BSTR folder, std::uint64_t& total, std::optional<
     if (FAILED(result) || state != engine::ScanState::Complete)
         return FAILED(result) ? result : S_FALSE;
     history = state_.history.Find(name);
-    return S_OK;
+    return history ? S_OK : S_FALSE;
 }
 
 HRESULT SizeEngine::GetGrowth(BSTR folder, INT64* day, INT64* week, LONG* known) noexcept
@@ -107,8 +107,8 @@ HRESULT SizeEngine::GetGrowth(BSTR folder, INT64* day, INT64* week, LONG* known)
     std::uint64_t total = 0;
     std::optional<engine::FolderHistory> history;
     const HRESULT result = GetHistory(folder, total, history);
-    if (result != S_OK || !history)
-        return FAILED(result) ? result : S_OK;
+    if (result != S_OK)
+        return FAILED(result) ? result : S_OK;  // nothing known: the outputs say so
     const std::uint32_t now = engine::MinuteNow();
     constexpr std::uint32_t kDay = 24 * 60;
     if (const std::optional<std::int64_t> growth = history->Growth(now, total, kDay)) {
@@ -130,8 +130,8 @@ HRESULT SizeEngine::GetMinutesUntil(BSTR folder, UINT64 limit, LONG* minutes) no
     std::uint64_t total = 0;
     std::optional<engine::FolderHistory> history;
     const HRESULT result = GetHistory(folder, total, history);
-    if (result != S_OK || !history)
-        return FAILED(result) ? result : S_OK;
+    if (result != S_OK)
+        return FAILED(result) ? result : S_OK;  // nothing known: the outputs say so
     const std::optional<std::uint32_t> until = history->MinutesUntil(engine::MinuteNow(), total, limit);
     if (until && *until <= static_cast<std::uint32_t>(LONG_MAX))
         *minutes = static_cast<LONG>(*until);

@@ -60,7 +60,8 @@ private:
     HRESULT GetTotals(BSTR folder, engine::Totals& totals, engine::ScanState& state,
                       std::wstring* finalName = nullptr) noexcept;
     // The complete total and the history of the folder, for GetGrowth and
-    // GetMinutesUntil; S_FALSE when the total is not complete.
+    // GetMinutesUntil; S_FALSE when the total is not complete or the folder
+    // has no history.
     HRESULT GetHistory(BSTR folder, std::uint64_t& total, std::optional<engine::FolderHistory>& history) noexcept;
 
     EngineState& state_;
