@@ -6,6 +6,9 @@
 # when the program ended through one of its normal closing commands (OK 1,
 # Cancel or close box 2, File > Exit 32776, seen by Linux as 8) and with the
 # program's exit code otherwise.
+#   tools/run.sh --tooltip-demo
+# instead shows the Size cell's tip over a demo history of a prefix folder and
+# saves it to build/screenshot-tooltip.png (virtual display only).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 tools/setup.sh
@@ -30,6 +33,15 @@ while IFS= read -r server; do
     "$RUN" "$BUILD_DIR/$server" /RegServer || echo "Registering $server failed." >&2
 done < <(cat "$BUILD_DIR/servers.txt" 2>/dev/null)
 
+TOOLTIP_DEMO=0
+if [ "${1:-}" = --tooltip-demo ]; then
+    TOOLTIP_DEMO=1
+    shift
+    unset DISPLAY
+fi
+DRIVE="$BUILD_DIR/krn_drive.exe"
+ENGINE="$BUILD_DIR/KRN Size Engine.exe"
+
 status=0
 if [ -n "${DISPLAY:-}" ]; then
     "$RUN" "$EXE" "$@" || status=$?
@@ -48,19 +60,47 @@ if [ -n "$config" ] && [ ! -e "$config" ]; then
 XML
     demo=$config
 fi
+history=
+if [ "$TOOLTIP_DEMO" = 1 ]; then
+    [ -n "$demo" ] || { echo "The tip's demo needs a prefix without a configuration." >&2; exit 1; }
+    # The engine writes its history when it ends and reads it when it starts:
+    # a lingering one is ended first. The user's history is put back after.
+    "$RUN" "$ENGINE" /UnregServer || true
+    local_appdata=$("$RUN" cmd /c echo %LOCALAPPDATA% 2>/dev/null | tr -d '\r')
+    history=$("$RUN" winepath -u "$local_appdata\\Norlath\\Kestrune\\history.bin" 2>/dev/null | tr -d '\r')
+    [ -e "$history" ] && mv "$history" "$history.before-demo"
+    # A tenth of the folder a day, with a maximum five and a third days away.
+    size=$("$RUN" "$DRIVE" history 'C:\windows\Fonts' 10 | tr -d '\r')
+    perday=$((size / 10))
+    "$RUN" "$ENGINE" /RegServer
+    cat > "$config" <<XML
+<?xml version="1.0" encoding="utf-8"?><Configuration><Settings><ConfigVersion Version="1.3"/></Settings><Folders><Folder Path="C:\windows\Fonts"><Max Value="$(( (size + perday * 16 / 3) / 1024 ))" Units="KB" Msg=""/><Actions><MsgBox/><AddToLog/></Actions></Folder><Folder Path="C:\windows\system32\drivers"><Min Value="1" Units="KB" Msg=""/><Actions><AddToLog/></Actions></Folder></Folders></Configuration>
+XML
+fi
 
 "$RUN" "$EXE" "$@" &
 program=$!
-if "$RUN" "$BUILD_DIR/krn_drive.exe" wait "$TITLE" 30000; then
+if "$RUN" "$DRIVE" wait "$TITLE" 30000; then
     sleep 4  # the first refresh has counted the folders by the second one
-    "$RUN" "$BUILD_DIR/krn_drive.exe" shot "$TITLE" "$BUILD_DIR/screenshot.bmp"
-    convert "$BUILD_DIR/screenshot.bmp" -alpha off "$BUILD_DIR/screenshot.png" && rm -f "$BUILD_DIR/screenshot.bmp"
-    echo "Screenshot of the main window: $BUILD_DIR/screenshot.png"
-    "$RUN" "$BUILD_DIR/krn_drive.exe" close "$TITLE"
+    shot=$BUILD_DIR/screenshot
+    if [ "$TOOLTIP_DEMO" = 1 ]; then
+        shot=$BUILD_DIR/screenshot-tooltip
+        "$RUN" "$DRIVE" hover "$TITLE" 0 3 || echo "The Size cell's tip did not show." >&2
+    fi
+    "$RUN" "$DRIVE" shot "$TITLE" "$shot.bmp"
+    convert "$shot.bmp" -alpha off "$shot.png" && rm -f "$shot.bmp"
+    echo "Screenshot of the main window: $shot.png"
+    "$RUN" "$DRIVE" close "$TITLE"
 else
     echo "The main window did not appear." >&2
     kill "$program" 2>/dev/null || true
 fi
 wait "$program" || status=$?
 if [ -n "$demo" ]; then rm -f "$demo"; fi
+if [ -n "$history" ]; then
+    "$RUN" "$ENGINE" /UnregServer || true
+    rm -f "$history"
+    [ -e "$history.before-demo" ] && mv "$history.before-demo" "$history"
+    "$RUN" "$ENGINE" /RegServer
+fi
 finish "$status"

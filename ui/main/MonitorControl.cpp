@@ -89,7 +89,7 @@ void MonitorControl::AddTooltip()
     tool.uId = reinterpret_cast<UINT_PTR>(list);
     tool.lpszText = LPSTR_TEXTCALLBACKW;
     SendMessageW(tooltip_, TTM_ADDTOOLW, 0, reinterpret_cast<LPARAM>(&tool));
-    SendMessageW(tooltip_, TTM_SETMAXTIPWIDTH, 0, 400);
+    SendMessageW(tooltip_, TTM_SETMAXTIPWIDTH, 0, 640);  // wide enough for both sentences on one line
     SetWindowSubclass(list, &MonitorControl::ListMouse, reinterpret_cast<UINT_PTR>(this), 0);
 }
 
