@@ -163,15 +163,5 @@ TEST(ProgramLauncher, RunsNoMoreThanItsBoundAtATime)
     EXPECT_LE(mostRunning, kBound);
 }
 
-TEST(StartProgram, MissingProgramFailsAtOnce)
-{
-    TempFolder folder;
-    const DWORD start = GetTickCount();
-    base::unique_kernel_handle process;
-    EXPECT_NE(StartProgram({folder / L"no such program.exe", L""}, folder.path(), process), 0u);
-    EXPECT_NE(StartProgram({L"", L""}, folder.path(), process), 0u);
-    EXPECT_LT(GetTickCount() - start, 5000u);
-}
-
 } // namespace
 } // namespace krn::test

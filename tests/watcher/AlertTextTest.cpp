@@ -9,47 +9,37 @@
 namespace krn::test {
 namespace {
 
-TEST(AlertMessage, CustomTextOrTheDefault)
-{
-    EXPECT_EQ(AlertMessage(L"", L"C:\\Data", LimitSide::Maximum, 2048, 1024),
-              L"The folder C:\\Data has a size of 2.00 KB, above its maximum limit of 1.00 KB.");
-    EXPECT_EQ(AlertMessage(L"", L"D:\\\u00c9t\u00e9", LimitSide::Minimum, 0, 1536),
-              L"The folder D:\\\u00c9t\u00e9 has a size of 0 B, below its minimum limit of 1.50 KB.");
-    EXPECT_EQ(AlertMessage(L"Empty the bin!", L"C:\\Data", LimitSide::Maximum, 2048, 1024), L"Empty the bin!");
-}
-
-TEST(FormatLogLine, DateFolderLimitSizeAndLimit)
+// The box's message, the log's lines and the history's sentences, each beside
+// the text it must give.
+TEST(AlertText, MessagesLogLinesAndHistorySentences)
 {
     const SYSTEMTIME time{2026, 3, 6, 7, 9, 5, 2, 0};
-    EXPECT_EQ(FormatLogLine(time, L"C:\\Data", LimitSide::Maximum, 2048, 1024),
-              L"2026-03-07 09:05:02\tC:\\Data\tMaximum exceeded\tSize 2.00 KB\tLimit 1.00 KB");
-    EXPECT_EQ(FormatLogLine(time, L"C:\\\u65e5\u672c", LimitSide::Minimum, 10, 1048576),
-              L"2026-03-07 09:05:02\tC:\\\u65e5\u672c\tMinimum undercut\tSize 10 B\tLimit 1.00 MB");
+    const std::wstring stamp = L"2026-03-07 09:05:02\tC:\\Data\t";
+    const std::pair<std::wstring, std::wstring> cases[] = {
+        {AlertMessage(L"", L"C:\\Data", LimitSide::Maximum, 2048, 1024),
+         L"The folder C:\\Data has a size of 2.00 KB, above its maximum limit of 1.00 KB."},
+        {AlertMessage(L"", L"D:\\\u00c9t\u00e9", LimitSide::Minimum, 0, 1536),
+         L"The folder D:\\\u00c9t\u00e9 has a size of 0 B, below its minimum limit of 1.50 KB."},
+        {AlertMessage(L"Empty the bin!", L"C:\\Data", LimitSide::Maximum, 2048, 1024), L"Empty the bin!"},
+        {FormatLogLine(time, L"C:\\Data", LimitSide::Maximum, 2048, 1024),
+         stamp + L"Maximum exceeded\tSize 2.00 KB\tLimit 1.00 KB"},
+        {FormatLogLine(time, L"C:\\\u65e5\u672c", LimitSide::Minimum, 10, 1048576),
+         L"2026-03-07 09:05:02\tC:\\\u65e5\u672c\tMinimum undercut\tSize 10 B\tLimit 1.00 MB"},
+        {GrowthSentence(1288490189), L"+1.20 GB in 24 hours."},
+        {GrowthSentence(-1536), L"-1.50 KB in 24 hours."},
+        {FormatForecastLine(time, L"C:\\Data", 10737418240, 600),
+         stamp + L"Reaches its maximum (10.00 GB) within a day."},
+        {FormatForecastLine(time, L"C:\\Data", 1024, 1500), stamp + L"Reaches its maximum (1.00 KB) in about 1 day."},
+        {FormatForecastLine(time, L"C:\\Data", 1024, 2200), stamp + L"Reaches its maximum (1.00 KB) in about 2 days."},
+        {FormatForecastLine(time, L"C:\\Data", 1024, 7200), stamp + L"Reaches its maximum (1.00 KB) in about 5 days."},
+    };
+    for (const auto& [text, expected] : cases)
+        EXPECT_EQ(text, expected);
 }
 
-TEST(HistoryTexts, GrowthSignedAndForecastRoundedToDays)
+TEST(RunCommandTest, PathAndParameters)
 {
-    EXPECT_EQ(GrowthSentence(1288490189), L"+1.20 GB in 24 hours.");
-    EXPECT_EQ(GrowthSentence(-1536), L"-1.50 KB in 24 hours.");
-    const SYSTEMTIME time{2026, 3, 6, 7, 9, 5, 2, 0};
-    const struct {
-        std::uint32_t minutes;
-        const wchar_t* when;
-    } kCases[] = {{600, L"within a day"}, {1500, L"in about 1 day"}, {2200, L"in about 2 days"},
-                  {7200, L"in about 5 days"}};
-    for (const auto& c : kCases)
-        EXPECT_EQ(FormatForecastLine(time, L"C:\\Data", 10737418240, c.minutes),
-                  std::wstring(L"2026-03-07 09:05:02\tC:\\Data\tReaches its maximum (10.00 GB) ") + c.when + L".");
-}
-
-class RunCommandTest : public testing::Test {
-protected:
-    void SetUp() override { SetEnvironmentVariableW(L"KRN_TOOLS", L"C:\\Tools"); }
-    void TearDown() override { SetEnvironmentVariableW(L"KRN_TOOLS", nullptr); }
-};
-
-TEST_F(RunCommandTest, PathAndParameters)
-{
+    SetEnvironmentVariableW(L"KRN_TOOLS", L"C:\\Tools");
     const std::wstring folder = L"C:\\Big 100%DATA%";
     const struct {
         const char* name;
@@ -77,6 +67,7 @@ TEST_F(RunCommandTest, PathAndParameters)
         EXPECT_EQ(command.file, c.file);
         EXPECT_EQ(command.parameters, c.parameters);
     }
+    SetEnvironmentVariableW(L"KRN_TOOLS", nullptr);
 }
 
 } // namespace

@@ -195,7 +195,8 @@ protected:
         return PumpUntil(
             [&] {
                 const std::vector<std::string> lines = LogLines(log_);
-                return std::any_of(lines.begin(), lines.end(), [&](const std::string& l) { return l.ends_with(ending); });
+                return std::any_of(lines.begin(), lines.end(),
+                                   [&](const std::string& line) { return line.ends_with(ending); });
             },
             kActedWithinMs);
     }
@@ -303,10 +304,12 @@ TEST_F(WatcherTest, OneCrossingEndToEnd)
     const std::wstring script = scratch_ / L"record.cmd";
     WriteFileBytes(script, "@type nul > \"%~1\\ran %2.txt\"\r\n");
     Configure({folder},
-              "<MsgBox/><AddToLog/><Run Path=\"&quot;" + Utf8(script) + "&quot;\" Params=\"&quot;%currentdir%&quot; crossed\"/>",
+              "<MsgBox/><AddToLog/><Run Path=\"&quot;" + Utf8(script) +
+                  "&quot;\" Params=\"&quot;%currentdir%&quot; crossed\"/>",
               R"(<Max Value="6" Units="KB" Msg=""/>)");
     ASSERT_EQ(Create(control_), S_OK);
-    EXPECT_TRUE(Logged("\t" + Utf8(folder) + "\tReaches its maximum (6.00 KB) in about 2 days.\r")) << ReadFileBytes(log_);
+    EXPECT_TRUE(Logged("\t" + Utf8(folder) + "\tReaches its maximum (6.00 KB) in about 2 days.\r"))
+        << ReadFileBytes(log_);
     WriteFileBytes(folder + L"\\big.bin", std::string(2048, 'x'));
 
     wchar_t grown[kFormatSizeChars];
@@ -459,7 +462,8 @@ TEST(ServerEnd, ClientCallingInALoopFailsAndTheServerEndsCleanly)
         const std::wstring& exe;
         const CLSID& clsid;
         const IID& iid;
-    } cases[] = {{kWatcherExe, CLSID_WatcherControl, IID_IWatcherControl}, {kEngineExe, CLSID_SizeEngine, IID_ISizeEngine}};
+    } cases[] = {{kWatcherExe, CLSID_WatcherControl, IID_IWatcherControl},
+                 {kEngineExe, CLSID_SizeEngine, IID_ISizeEngine}};
     for (const auto& c : cases) {
         SCOPED_TRACE(testing::Message() << c.exe);
         { ServerUnregistered noCopy(c.exe); }
@@ -470,7 +474,8 @@ TEST(ServerEnd, ClientCallingInALoopFailsAndTheServerEndsCleanly)
         ASSERT_FALSE(client.ended) << "the client's calls failed before the end: 0x" << std::hex << client.last.load();
         const std::vector<DWORD> running = Processes(c.exe);
         ASSERT_EQ(running.size(), 1u) << "both activations reach the same copy";
-        base::unique_kernel_handle process(OpenProcess(SYNCHRONIZE | PROCESS_QUERY_LIMITED_INFORMATION, FALSE, running[0]));
+        const base::unique_kernel_handle process(
+            OpenProcess(SYNCHRONIZE | PROCESS_QUERY_LIMITED_INFORMATION, FALSE, running[0]));
 
         if (c.clsid == CLSID_WatcherControl)
             EXPECT_EQ(static_cast<IWatcherControl*>(object.get())->Disable(), S_OK);
