@@ -115,10 +115,7 @@ std::vector<std::string> LogLines(const std::wstring& log)
 // removes it when there was none).
 class RegValueGuard {
 public:
-    RegValueGuard(const wchar_t* key, const wchar_t* name) : key_(key), name_(name)
-    {
-        had_ = ReadRegValue(key, name, &type_, &data_);
-    }
+    RegValueGuard(const wchar_t* key, const wchar_t* name) : key_(key), name_(name) {}
     ~RegValueGuard()
     {
         if (had_)
@@ -126,15 +123,13 @@ public:
         else
             RegDeleteKeyValueW(HKEY_CURRENT_USER, key_, name_);
     }
-    RegValueGuard(const RegValueGuard&) = delete;
-    RegValueGuard& operator=(const RegValueGuard&) = delete;
 
 private:
     const wchar_t* key_;
     const wchar_t* name_;
-    bool had_ = false;
     DWORD type_ = 0;
     std::string data_;
+    const bool had_ = ReadRegValue(key_, name_, &type_, &data_);
 };
 
 class WatcherTest : public testing::Test {
@@ -329,26 +324,6 @@ TEST_F(WatcherTest, OneCrossingEndToEnd)
         << "the program did not run";
 }
 
-// The watcher started by hand with Wine's event log channel on: under Wine,
-// ReportEventW writes each record to the process's Unix stderr, which is this
-// test's own (build/wine-run keeps it in the file KRN_STDERR_FILE names).
-base::unique_kernel_handle StartTracedWatcher()
-{
-    wchar_t before[256] = {};
-    GetEnvironmentVariableW(L"WINEDEBUG", before, 256);
-    SetEnvironmentVariableW(L"WINEDEBUG", L"+eventlog");
-    std::wstring command = L"\"" + kWatcherExe + L"\"";
-    STARTUPINFOW startup{sizeof startup};
-    PROCESS_INFORMATION started{};
-    const BOOL ok = CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
-                                   &started);
-    SetEnvironmentVariableW(L"WINEDEBUG", before);
-    if (!ok)
-        return {};
-    CloseHandle(started.hThread);
-    return base::unique_kernel_handle(started.hProcess);
-}
-
 // "ReportEventW (...,0x0002,0x0000,0x800003e9,...)" then one line per insert:
 // each record as "<event id> <inserts...>".
 std::vector<std::wstring> TracedRecords(const std::wstring& trace)
@@ -382,9 +357,15 @@ TEST_F(WatcherTest, EventLogGetsCrossingsReturnsAndFailedActions)
     const std::wstring folder = scratch_ / L"watched", trace = WindowsPath(stderrFile);
     std::filesystem::create_directories(folder);
     Configure({folder}, R"(<Run Path="C:\no such program.exe" Params=""/>)");
-    const base::unique_kernel_handle watcher = StartTracedWatcher();
-    ASSERT_TRUE(watcher);
-    ASSERT_TRUE(PumpUntil(MutexExists, kActedWithinMs));
+    // Started by hand with Wine's event log channel on: under Wine, ReportEventW
+    // writes each record to the process's Unix stderr, which is this test's own
+    // (build/wine-run keeps it in the file KRN_STDERR_FILE names).
+    wchar_t before[256] = {};
+    GetEnvironmentVariableW(L"WINEDEBUG", before, 256);
+    SetEnvironmentVariableW(L"WINEDEBUG", L"+eventlog");
+    const ChildProcess watcher(kWatcherExe, L"");
+    SetEnvironmentVariableW(L"WINEDEBUG", before);
+    EXPECT_TRUE(PumpUntil(MutexExists, kActedWithinMs));
     const auto traced = [&](const std::wstring& record) {
         return PumpUntil([&] {
             const std::vector<std::wstring> records = TracedRecords(trace);
