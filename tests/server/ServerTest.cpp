@@ -121,19 +121,17 @@ TEST(ClassFactoryTest, ObjectsHoldTheModuleWhileTheyLive)
     ServerModule module(Traits(ServerTraits::kNeverEnd));
     int made = 0;
     ClassFactory<TwoFaced> factory(module, made);
-    base::com_ptr<IOleWindow> window;
-    ASSERT_EQ(factory.CreateInstance(nullptr, IID_IOleWindow, window.put_void()), S_OK);
-    base::com_ptr<IPersist> persist;
-    base::com_ptr<IUnknown> identity, viaPersist;
-    EXPECT_EQ(window.query(persist), S_OK);
-    EXPECT_EQ(window.query(identity), S_OK);
-    EXPECT_EQ(persist.query(viaPersist), S_OK);
-    EXPECT_EQ(identity.get(), viaPersist.get());
-    EXPECT_EQ(ProcessLocks(), 1u);
-    window.reset();
-    persist.reset();
-    identity.reset();
-    viaPersist.reset();
+    {
+        base::com_ptr<IOleWindow> window;
+        ASSERT_EQ(factory.CreateInstance(nullptr, IID_IOleWindow, window.put_void()), S_OK);
+        base::com_ptr<IPersist> persist;
+        base::com_ptr<IUnknown> identity, viaPersist;
+        EXPECT_EQ(window.query(persist), S_OK);
+        EXPECT_EQ(window.query(identity), S_OK);
+        EXPECT_EQ(persist.query(viaPersist), S_OK);
+        EXPECT_EQ(identity.get(), viaPersist.get());
+        EXPECT_EQ(ProcessLocks(), 1u);
+    }
     EXPECT_EQ(ProcessLocks(), 0u);
 
     void* none = &made;
