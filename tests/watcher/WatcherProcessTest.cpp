@@ -158,10 +158,8 @@ protected:
         // The engine follows the watched folders: under Wine a folder open in
         // another process stays until it is closed, and the removal of the
         // scratch folder would wait for it.
-        if (watched_) {
-            EXPECT_EQ(RunServer(kEngineExe, L"/UnregServer"), 0u);
-            EXPECT_EQ(RunServer(kEngineExe, L"/RegServer"), 0u);
-        }
+        if (watched_)
+            ServerUnregistered restarted(kEngineExe);
     }
 
     static constexpr char kMax1KB[] = R"(<Max Value="1" Units="KB" Msg=""/>)";
@@ -176,13 +174,6 @@ protected:
             xml += "<Folder Path=\"" + Utf8(folder) + "\">" + limits + "<Actions>" + actions + "</Actions></Folder>";
         WriteFileBytes(scratch_ / L"Norlath\\Kestrune\\config.xml", xml + "</Folders></Configuration>");
         watched_ = true;
-    }
-    // The folders with a 1 KB maximum and `actions`, then the watcher.
-    void Watch(const std::vector<std::wstring>& folders, const std::string& actions)
-    {
-        Configure(folders, actions);
-        ASSERT_EQ(Create(control_), S_OK);
-        ASSERT_EQ(State(control_.get()), KRN_WATCHER_WATCHING);
     }
     // Whether a line of the log ends with `ending`, once one does.
     bool Logged(const std::string& ending)
@@ -247,13 +238,6 @@ std::wstring DefaultValue(const std::wstring& key)
     return text;
 }
 
-// The marshaler of the engine's interface: the proxy/stub DLL's class, which
-// widl names after that first interface.
-std::wstring EngineMarshaler()
-{
-    return DefaultValue(L"Software\\Classes\\Interface\\" + server::GuidText(IID_ISizeEngine) + L"\\ProxyStubClsid32");
-}
-
 // The servers fixture left both servers registered; so does this test. The
 // shared type library stays when the watcher goes, registered from the
 // engine's file.
@@ -261,6 +245,10 @@ TEST(WatcherRegistration, UnregisterRemovesTheClassAndHandsTheTypeLibraryToTheEn
 {
     StopWatcher();
     const std::wstring classKey = server::ClassKey(CLSID_WatcherControl);
+    // The marshaler of the engine's interface: the proxy/stub DLL's class, which
+    // widl names after that first interface.
+    const std::wstring marshaler =
+        L"Software\\Classes\\Interface\\" + server::GuidText(IID_ISizeEngine) + L"\\ProxyStubClsid32";
     for (int run = 1; run <= 2; ++run) {
         SCOPED_TRACE(testing::Message() << "/UnregServer number " << run);
         EXPECT_EQ(RunServer(kWatcherExe, L"/UnregServer"), 0u);
@@ -269,7 +257,7 @@ TEST(WatcherRegistration, UnregisterRemovesTheClassAndHandsTheTypeLibraryToTheEn
         base::unique_hkey key;
         EXPECT_EQ(RegOpenKeyExW(HKEY_LOCAL_MACHINE, classKey.c_str(), 0, KEY_READ, key.put()), ERROR_FILE_NOT_FOUND);
         EXPECT_EQ(RegisteredTypeLibrary(), kEngineExe);
-        EXPECT_EQ(EngineMarshaler(), server::GuidText(IID_ISizeEngine)) << "the proxy/stub DLL went with the watcher";
+        EXPECT_EQ(DefaultValue(marshaler), server::GuidText(IID_ISizeEngine)) << "the proxy/stub DLL went with the watcher";
     }
     for (int run = 1; run <= 2; ++run) {
         SCOPED_TRACE(testing::Message() << "/RegServer number " << run);
@@ -277,7 +265,7 @@ TEST(WatcherRegistration, UnregisterRemovesTheClassAndHandsTheTypeLibraryToTheEn
         EXPECT_EQ(DefaultValue(classKey), L"Kestrune Watcher Control");
         EXPECT_EQ(DefaultValue(classKey + L"\\LocalServer32"), L"\"" + kWatcherExe + L"\"");
         EXPECT_EQ(RegisteredTypeLibrary(), kWatcherExe);
-        EXPECT_EQ(EngineMarshaler(), server::GuidText(IID_ISizeEngine));
+        EXPECT_EQ(DefaultValue(marshaler), server::GuidText(IID_ISizeEngine));
     }
 }
 
@@ -391,47 +379,15 @@ TEST_F(WatcherTest, AFolderOnSlowStorageHoldsNeitherTheOthersNorTheEnd)
     KRN_REQUIRE_SLOW_STORAGE(storage);
     const std::wstring fast = scratch_ / L"fast";
     std::filesystem::create_directories(fast);
-    ASSERT_NO_FATAL_FAILURE(Watch({storage.slow(), fast}, "<AddToLog/>"));
+    Configure({storage.slow(), fast}, "<AddToLog/>");
+    ASSERT_EQ(Create(control_), S_OK);
+    ASSERT_EQ(State(control_.get()), KRN_WATCHER_WATCHING);
     WriteFileBytes(fast + L"\\big.bin", std::string(2048, 'x'));
     EXPECT_TRUE(Logged("\tLimit 1.00 KB\r")) << "the slow folder held the other";
     EXPECT_EQ(control_->Disable(), S_OK);
     control_.reset();
     EXPECT_TRUE(PumpUntil([] { return !MutexExists(); })) << "the slow folder held the end";
 }
-
-// A client of its own (thread, apartment, proxy) that calls a server in a
-// loop until a call fails: the call is GetState or GetScanState.
-class CallingClient {
-public:
-    CallingClient(const CLSID& clsid, const IID& iid) : thread_([this, &clsid, &iid] { Run(clsid, iid); }) {}
-    ~CallingClient()
-    {
-        stop_ = true;
-        thread_.join();
-    }
-    CallingClient(const CallingClient&) = delete;
-    CallingClient& operator=(const CallingClient&) = delete;
-
-    std::atomic<long> calls{0};
-    std::atomic<bool> ended{false};
-    std::atomic<HRESULT> last{S_OK};
-
-private:
-    void Run(const CLSID& clsid, const IID& iid)
-    {
-        base::ComInit com(COINIT_APARTMENTTHREADED);
-        base::com_ptr<IUnknown> object;
-        last = CoCreateInstance(clsid, nullptr, CLSCTX_LOCAL_SERVER, iid, object.put_void());
-        const base::unique_bstr name(L"C:\\");
-        for (LONG state = 0; SUCCEEDED(last) && !stop_; ++calls)
-            last = clsid == CLSID_WatcherControl ? static_cast<IWatcherControl*>(object.get())->GetState(&state)
-                                                 : static_cast<ISizeEngine*>(object.get())->GetScanState(name.get(), &state);
-        ended = true;
-    }
-
-    std::atomic<bool> stop_{false};
-    std::thread thread_;
-};
 
 // Ending a server while another client calls it in a loop (the watcher by
 // Disable, the engine by /UnregServer): the client's calls fail, none hangs,
@@ -450,9 +406,23 @@ TEST(ServerEnd, ClientCallingInALoopFailsAndTheServerEndsCleanly)
         { ServerUnregistered noCopy(c.exe); }
         base::com_ptr<IUnknown> object;
         ASSERT_EQ(CoCreateInstance(c.clsid, nullptr, CLSCTX_LOCAL_SERVER, c.iid, object.put_void()), S_OK);
-        CallingClient client(c.clsid, c.iid);
-        ASSERT_TRUE(PumpUntil([&] { return client.calls >= 20 || client.ended.load(); }, kActedWithinMs));
-        ASSERT_FALSE(client.ended) << "the client's calls failed before the end: 0x" << std::hex << client.last.load();
+        // A client of its own (thread, apartment, proxy) calls until a call fails.
+        std::atomic<long> calls{0};
+        std::atomic<bool> ended{false};
+        std::atomic<HRESULT> last{S_OK};
+        const std::jthread client([&](std::stop_token stop) {
+            base::ComInit com(COINIT_APARTMENTTHREADED);
+            base::com_ptr<IUnknown> other;
+            last = CoCreateInstance(c.clsid, nullptr, CLSCTX_LOCAL_SERVER, c.iid, other.put_void());
+            const base::unique_bstr name(L"C:\\");
+            for (LONG state = 0; SUCCEEDED(last) && !stop.stop_requested(); ++calls)
+                last = c.clsid == CLSID_WatcherControl
+                           ? static_cast<IWatcherControl*>(other.get())->GetState(&state)
+                           : static_cast<ISizeEngine*>(other.get())->GetScanState(name.get(), &state);
+            ended = true;
+        });
+        ASSERT_TRUE(PumpUntil([&] { return calls >= 20 || ended.load(); }, kActedWithinMs));
+        ASSERT_FALSE(ended) << "the client's calls failed before the end: 0x" << std::hex << last.load();
         const std::vector<DWORD> running = Processes(c.exe);
         ASSERT_EQ(running.size(), 1u) << "both activations reach the same copy";
         const base::unique_kernel_handle process(
@@ -467,8 +437,8 @@ TEST(ServerEnd, ClientCallingInALoopFailsAndTheServerEndsCleanly)
         DWORD exitCode = STILL_ACTIVE;
         GetExitCodeProcess(process.get(), &exitCode);
         EXPECT_EQ(exitCode, 0u);
-        EXPECT_TRUE(PumpUntil([&] { return client.ended.load(); }, kActedWithinMs)) << "the client's call hangs";
-        EXPECT_TRUE(FAILED(client.last.load())) << std::hex << client.last.load();
+        EXPECT_TRUE(PumpUntil([&] { return ended.load(); }, kActedWithinMs)) << "the client's call hangs";
+        EXPECT_TRUE(FAILED(last.load())) << std::hex << last.load();
         EXPECT_TRUE(Processes(c.exe).empty()) << "a copy of the server is left";
         EXPECT_FALSE(MutexExists());
         EXPECT_EQ(RunServer(c.exe, L"/RegServer"), 0u);
