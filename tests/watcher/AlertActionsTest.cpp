@@ -59,7 +59,6 @@ TEST(MessageBoxes, OnePerKeyAndACap)
     for (size_t i = 1; i < MessageBoxes::kMaxOpen; ++i)
         EXPECT_TRUE(boxes->Show(L"key " + std::to_wstring(i), L"more"));
     EXPECT_FALSE(boxes->Show(L"one too many", L"more"));
-    EXPECT_EQ(boxes->OpenCount(), MessageBoxes::kMaxOpen);
     ASSERT_TRUE(PumpUntil([] { return BoxesOfThisProcess().size() == MessageBoxes::kMaxOpen; }, 10000));
 
     // Its caption and button are the watcher process test's.
@@ -87,11 +86,8 @@ TEST(Alerts, LogFailureToldOnce)
 {
     TempFolder folder;
     const std::wstring log = folder / L"missing\\a.log";
-    AlertAction line;
-    line.kind = AlertAction::Kind::AddToLog;
-    line.folder = folder.path();
-    line.logFile = log;
-    line.text = L"crossed";
+    const AlertAction line{
+        .kind = AlertAction::Kind::AddToLog, .folder = folder.path(), .text = L"crossed", .logFile = log};
     {
         Alerts alerts;
         alerts.Carry({line, line, line});
@@ -114,8 +110,7 @@ TEST(Alerts, LogFailureToldOnce)
 // each marks its start and its end, and waits until the test lets it end.
 TEST(ProgramLauncher, RunsNoMoreThanItsBoundAtATime)
 {
-    constexpr int kPrograms = 5;
-    constexpr int kBound = 2;
+    constexpr int kPrograms = 5, kBound = 2;
     TempFolder folder;
     const std::wstring script = folder / L"hold.cmd";
     WriteFileBytes(script, "@echo off\r\nset n=0\r\necho.> \"%~1.start\"\r\n:wait\r\nif exist \"%~1.go\" goto done\r\n"
@@ -123,17 +118,14 @@ TEST(ProgramLauncher, RunsNoMoreThanItsBoundAtATime)
                            ":done\r\necho.> \"%~1.end\"\r\n");
     const auto mark = [&](int program, const wchar_t* what) { return folder / (L"p" + std::to_wstring(program) + what); };
     const auto marked = [&](int program, const wchar_t* what) {
-        return GetFileAttributesW(mark(program, what).c_str()) != INVALID_FILE_ATTRIBUTES;
+        return std::filesystem::exists(mark(program, what));
     };
     ProgramLauncher launcher([](const AlertAction&, DWORD error) { ADD_FAILURE() << "not started: " << error; },
                              kBound);
-    for (int i = 0; i < kPrograms; ++i) {
-        AlertAction run;
-        run.kind = AlertAction::Kind::RunApplication;
-        run.folder = folder.path();
-        run.command = {script, L"\"" + mark(i, L"") + L"\""};
-        launcher.Launch(run);
-    }
+    for (int i = 0; i < kPrograms; ++i)
+        launcher.Launch({.kind = AlertAction::Kind::RunApplication,
+                         .folder = folder.path(),
+                         .command = {script, L"\"" + mark(i, L"") + L"\""}});
     int mostRunning = 0;
     for (int i = 0; i < kPrograms; ++i) {
         EXPECT_TRUE(PumpUntil(

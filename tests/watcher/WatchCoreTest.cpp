@@ -285,9 +285,7 @@ TEST(EventLog, CrossingsAndReturnsInsideGiveOneRecordEach)
         core.Changed(1, now + 10);
         now += 3000;
     }
-    AlertAction run;
-    run.kind = AlertAction::Kind::RunApplication;
-    EXPECT_EQ(RecordOfFailure(run, L"Could not start x.exe").type, EVENTLOG_ERROR_TYPE);
+    EXPECT_EQ(RecordOfFailure({.kind = AlertAction::Kind::RunApplication}, L"x").type, EVENTLOG_ERROR_TYPE);
 }
 
 // The box's message, the log's lines and the history's sentences, each beside
