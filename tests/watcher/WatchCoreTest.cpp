@@ -182,7 +182,9 @@ const Scenario kScenarios[] = {
       L"1410 ask a complete 10", L"1420 opened b",
       L"1820 ask b running 0",    // below a minimum so far proves nothing
       L"2820 ask b complete 4096", L"3000 changed a", L"3400 ask a running 2048" OVER_A,
-      L"4400 ask a running 0", L"5400 ask a complete 4096"}},
+      L"4400 ask a running 0", L"5400 ask a complete 4096",
+      L"6000 changed b", L"6400 due => ask a | ask b",
+      L"6400 answer b running 0"}},  // b judged inside: still proves nothing below a minimum
     {"stale and unknown totals judge nothing and are asked again a second later",
      {Plan({Folder(L"a", 1024)})},
      {L"0 plan => open a", L"10 opened a", L"410 ask a unknown", L"1410 ask a stale 5000", L"2410 ask a stale 0",
