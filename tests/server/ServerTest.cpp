@@ -61,11 +61,6 @@ const LingerCase kLingerCases[] = {
 // {6C1D2A60-0B8E-4C57-9D2B-3E0F4A5B6C7D}: a class nobody registers.
 const CLSID kNoClass = {0x6C1D2A60, 0x0B8E, 0x4C57, {0x9D, 0x2B, 0x3E, 0x0F, 0x4A, 0x5B, 0x6C, 0x7D}};
 
-ServerTraits Traits(DWORD linger)
-{
-    return {kNoClass, L"test", linger};
-}
-
 // The process lock as COM counts it.
 ULONG ProcessLocks()
 {
@@ -87,7 +82,7 @@ TEST(ServerModuleTest, Linger)
 {
     for (const LingerCase& c : kLingerCases) {
         SCOPED_TRACE(c.name);
-        ServerModule module(Traits(c.linger));
+        ServerModule module({kNoClass, L"test", c.linger});
         running = &module;
         for (const auto& [atMs, step] : c.steps)
             pending[SetTimer(nullptr, 0, atMs, RunStep)] = step;
@@ -118,22 +113,20 @@ public:
 
 TEST(ClassFactoryTest, ObjectsHoldTheModuleWhileTheyLive)
 {
-    ServerModule module(Traits(ServerTraits::kNeverEnd));
+    ServerModule module({kNoClass, L"test", ServerTraits::kNeverEnd});
     int made = 0;
     ClassFactory<TwoFaced> factory(module, made);
-    base::com_ptr<IOleWindow> window;
-    ASSERT_EQ(factory.CreateInstance(nullptr, IID_IOleWindow, window.put_void()), S_OK);
-    base::com_ptr<IPersist> persist;
-    base::com_ptr<IUnknown> identity, viaPersist;
-    EXPECT_EQ(window.query(persist), S_OK);
-    EXPECT_EQ(window.query(identity), S_OK);
-    EXPECT_EQ(persist.query(viaPersist), S_OK);
-    EXPECT_EQ(identity.get(), viaPersist.get());
-    EXPECT_EQ(ProcessLocks(), 1u);
-    window.reset();
-    persist.reset();
-    identity.reset();
-    viaPersist.reset();
+    {
+        base::com_ptr<IOleWindow> window;
+        ASSERT_EQ(factory.CreateInstance(nullptr, IID_IOleWindow, window.put_void()), S_OK);
+        base::com_ptr<IPersist> persist;
+        base::com_ptr<IUnknown> identity, viaPersist;
+        EXPECT_EQ(window.query(persist), S_OK);
+        EXPECT_EQ(window.query(identity), S_OK);
+        EXPECT_EQ(persist.query(viaPersist), S_OK);
+        EXPECT_EQ(identity.get(), viaPersist.get());
+        EXPECT_EQ(ProcessLocks(), 1u);
+    }
     EXPECT_EQ(ProcessLocks(), 0u);
 
     void* none = &made;

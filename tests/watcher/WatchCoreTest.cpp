@@ -1,14 +1,24 @@
 // The watcher's decisions as sequences of events, each with the steps it
 // must give: what is opened, asked, closed, and the actions of crossings with
-// their texts. No thread, clock or process: the time is in the table.
+// their texts. No thread, clock or process: the time is in the table. Then
+// the records those decisions give the event log, the texts of the actions
+// and the limits in bytes as the watcher compares them.
+#include <windows.h>
+
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <limits>
 #include <map>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "watcher/AlertText.h"
+#include "watcher/EventLog.h"
+#include "watcher/LimitRules.h"
 #include "watcher/WatchCore.h"
+#include "watcher/WatchPlan.h"
 
 namespace krn::test {
 namespace {
@@ -172,7 +182,9 @@ const Scenario kScenarios[] = {
       L"1410 ask a complete 10", L"1420 opened b",
       L"1820 ask b running 0",    // below a minimum so far proves nothing
       L"2820 ask b complete 4096", L"3000 changed a", L"3400 ask a running 2048" OVER_A,
-      L"4400 ask a running 0", L"5400 ask a complete 4096"}},
+      L"4400 ask a running 0", L"5400 ask a complete 4096",
+      L"6000 changed b", L"6400 due => ask a | ask b",
+      L"6400 answer b running 0"}},  // b judged inside: still proves nothing below a minimum
     {"stale and unknown totals judge nothing and are asked again a second later",
      {Plan({Folder(L"a", 1024)})},
      {L"0 plan => open a", L"10 opened a", L"410 ask a unknown", L"1410 ask a stale 5000", L"2410 ask a stale 0",
@@ -237,6 +249,141 @@ TEST(WatchCore, Scenarios)
 {
     for (const Scenario& scenario : kScenarios)
         Player(scenario).Play();
+}
+
+// A folder with both limits, 1 KB to 4 KB, answered one complete total after
+// another: the records each answer gives, as "<event id>/<type> <inserts...>"
+// (type 2 a warning, 4 information).
+TEST(EventLog, CrossingsAndReturnsInsideGiveOneRecordEach)
+{
+    const struct {
+        std::uint64_t bytes;
+        std::vector<std::wstring> records;
+    } kTotals[] = {
+        {2048, {}},  // the first judgement, inside: nothing
+        {8192, {L"1001/2 w 8.00 KB 4.00 KB"}},
+        {9000, {}},  // still outside: told once
+        {2048, {L"1003/4 w 2.00 KB 4.00 KB"}},
+        {10, {L"1002/2 w 10 B 1.00 KB"}},
+        // from below the minimum to above the maximum
+        {8192, {L"1001/2 w 8.00 KB 4.00 KB", L"1004/4 w 8.00 KB 1.00 KB"}},
+    };
+    WatchCore core;
+    core.Configure({{{L"w", LimitPlan{4096, {}}, LimitPlan{1024, {}}, {}}}, L"w.log", false}, 0);
+    core.Opened(1, true, 10);
+    ULONGLONG now = 1000;
+    for (const auto& answer : kTotals) {
+        SCOPED_TRACE(answer.bytes);
+        core.Due(now);
+        std::vector<std::wstring> records;
+        for (const LimitEvent& event : core.Answered(1, {EngineAnswer::Kind::Complete, answer.bytes}, now, kNoon).events) {
+            const EventRecord record = RecordOf(event);
+            std::wstring line = std::to_wstring(record.id & 0xFFFF) + L"/" + std::to_wstring(record.type);
+            for (const std::wstring& insert : record.inserts)
+                line += L" " + insert;
+            records.push_back(line);
+        }
+        EXPECT_EQ(records, answer.records);
+        core.Changed(1, now + 10);
+        now += 3000;
+    }
+    EXPECT_EQ(RecordOfFailure({.kind = AlertAction::Kind::RunApplication}, L"x").type, EVENTLOG_ERROR_TYPE);
+}
+
+// The box's message, the log's lines and the history's sentences, each beside
+// the text it must give.
+TEST(AlertText, MessagesLogLinesAndHistorySentences)
+{
+    const SYSTEMTIME time{2026, 3, 6, 7, 9, 5, 2, 0};
+    const std::wstring stamp = L"2026-03-07 09:05:02\tC:\\Data\t";
+    const std::pair<std::wstring, std::wstring> cases[] = {
+        {AlertMessage(L"", L"C:\\Data", LimitSide::Maximum, 2048, 1024),
+         L"The folder C:\\Data has a size of 2.00 KB, above its maximum limit of 1.00 KB."},
+        {AlertMessage(L"", L"D:\\\u00c9t\u00e9", LimitSide::Minimum, 0, 1536),
+         L"The folder D:\\\u00c9t\u00e9 has a size of 0 B, below its minimum limit of 1.50 KB."},
+        {AlertMessage(L"Empty the bin!", L"C:\\Data", LimitSide::Maximum, 2048, 1024), L"Empty the bin!"},
+        {FormatLogLine(time, L"C:\\Data", LimitSide::Maximum, 2048, 1024),
+         stamp + L"Maximum exceeded\tSize 2.00 KB\tLimit 1.00 KB"},
+        {FormatLogLine(time, L"C:\\\u65e5\u672c", LimitSide::Minimum, 10, 1048576),
+         L"2026-03-07 09:05:02\tC:\\\u65e5\u672c\tMinimum undercut\tSize 10 B\tLimit 1.00 MB"},
+        {GrowthSentence(1288490189), L"+1.20 GB in 24 hours."},
+        {GrowthSentence(-1536), L"-1.50 KB in 24 hours."},
+        {FormatForecastLine(time, L"C:\\Data", 10737418240, 600),
+         stamp + L"Reaches its maximum (10.00 GB) within a day."},
+        {FormatForecastLine(time, L"C:\\Data", 1024, 1500), stamp + L"Reaches its maximum (1.00 KB) in about 1 day."},
+        {FormatForecastLine(time, L"C:\\Data", 1024, 2200), stamp + L"Reaches its maximum (1.00 KB) in about 2 days."},
+        {FormatForecastLine(time, L"C:\\Data", 1024, 7200), stamp + L"Reaches its maximum (1.00 KB) in about 5 days."},
+    };
+    for (const auto& [text, expected] : cases)
+        EXPECT_EQ(text, expected);
+}
+
+TEST(RunCommandTest, PathAndParameters)
+{
+    SetEnvironmentVariableW(L"KRN_TOOLS", L"C:\\Tools");
+    const std::wstring folder = L"C:\\Big 100%DATA%";
+    const struct {
+        const char* name;
+        const wchar_t* path;
+        const wchar_t* params;
+        const wchar_t* file;
+        const wchar_t* parameters;
+    } cases[] = {
+        {"as typed", L"C:\\clean.exe", L"-q", L"C:\\clean.exe", L"-q"},
+        {"current folder in the parameters", L"C:\\clean.exe", L"\"%currentdir%\" /s",
+         L"C:\\clean.exe", L"\"C:\\Big 100%DATA%\" /s"},
+        {"any case", L"C:\\clean.exe", L"%CurrentDir%", L"C:\\clean.exe", L"C:\\Big 100%DATA%"},
+        {"current folder in the path", L"%currentdir%\\clean.cmd", L"", L"C:\\Big 100%DATA%\\clean.cmd", L""},
+        {"environment", L"%KRN_TOOLS%\\clean.exe", L"%KRN_TOOLS%\\x", L"C:\\Tools\\clean.exe", L"C:\\Tools\\x"},
+        {"unknown variable stays", L"%KRN_NO_SUCH%\\a.exe", L"", L"%KRN_NO_SUCH%\\a.exe", L""},
+        {"quoted path", L"\"C:\\Program Files\\clean.exe\"", L"-q", L"C:\\Program Files\\clean.exe", L"-q"},
+        {"blanks around", L"  \"C:\\a b\\c.exe\"  ", L"", L"C:\\a b\\c.exe", L""},
+        {"text after the quote", L"\"C:\\a b\\c.exe\" -x", L"-q", L"C:\\a b\\c.exe", L"-x -q"},
+        {"unclosed quote", L"\"C:\\a.exe", L"", L"C:\\a.exe", L""},
+        {"empty", L"", L"", L"", L""},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        const RunCommand command = PrepareRun(c.path, c.params, folder);
+        EXPECT_EQ(command.file, c.file);
+        EXPECT_EQ(command.parameters, c.parameters);
+    }
+    SetEnvironmentVariableW(L"KRN_TOOLS", nullptr);
+}
+
+constexpr std::uint64_t kAll = std::numeric_limits<std::uint64_t>::max();
+
+TEST(WatchedLimitBytes, ValueTimesUnit)
+{
+    const struct {
+        double value;
+        std::uint16_t units;
+        std::optional<std::uint64_t> bytes;
+    } cases[] = {
+        {1, SizeUnit_B, 1},
+        {1, SizeUnit_KB, 1024},
+        {1.5, SizeUnit_MB, 1572864},
+        {2, SizeUnit_GB, 2147483648ull},
+        {3, SizeUnit_TB, 3298534883328ull},
+        {1023.9, SizeUnit_B, 1023},      // truncated toward zero
+        {1, 9, 1},                        // a unit outside the table counts as bytes
+        {0, SizeUnit_KB, 0},
+        {-5, SizeUnit_KB, 0},             // negative: 0 bytes, not a wrapped huge number
+        {-std::numeric_limits<double>::infinity(), SizeUnit_B, 0},
+        {std::numeric_limits<double>::infinity(), SizeUnit_B, kAll},
+        {16777216, SizeUnit_TB, kAll},    // exactly 2^64
+        {std::nan(""), SizeUnit_KB, std::nullopt},  // not watched
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.value << " in unit " << c.units);
+        EXPECT_EQ(WatchedLimitBytes(c.value, c.units), c.bytes);
+    }
+}
+
+TEST(SamePath, IgnoresCase)
+{
+    EXPECT_TRUE(SamePath(L"C:\\Data\\Logs", L"c:\\DATA\\logs"));
+    EXPECT_FALSE(SamePath(L"C:\\Data\\Logs", L"C:\\Data\\Log"));
 }
 
 } // namespace

@@ -105,11 +105,10 @@ TEST_F(WatcherStateTest, PlansFromTheFile)
     ASSERT_EQ(state.Reload(), 0u);
     const std::vector<FolderPlan> plans = MakeFolderPlans(state.folders());
     ASSERT_EQ(plans.size(), 2u);
-    const FolderPlan& a = plans[0];
+    const FolderPlan &a = plans[0], &b = plans[1];
+    ASSERT_TRUE(a.max && a.min && b.max && !b.min);
     EXPECT_EQ(a.path, L"C:\\a");
-    ASSERT_TRUE(a.max);
     EXPECT_EQ(a.max->bytes, 0u) << "a negative maximum counts as 0 bytes";
-    ASSERT_TRUE(a.min);
     EXPECT_EQ(a.min->msg, L"m");
     ASSERT_EQ(a.actions.size(), 3u);
     EXPECT_EQ(a.actions[0].kind, ActionStep::Kind::ShowMessage);
@@ -117,9 +116,6 @@ TEST_F(WatcherStateTest, PlansFromTheFile)
     EXPECT_EQ(a.actions[1].path, L"\"%currentdir%\\x.cmd\"");
     EXPECT_EQ(a.actions[1].params, L"1 2");
     EXPECT_EQ(a.actions[2].kind, ActionStep::Kind::AddToLog);
-    const FolderPlan& b = plans[1];
-    EXPECT_FALSE(b.min);
-    ASSERT_TRUE(b.max);
     EXPECT_EQ(b.max->bytes, 1572864u);
     EXPECT_TRUE(b.actions.empty());
 }
