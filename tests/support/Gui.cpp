@@ -54,8 +54,9 @@ namespace {
 // opened together on threads of their own), and a box's handle then differs
 // from the one a test loads. Loaded once before any test runs, every thread
 // finds the same one.
+const LPCWSTR kIcons[] = {IDI_EXCLAMATION, IDI_QUESTION, IDI_ERROR, IDI_INFORMATION};
 const bool systemIconsLoaded = [] {
-    for (LPCWSTR icon : {IDI_EXCLAMATION, IDI_QUESTION, IDI_ERROR, IDI_INFORMATION})
+    for (LPCWSTR icon : kIcons)
         LoadIconW(nullptr, icon);
     return true;
 }();
@@ -72,7 +73,6 @@ MessageBoxInfo ReadMessageBox(HWND box)
         if (GetDlgItem(box, id))
             info.buttons.push_back(id);
     // The icon's control id differs between Windows and Wine: compare handles.
-    static const LPCWSTR kIcons[] = {IDI_EXCLAMATION, IDI_QUESTION, IDI_ERROR, IDI_INFORMATION};
     for (HWND child = GetWindow(box, GW_CHILD); child; child = GetWindow(child, GW_HWNDNEXT)) {
         if (ClassName(child) != L"Static" || (GetWindowLongW(child, GWL_STYLE) & SS_TYPEMASK) != SS_ICON)
             continue;

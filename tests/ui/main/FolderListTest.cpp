@@ -135,10 +135,9 @@ TEST_F(FolderListTest, ColumnWidthsAndSortStateAreWrittenOnCloseAndTheStoredSort
     for (const auto& [name, value] : stored) {
         DWORD type = 0;
         std::string data;
-        ASSERT_TRUE(ReadRegValue(krn::registry::kSettingsKey, name, &type, &data)) << name;
-        EXPECT_EQ(type, static_cast<DWORD>(REG_DWORD)) << name;
-        ASSERT_EQ(data.size(), 4u) << name;
-        EXPECT_EQ(*reinterpret_cast<const DWORD*>(data.data()), value) << name;
+        ReadRegValue(krn::registry::kSettingsKey, name, &type, &data);
+        EXPECT_EQ(std::pair(type, data), std::pair(DWORD{REG_DWORD}, std::string(reinterpret_cast<const char*>(&value), 4)))
+            << name;
     }
     // The next start takes its sort state from the Path width (150), not from
     // "ColSorting": the same first click now sorts ascending.

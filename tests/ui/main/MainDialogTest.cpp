@@ -278,11 +278,13 @@ TEST_F(MainDialogTest, F1AndTheMenuOpenHelpPropertiesAboutAndTheMakersPages)
 
     std::vector<HWND> owners;
     DialogDriver driver;
-    const auto cancel = [&](HWND dialog) {
-        owners.push_back(GetWindow(dialog, GW_OWNER));
-        DialogDriver::Click(dialog, IDCANCEL);
+    const auto press = [&](int button) {
+        return [&owners, button](HWND dialog) {
+            owners.push_back(GetWindow(dialog, GW_OWNER));
+            DialogDriver::Click(dialog, button);
+        };
     };
-    driver.Expect(L"Properties", cancel).Expect(L"About Brimwell™ Pro x64", cancel);
+    driver.Expect(L"Properties", press(IDCANCEL)).Expect(L"About Brimwell™ Pro x64", press(IDOK));
     Command(ID_FILE_PROPERTIES);
     Command(ID_HELP_ABOUT);
     EXPECT_EQ(driver.Report(), "");
