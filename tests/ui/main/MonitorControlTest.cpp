@@ -160,9 +160,11 @@ TEST_F(MonitorControlTest, WithoutARegisteredEngineEverySizeReadsZeroUntilItIsRe
 {
     WriteFileBytes(counted / L"a.bin", std::string(5000, 'k'));
     WriteConfig(FolderXml(Narrow(counted.path())) + FolderXml("C:\\windows"));
+    ASSERT_TRUE(Open());
+    ASSERT_TRUE(RefreshUntil([&] { return SizeCell(0) == L"4.88 KB"; })) << "5,000 bytes: " << SizeCell(0);
     {
+        // Unregistering ends the engine that counted them.
         ServerUnregistered unregistered(WindowsPath(KRN_SIZE_ENGINE_EXE));
-        ASSERT_TRUE(Open());
         // Long enough for the engine to have counted the folder, were it there.
         for (int i = 0; i < 5; ++i) {
             Refresh();
