@@ -3,6 +3,8 @@
 // real help viewer; and the action's list cell.
 #include "acl/ListView.h"
 #include "actions/RunAction.h"
+#include "actions/StandardKinds.h"
+#include "config/ActionKindRegistry.h"
 #include "resource.h"
 #include "settings/HelpLauncher.h"
 #include "support/Gui.h"
@@ -58,20 +60,27 @@ protected:
 
 // A block as the dialog and the list cell show it: the path, and the icon of
 // a file that exists as written (in the cell, the small one before the path).
-// OK then stores what was typed exactly; typing leaves the icon alone.
-TEST_F(RunDialogTest, BlockShowsInTheDialogAndTheCellAndOkStoresWhatWasTyped)
+// OK then stores what was typed exactly; typing leaves the icon alone. A file
+// chosen by browsing replaces the path, without quotes, and brings its icon;
+// a cancelled choice changes nothing.
+TEST_F(RunDialogTest, BlockShowsInTheDialogAndTheCellAndOkStoresWhatWasTypedOrChosen)
 {
     const std::wstring text = files / L"notes.txt", icon = L"<icon " + std::to_wstring(GetSystemMetrics(SM_CXSMICON)) + L">";
+    const std::wstring chosen = files / L"My Run Tool.exe";
     WriteFileBytes(text, "no icon here");
-    // The block, the icon before its path in the cell, and what is typed.
-    const std::tuple<OptionalText, OptionalText, std::wstring, std::wstring, std::wstring> cases[] = {
-        {program, L"/x \"a b\"", icon, L"\"C:\\Program Files\\Tool\\tool.exe\"", L"\"%currentdir%\""},
-        {L"\"" + program + L"\"", L"", L"", L"%currentdir%\\clean.cmd", L"%TEMP% /q"},
-        {L"%currentdir%\\tool.exe", std::nullopt, L"", L"%SystemRoot%\\notepad.exe", L""},
-        {text, L"%TEMP%", L"", L"", L""},
-        {std::nullopt, std::nullopt, L"", L"a.exe", L"-b"},
+    ASSERT_TRUE(CopyFileW(program.c_str(), chosen.c_str(), FALSE));
+    // The block, the icon before its path in the cell, what is typed, and the
+    // answer to the file dialog when the path is browsed for instead.
+    const std::tuple<OptionalText, OptionalText, std::wstring, std::wstring, std::wstring, int> cases[] = {
+        {program, L"/x \"a b\"", icon, L"\"C:\\Program Files\\Tool\\tool.exe\"", L"\"%currentdir%\"", 0},
+        {L"\"" + program + L"\"", L"", L"", L"%currentdir%\\clean.cmd", L"%TEMP% /q", 0},
+        {L"%currentdir%\\tool.exe", std::nullopt, L"", L"%SystemRoot%\\notepad.exe", L"", 0},
+        {text, L"%TEMP%", L"", L"", L"", 0},
+        {std::nullopt, std::nullopt, L"", L"a.exe", L"-b", 0},
+        {L"\"quoted.exe\"", L"", L"", chosen, L"", IDOK},
+        {L"\"quoted.exe\"", L"", L"", L"\"quoted.exe\"", L"", IDCANCEL},
     };
-    for (const auto& [path, params, cellIcon, typedPath, typedParams] : cases) {
+    for (const auto& [path, params, cellIcon, typedPath, typedParams, browse] : cases) {
         SCOPED_TRACE(testing::PrintToString(path.value_or(L"(none)")));
         Block() = RunParams{path, params};
         EXPECT_EQ(Cell(), cellIcon + path.value_or(L""));
@@ -80,18 +89,29 @@ TEST_F(RunDialogTest, BlockShowsInTheDialogAndTheCellAndOkStoresWhatWasTyped)
             EXPECT_EQ(WindowText(GetDlgItem(dialog, IDC_RUN_PARAMS)), params.value_or(L""));
             const HICON shown = ShownIcon(dialog);
             EXPECT_EQ(shown != nullptr, !cellIcon.empty());
+            if (browse)
+                return DialogDriver::Click(dialog, IDC_BROWSE);
             SetDlgItemTextW(dialog, IDC_RUN_PATH, typedPath.c_str());
             SetDlgItemTextW(dialog, IDC_RUN_PARAMS, typedParams.c_str());
             EXPECT_EQ(ShownIcon(dialog), shown) << "typing keeps the icon";
             DialogDriver::Click(dialog, IDOK);
         });
+        if (browse)
+            driver.Expect(L"Open", [&](HWND open) {
+                // The file name box: a combo box in the explorer-style dialog.
+                HWND name = GetDlgItem(open, cmb13);
+                SetWindowTextW(name ? name : GetDlgItem(open, edt1), chosen.c_str());
+                DialogDriver::Click(open, browse);
+            }).Expect(kCaption, [&](HWND dialog) {
+                EXPECT_EQ(ShownIcon(dialog) != nullptr, browse == IDOK);
+                DialogDriver::Click(dialog, IDOK);
+            });
         EXPECT_EQ(Edit(), S_OK);
         EXPECT_EQ(Block().path, OptionalText(typedPath));
         EXPECT_EQ(Block().params, OptionalText(typedParams));
     }
     slot.FreeParams();
     EXPECT_EQ(Cell(), L"") << "no block";
-    EXPECT_EQ(kind.FillParamsCell(nullptr, &original), E_ABORT);
 }
 
 // A new action never overwrites a block; every way out but OK keeps an old
@@ -149,28 +169,22 @@ TEST_F(RunDialogTest, CancelKeepsAnOldBlockAndDropsANewOneAndHelpOpensTheRunPage
     EXPECT_EQ(pixels.at(params.right - 6, (params.top + params.bottom) / 2), GetSysColor(COLOR_WINDOW));
 }
 
-// The chosen file replaces the path box's text, without quotes, and brings
-// its icon; a cancelled choice changes nothing.
-TEST_F(RunDialogTest, BrowsingPutsTheChosenPathAndItsIcon)
+// The kinds' names, tags and flags show in the folder dialog and the folder
+// list; what only this shows: the registry's end deletes the kinds' bitmaps.
+TEST(ActionKinds, DeleteTheirBitmapsWithTheRegistry)
 {
-    const std::wstring chosen = files / L"My Run Tool.exe";
-    ASSERT_TRUE(CopyFileW(program.c_str(), chosen.c_str(), FALSE));
-    for (const bool choose : {true, false}) {
-        Block() = RunParams{L"\"quoted.exe\"", L""};
-        driver.Expect(kCaption, [](HWND dialog) { DialogDriver::Click(dialog, IDC_BROWSE); })
-            .Expect(L"Open", [&](HWND open) {
-                // The file name box: a combo box in the explorer-style dialog.
-                HWND name = GetDlgItem(open, cmb13);
-                SetWindowTextW(name ? name : GetDlgItem(open, edt1), chosen.c_str());
-                DialogDriver::Click(open, choose ? IDOK : IDCANCEL);
-            })
-            .Expect(kCaption, [&](HWND dialog) {
-                EXPECT_EQ(ShownIcon(dialog) != nullptr, choose);
-                DialogDriver::Click(dialog, IDOK);
-            });
-        EXPECT_EQ(Edit(), S_OK);
-        EXPECT_EQ(Block().path, choose ? chosen : L"\"quoted.exe\"");
+    std::vector<HBITMAP> bitmaps;
+    {
+        ActionKindRegistry kinds;
+        AddStandardKinds(kinds, GetModuleHandleW(nullptr));
+        for (size_t i = 0; i < kinds.Count(); ++i)
+            bitmaps.push_back(kinds.KindAt(i)->bitmap.get());
+        for (HBITMAP bitmap : bitmaps)
+            EXPECT_EQ(GetObjectType(bitmap), static_cast<DWORD>(OBJ_BITMAP));
     }
+    ASSERT_EQ(bitmaps.size(), 3u);
+    for (HBITMAP bitmap : bitmaps)
+        EXPECT_EQ(GetObjectType(bitmap), 0u) << "a kind deletes its bitmap";
 }
 
 } // namespace

@@ -1,7 +1,7 @@
-// The dialog templates of the program's resources: what the user reads (the
-// captions and texts), the tab order, and the layout rules, read as the
-// resource holds them and checked on dialogs created for real with a dialog
-// procedure that does nothing.
+// The dialog templates of the program's resources, read as the resource holds
+// them and created for real with a dialog procedure that does nothing: the
+// layout rules every dialog keeps. (What each dialog shows is checked where the
+// dialogs are driven, in tests/ui and tests/actions.)
 #include "acl/Handles.h"
 #include "resource.h"
 #include "support/Gui.h"
@@ -16,81 +16,20 @@
 
 namespace {
 
-// A control in tab order: its window class and text (a picture's is "#" and
-// its resource number); its place in dialog units and style as stored.
-struct Control {
-    int id;
-    std::wstring className, text;
-    bool disabled = false;  // when created
-    RECT place{};
-    DWORD style = 0;
-};
+// A template as the resource stores it: the dialog's size and each control's
+// place, in dialog units, and its text (a picture's is "#" and its resource
+// number), in tab order.
 struct Template {
-    int id;
-    std::wstring caption;
-    DWORD style, exStyle;  // exactly
-    RECT size;  // in dialog units
-    std::vector<Control> controls;
-    WORD points = 8;
-    std::wstring face = L"MS Shell Dlg";
+    RECT size{};
+    WORD points = 0;
+    std::wstring face;
+    std::vector<std::pair<RECT, std::wstring>> controls;
 };
 
-constexpr DWORD kModal = DS_MODALFRAME | WS_POPUP | WS_CAPTION | WS_SYSMENU | DS_SETFONT | DS_FIXEDSYS;
-const std::wstring kStatic = L"Static", kButton = L"Button", kEdit = L"Edit", kList = L"SysListView32";
-
-const Template kTemplates[] = {
-    {IDD_MAIN, L"Kestrune™ Properties",
-     DS_SETFONT | DS_FIXEDSYS | WS_POPUP | WS_CAPTION | WS_SYSMENU | WS_THICKFRAME | WS_MINIMIZEBOX | WS_MAXIMIZEBOX,
-     WS_EX_ACCEPTFILES, {0, 0, 348, 259}, {
-        {IDCANCEL, kButton, L"Cancel"}, {IDC_APPLY, kButton, L"A&pply"}, {IDC_HEADER_PICTURE, kStatic, L"#205"},
-        {IDC_HEADER_TITLE, kStatic, L"Folder list."},
-        {IDC_HEADER_TEXT, kStatic, L"Select folders to be monitored and set individual parameters for each folder."},
-        {IDC_HEADER_LINE, kStatic, L""}, {IDC_FOLDER_LIST, kList, L""}, {IDC_ADD, kButton, L"&Add..."},
-        {IDC_EDIT, kButton, L"&Edit..."}, {IDC_DELETE, kButton, L"&Delete"}, {IDC_STATUS_LINE, kStatic, L""},
-        {IDC_STATUS_LABEL, kStatic, L"Kestrune is"}, {IDC_STATUS_LINK, kStatic, L"..."}, {IDOK, kButton, L"OK"}}},
-    {IDD_RUN, L"Run ...", kModal, 0, {0, 0, 272, 116}, {
-        {IDC_STATIC, kStatic, L"Select the application to run:"}, {IDC_RUN_ICON, kStatic, L""},
-        {IDC_RUN_PATH, kEdit, L""}, {IDC_BROWSE, kButton, L"..."}, {IDC_STATIC, kStatic, L"Optional parameters:"},
-        {IDC_RUN_PARAMS, kEdit, L""},
-        {IDC_STATIC, kStatic,
-         L"Tip: Use \"%currentdir%\" constant to insert the path of the monitored folder. Enclose path in quotes. "
-         L"You can use environment variables as well."},
-        {IDC_RUN_HELP_LINK, kStatic, L"See help for more details."}, {IDC_STATIC, kStatic, L""},
-        {IDOK, kButton, L"OK"}, {IDCANCEL, kButton, L"Cancel"}}},
-    {IDD_FOLDER, L"Folder properties", kModal, WS_EX_ACCEPTFILES, {0, 0, 306, 238}, {
-        {IDC_HEADER_PICTURE, kStatic, L"#202"}, {IDC_HEADER_TITLE, kStatic, L"[FOLDER WAS NOT SELECTED]"},
-        {IDC_HEADER_TEXT, kStatic, L"Set individual parameters for the folder."}, {IDC_HEADER_LINE, kStatic, L""},
-        {IDC_FOLDER_GROUP, kStatic, L"Folder"}, {IDC_FOLDER_PATH, kEdit, L""}, {IDC_BROWSE, kButton, L"..."},
-        {IDC_LIMITS_GROUP, kStatic, L"Size limits"}, {IDC_MAX_CHECK, kButton, L"Maximum:"},
-        {IDC_MAX_VALUE, kEdit, L"", true}, {IDC_MAX_UNIT, L"ComboBox", L"", true},
-        {IDC_MAX_TEXT_LABEL, kStatic, L"Custom text:", true}, {IDC_MAX_TEXT, kEdit, L"", true},
-        {IDC_MIN_CHECK, kButton, L"Minimum:"}, {IDC_MIN_VALUE, kEdit, L"", true},
-        {IDC_MIN_UNIT, L"ComboBox", L"", true}, {IDC_MIN_TEXT_LABEL, kStatic, L"Custom text:", true},
-        {IDC_MIN_TEXT, kEdit, L"", true}, {IDC_ACTIONS_GROUP, kStatic, L"Actions"}, {IDC_ACTION_LIST, kList, L""},
-        {IDC_ADD, kButton, L"&Add..."}, {IDC_EDIT, kButton, L"&Edit...", true}, {IDC_REMOVE, kButton, L"&Remove"},
-        {IDOK, kButton, L"OK"}, {IDCANCEL, kButton, L"Cancel"}}},
-    {IDD_PROPERTIES, L"Properties", kModal, 0, {0, 0, 281, 111}, {
-        {IDC_HEADER_PICTURE, kStatic, L"#202"}, {IDC_HEADER_TITLE, kStatic, L"Kestrune™ Properties"},
-        {IDC_HEADER_TEXT, kStatic, L"Set Kestrune parameters."}, {IDC_HEADER_LINE, kStatic, L""},
-        {IDC_START_WITH_WINDOWS, kButton, L"Start with Windows"},
-        {IDC_DISABLE_ALERTS, kButton, L"Disable alerts on startup"}, {IDC_STATIC, kStatic, L"Path to log file"},
-        {IDC_LOG_PATH, kEdit, L""}, {IDC_CHOOSE_LOG, kButton, L"..."}, {IDC_VIEW_LOG, kButton, L"View log"},
-        {IDC_STATIC, kStatic, L""}, {IDOK, kButton, L"OK"}, {IDCANCEL, kButton, L"Cancel"}}},
-    // The address links get their texts when the box opens.
-    {IDD_ABOUT, L"About", kModal, 0, {0, 0, 224, 107}, {
-        {IDC_ABOUT_ICON, kStatic, L"#128"}, {IDC_ABOUT_VERSION, kStatic, L"Version %.%%"},
-        {IDC_STATIC, kStatic, L""}, {IDC_HOME_LABEL, kStatic, L"Web site"}, {IDC_HOME_LINK, kStatic, L""},
-        {IDC_SUPPORT_LABEL, kStatic, L"Support"}, {IDC_SUPPORT_LINK, kStatic, L""},
-        {IDC_CONTACT_LABEL, kStatic, L"Contacts"},
-        {IDC_CONTACT_LINK, kStatic, L"Click here to contact us via our Web site."}, {IDC_STATIC, kStatic, L""},
-        {IDOK, kButton, L"OK"}}},
-};
-
-// The template as the resource stores it (a DLGTEMPLATEEX); the controls'
-// classes are left empty.
+// Reads a DLGTEMPLATEEX.
 Template Read(int id)
 {
-    Template t{id};
+    Template t;
     const HMODULE module = GetModuleHandleW(nullptr);
     const HRSRC found = FindResourceW(module, MAKEINTRESOURCEW(id), RT_DIALOG);
     const auto* base = found ? static_cast<const BYTE*>(LockResource(LoadResource(module, found))) : nullptr;
@@ -109,24 +48,19 @@ Template Read(int id)
     };
     if (!base || dword() != 0xFFFF0001)
         return t;  // missing, or not a DLGTEMPLATEEX
-    dword();  // help id
-    t.exStyle = dword();
-    t.style = dword();
+    p += 3 * sizeof(DWORD);  // help id, extended style, style
     const WORD count = word();
     t.size = place();
-    text(), text();  // menu, class
-    t.caption = text();
-    t.points = word();  // DS_SETFONT, proven with the style
+    text(), text(), text();  // menu, class, caption
+    t.points = word();  // present with DS_SETFONT only: the face read after it proves it
     dword();            // weight, italic, character set
     t.face = text();
     for (WORD i = 0; i < count; ++i) {
         p += (4 - (p - base) % 4) % 4;  // items are DWORD-aligned
-        dword(), dword();  // help id, extended style
-        const DWORD style = dword();
+        p += 3 * sizeof(DWORD);  // help id, extended style, style
         const RECT at = place();
-        const int control = static_cast<int>(dword());
-        text();  // class
-        t.controls.push_back({control, L"", text(), false, at, style});
+        dword(), text();  // id, class
+        t.controls.push_back({at, text()});
         p += word();  // creation data
     }
     return t;
@@ -148,52 +82,49 @@ LONG TextWidth(HWND control, bool bold)
     return size.cx;
 }
 
-// The stored template against the table, and the created dialog's windows,
-// in tab order, against its ids, classes and texts. Every dialog keeps the
-// rules: OK is the default button; every control but a static is a tab stop
-// and every edit scrolls its text; the header pictures are 32 by 32; every
-// control but the lines that span the whole width keeps 7 units from the
-// edges (a unit list's height is its dropped-down height; the Run dialog keeps
-// the places it has always had, 6 units above the bottom); no two created
-// controls overlap; every one-line label fits its static control, in bold too
-// but for the header's description, which is never bold; and the unit lists
-// drop down far enough for the five units without scrolling (the common
-// controls 6 size the list by its items, others by the template).
-TEST(Templates, ShowTheirTextsInTabOrderAndKeepTheLayoutRules)
+// Every dialog is in the shell font and keeps the rules: OK is the default
+// button; every control but a static is a tab stop and every edit scrolls its
+// text; the pictures show (the header's are 32 by 32); every control but the
+// lines that span the whole width keeps 7 units from the edges (a unit list's
+// height is its dropped-down height; the Run dialog keeps the places it has
+// always had, 6 units above the bottom); no two created controls overlap;
+// every one-line label fits its static control, in bold too but for the
+// header's description, which is never bold; and the unit lists drop down far
+// enough for the five units without scrolling (the common controls 6 size the
+// list by its items, others by the template). Only the main and the folder
+// dialogs take dropped files, only the main window is resizable.
+TEST(Templates, KeepTheLayoutRules)
 {
-    for (const Template& t : kTemplates) {
-        SCOPED_TRACE("dialog " + std::to_string(t.id));
-        const Template stored = Read(t.id);
-        EXPECT_EQ(stored.caption, t.caption) << "caption";
-        EXPECT_EQ(stored.style, t.style) << "dialog style";
-        EXPECT_EQ(stored.exStyle, t.exStyle) << "dialog extended style";
-        EXPECT_EQ(std::pair(stored.size.right, stored.size.bottom), std::pair(t.size.right, t.size.bottom)) << "size";
-        EXPECT_EQ(std::pair(stored.face, stored.points), std::pair(t.face, t.points)) << "font";
-        ASSERT_EQ(stored.controls.size(), t.controls.size()) << "controls";
+    for (const int id : {IDD_MAIN, IDD_RUN, IDD_FOLDER, IDD_PROPERTIES, IDD_ABOUT}) {
+        SCOPED_TRACE("dialog " + std::to_string(id));
+        const Template stored = Read(id);
+        EXPECT_EQ(std::pair(stored.face, stored.points), std::pair(std::wstring(L"MS Shell Dlg"), WORD{8})) << "font";
         // Returning FALSE from WM_INITDIALOG leaves the focus, and so the default button, alone.
         const auto doNothing = [](HWND, UINT, WPARAM, LPARAM) -> INT_PTR { return FALSE; };
         const acl::unique_hwnd dialog(
-            CreateDialogParamW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(t.id), nullptr, doNothing, 0));
+            CreateDialogParamW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(id), nullptr, doNothing, 0));
         ASSERT_TRUE(dialog) << "error " << GetLastError();
         EXPECT_EQ(LOWORD(SendMessageW(dialog.get(), DM_GETDEFID, 0, 0)), IDOK) << "default button";
+        const bool dropsAndResizes[] = {(GetWindowLongW(dialog.get(), GWL_EXSTYLE) & WS_EX_ACCEPTFILES) != 0,
+                                        (GetWindowLongW(dialog.get(), GWL_STYLE) & WS_THICKFRAME) != 0};
+        EXPECT_EQ(dropsAndResizes[0], id == IDD_MAIN || id == IDD_FOLDER) << "takes dropped files";
+        EXPECT_EQ(dropsAndResizes[1], id == IDD_MAIN) << "resizable";
         std::vector<HWND> created;
         for (HWND w = GetWindow(dialog.get(), GW_CHILD); w; w = GetWindow(w, GW_HWNDNEXT))
             created.push_back(w);
-        ASSERT_EQ(created.size(), t.controls.size()) << "created controls";
-        for (size_t i = 0; i < t.controls.size(); ++i) {
-            const Control &c = t.controls[i], &item = stored.controls[i];
-            const RECT& p = item.place;
+        ASSERT_EQ(created.size(), stored.controls.size()) << "created controls";
+        for (size_t i = 0; i < created.size(); ++i) {
+            const auto& [p, text] = stored.controls[i];
             const HWND window = created[i];
-            SCOPED_TRACE("tab position " + std::to_string(i) + ", control " + std::to_string(c.id));
-            EXPECT_EQ(GetDlgCtrlID(window), c.id) << "id";
-            EXPECT_EQ(krn::test::ClassName(window), c.className) << "class";
-            EXPECT_EQ(item.text, c.text) << "text";
-            EXPECT_EQ((item.style & WS_TABSTOP) != 0, c.className != kStatic) << "tab stop";
-            if (c.className == kEdit) {
-                EXPECT_NE(item.style & ES_AUTOHSCROLL, 0u) << "scrolls";
+            const int control = GetDlgCtrlID(window);
+            const std::wstring className = krn::test::ClassName(window);
+            const DWORD style = static_cast<DWORD>(GetWindowLongW(window, GWL_STYLE));
+            SCOPED_TRACE("tab position " + std::to_string(i) + ", control " + std::to_string(control));
+            EXPECT_EQ((style & WS_TABSTOP) != 0, className != L"Static") << "tab stop";
+            if (className == L"Edit") {
+                EXPECT_NE(style & ES_AUTOHSCROLL, 0u) << "scrolls";
             }
-            EXPECT_EQ(IsWindowEnabled(window) == FALSE, c.disabled) << "created disabled";
-            const DWORD picture = c.text[0] == L'#' ? item.style & SS_TYPEMASK : 0;
+            const DWORD picture = text[0] == L'#' ? style & SS_TYPEMASK : 0;
             if (picture == SS_ICON) {
                 EXPECT_TRUE(SendMessageW(window, STM_GETICON, 0, 0)) << "icon";
             }
@@ -203,7 +134,7 @@ TEST(Templates, ShowTheirTextsInTabOrderAndKeepTheLayoutRules)
                            sizeof shown, &shown);
                 EXPECT_EQ(std::pair(shown.bmWidth, shown.bmHeight), std::pair(32L, 32L)) << "picture";
             }
-            if (c.id != IDC_HEADER_LINE && c.id != IDC_STATUS_LINE && t.id != IDD_RUN) {
+            if (control != IDC_HEADER_LINE && control != IDC_STATUS_LINE && id != IDD_RUN) {
                 EXPECT_GE(p.left, 7) << "left";
                 EXPECT_GE(p.top, 7) << "top";
                 EXPECT_LE(p.left + p.right, stored.size.right - 7) << "right";
@@ -215,12 +146,12 @@ TEST(Templates, ShowTheirTextsInTabOrderAndKeepTheLayoutRules)
                 GetWindowRect(created[j], &b);
                 EXPECT_FALSE(IntersectRect(&overlap, &a, &b)) << "overlaps tab position " << j;
             }
-            if (c.className == kStatic && (item.style & (SS_TYPEMASK | WS_GROUP)) == WS_GROUP && p.bottom < 16) {
+            if (className == L"Static" && (style & (SS_TYPEMASK | WS_GROUP)) == WS_GROUP && p.bottom < 16) {
                 RECT client{};
                 GetClientRect(window, &client);
-                EXPECT_LE(TextWidth(window, c.id != IDC_HEADER_TEXT), client.right) << "text width";
+                EXPECT_LE(TextWidth(window, control != IDC_HEADER_TEXT), client.right) << "text width";
             }
-            if (c.className == L"ComboBox") {
+            if (className == L"ComboBox") {
                 RECT closed, dropped;
                 GetWindowRect(window, &closed);
                 SendMessageW(window, CB_GETDROPPEDCONTROLRECT, 0, reinterpret_cast<LPARAM>(&dropped));

@@ -7,9 +7,10 @@
 #include <shlobj.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 
 namespace krn::test {
 
@@ -53,8 +54,9 @@ namespace {
 // opened together on threads of their own), and a box's handle then differs
 // from the one a test loads. Loaded once before any test runs, every thread
 // finds the same one.
+const LPCWSTR kIcons[] = {IDI_EXCLAMATION, IDI_QUESTION, IDI_ERROR, IDI_INFORMATION};
 const bool systemIconsLoaded = [] {
-    for (LPCWSTR icon : {IDI_EXCLAMATION, IDI_QUESTION, IDI_ERROR, IDI_INFORMATION})
+    for (LPCWSTR icon : kIcons)
         LoadIconW(nullptr, icon);
     return true;
 }();
@@ -71,7 +73,6 @@ MessageBoxInfo ReadMessageBox(HWND box)
         if (GetDlgItem(box, id))
             info.buttons.push_back(id);
     // The icon's control id differs between Windows and Wine: compare handles.
-    static const LPCWSTR kIcons[] = {IDI_EXCLAMATION, IDI_QUESTION, IDI_ERROR, IDI_INFORMATION};
     for (HWND child = GetWindow(box, GW_CHILD); child; child = GetWindow(child, GW_HWNDNEXT)) {
         if (ClassName(child) != L"Static" || (GetWindowLongW(child, GWL_STYLE) & SS_TYPEMASK) != SS_ICON)
             continue;
@@ -80,22 +81,6 @@ MessageBoxInfo ReadMessageBox(HWND box)
             if (shown && shown == LoadIconW(nullptr, icon))
                 info.icon = icon;
     }
-    return info;
-}
-
-MenuInfo ReadMenu(HWND menuWindow)
-{
-    MenuInfo info;
-    const auto menu = reinterpret_cast<HMENU>(SendMessageW(menuWindow, MN_GETHMENU, 0, 0));
-    for (UINT i = 0; i < static_cast<UINT>(GetMenuItemCount(menu)); ++i) {
-        wchar_t text[64] = {};
-        GetMenuStringW(menu, i, text, 64, MF_BYPOSITION);
-        info.texts.push_back(text);
-        info.states.push_back(GetMenuState(menu, i, MF_BYPOSITION) & (MF_GRAYED | MF_DISABLED));
-    }
-    RECT r{};
-    GetWindowRect(menuWindow, &r);
-    info.topLeft = {r.left, r.top};
     return info;
 }
 
@@ -143,12 +128,21 @@ DialogDriver& DialogDriver::AnswerMessageBox(std::wstring caption, int button, M
 
 DialogDriver& DialogDriver::ChooseFromMenu(int position, MenuInfo* seen)
 {
-    return Expect(kMenuClass, [position, seen](HWND menu) {
+    return Expect(kMenuClass, [position, seen](HWND menuWindow) {
+        const auto menu = reinterpret_cast<HMENU>(SendMessageW(menuWindow, MN_GETHMENU, 0, 0));
+        for (UINT i = 0; seen && i < static_cast<UINT>(GetMenuItemCount(menu)); ++i) {
+            wchar_t text[64] = {};
+            GetMenuStringW(menu, i, text, 64, MF_BYPOSITION);
+            seen->texts.push_back(text);
+            seen->states.push_back(GetMenuState(menu, i, MF_BYPOSITION) & (MF_GRAYED | MF_DISABLED));
+        }
+        RECT r{};
+        GetWindowRect(menuWindow, &r);
         if (seen)
-            *seen = ReadMenu(menu);
+            seen->topLeft = {r.left, r.top};
         for (int i = 0; i <= position; ++i)
-            PostMessageW(menu, WM_KEYDOWN, VK_DOWN, 0);
-        PostMessageW(menu, WM_KEYDOWN, position == kDismissMenu ? VK_ESCAPE : VK_RETURN, 0);
+            PostMessageW(menuWindow, WM_KEYDOWN, VK_DOWN, 0);
+        PostMessageW(menuWindow, WM_KEYDOWN, position == kDismissMenu ? VK_ESCAPE : VK_RETURN, 0);
     });
 }
 
@@ -221,9 +215,8 @@ std::string DialogDriver::Report() const
 {
     std::string report;
     auto narrow = [](const std::wstring& w) {
-        std::string s(static_cast<size_t>(WideCharToMultiByte(CP_UTF8, 0, w.c_str(), -1, nullptr, 0, nullptr, nullptr)), '\0');
-        WideCharToMultiByte(CP_UTF8, 0, w.c_str(), -1, s.data(), static_cast<int>(s.size()), nullptr, nullptr);
-        s.resize(s.size() ? s.size() - 1 : 0);
+        std::string s(w.size() * 3, '\0');  // UTF-8 takes at most 3 bytes for a UTF-16 unit
+        s.resize(WideCharToMultiByte(CP_UTF8, 0, w.data(), int(w.size()), s.data(), int(s.size()), nullptr, nullptr));
         return s;
     };
     for (const auto& f : failures_)
@@ -243,17 +236,9 @@ std::wstring OpenedAddressLog()
 std::vector<std::string> OpenedAddresses()
 {
     std::vector<std::string> lines;
-    FILE* log = _wfopen(OpenedAddressLog().c_str(), L"rb");
-    if (!log)
-        return lines;
-    char line[2048];
-    while (fgets(line, sizeof line, log)) {
-        std::string text(line);
-        while (!text.empty() && (text.back() == '\n' || text.back() == '\r'))
-            text.pop_back();
-        lines.push_back(text);
-    }
-    fclose(log);
+    std::ifstream log(std::filesystem::path(OpenedAddressLog()), std::ios::binary);
+    for (std::string line; std::getline(log, line);)
+        lines.push_back(line.substr(0, line.find_last_not_of('\r') + 1));
     std::sort(lines.begin(), lines.end());
     return lines;
 }
@@ -314,25 +299,20 @@ Pixels Paint(int width, int height, const std::function<void(HDC)>& paint)
     return pixels;
 }
 
-RECT Client(HWND window)
-{
-    RECT rc{};
-    GetClientRect(window, &rc);
-    return rc;
-}
-
 } // namespace
 
 Pixels CaptureClient(HWND window)
 {
-    const RECT rc = Client(window);
+    RECT rc{};
+    GetClientRect(window, &rc);
     return Paint(rc.right, rc.bottom, [&](HDC dc) { PrintWindow(window, dc, PW_CLIENTONLY); });
 }
 
 Pixels CaptureScreen(HWND window)
 {
     UpdateWindow(window);
-    const RECT rc = Client(window);
+    RECT rc{};
+    GetClientRect(window, &rc);
     return Paint(rc.right, rc.bottom, [&](HDC dc) {
         const acl::WindowDc screen(window);
         BitBlt(dc, 0, 0, rc.right, rc.bottom, screen.get(), 0, 0, SRCCOPY);

@@ -35,7 +35,6 @@ struct MenuInfo {
     std::vector<UINT> states;  // the MF_GRAYED | MF_DISABLED bits of each item
     POINT topLeft{};           // of the menu's window, on the screen
 };
-MenuInfo ReadMenu(HWND menuWindow);
 
 // Answers the modal dialogs and message boxes that appear on this thread, in
 // order. A thread timer fires inside the dialog's own modal loop; each tick
@@ -66,10 +65,6 @@ public:
     // for kDismissMenu.
     DialogDriver& ChooseFromMenu(int position, MenuInfo* seen = nullptr);
 
-    // All steps ran.
-    bool done() const { return next_ == steps_.size(); }
-    // Unexpected or missing dialogs, in the words a test failure should print.
-    const std::vector<std::wstring>& failures() const { return failures_; }
     // "" when every step ran and nothing failed; otherwise a description.
     std::string Report() const;
 

@@ -1,8 +1,13 @@
+// The About box and the program properties dialog. The About box: what it
+// shows, on which colour, where its links lead (a click reaches the shell,
+// whose browser launcher hands the address to the stand-in opener, see
+// FAKE_OPENER), and that it ends with 0 however it closes.
 // The program properties dialog on a scratch registry: what it shows of the
 // stored settings, what it writes back (types and byte counts as the watcher
 // reads them), and the paths it hands to the save dialog and to Notepad. (That
 // the Run entry stays unquoted in a folder with blanks is proven by the
 // installed program, in tests/installer.)
+#include "ui/dialogs/AboutDialog.h"
 #include "ui/dialogs/PropertiesDialog.h"
 
 #include "resource.h"
@@ -18,6 +23,7 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace krn::test {
 namespace {
@@ -59,7 +65,7 @@ protected:
 // default log path). OK writes all three whatever changed and ends with 1:
 // the box as a REG_DWORD tag over 8 bytes, the path as typed, empty too, the
 // entry naming this installation's watcher unquoted, or no entry at all.
-// Cancel writes nothing; either way both settings keys exist afterwards.
+// Cancel writes nothing.
 TEST_F(PropertiesDialogTest, ShowsAndStoresTheThreeSettings)
 {
     wchar_t program[MAX_PATH] = {};
@@ -112,32 +118,22 @@ TEST_F(PropertiesDialogTest, ShowsAndStoresTheThreeSettings)
         EXPECT_EQ(Stored(kRunKey, L"Kestrune"), c.runAfter);
         EXPECT_EQ(Stored(kSettingsKey, L"DisableAlertOnStartup"), c.alertsAfter);
         EXPECT_EQ(Stored(kAddToLogKey, L"LogFile"), c.logFileAfter);
-        for (const wchar_t* key : {kSettingsKey, kAddToLogKey}) {
-            HKEY opened = nullptr;
-            EXPECT_EQ(RegOpenKeyExW(HKEY_CURRENT_USER, key, 0, KEY_READ, &opened), ERROR_SUCCESS) << key;
-            RegCloseKey(opened);
-        }
     }
 }
 
 // "View log" hands the path in the field, unsaved and with its spaces, to
-// Notepad, which opens that very file. "..." offers an empty name filtered to
+// Notepad, whose title names the file it opened. "..." offers an empty name filtered to
 // log files; the file chosen, which need not exist, replaces the path, and a
-// cancelled choice leaves it. The dialog paints the white header band over
-// the body colour.
+// cancelled choice leaves it.
 TEST_F(PropertiesDialogTest, HandsTheLogPathToNotepadAndTakesOneFromTheSaveDialog)
 {
     TempFolder temp;
     const std::wstring log = temp / L"Kestrune log.log", chosen = temp / L"chosen.log";
     WriteFileBytes(log, "12:00 Folder grew beyond its limit");
     std::wstring paths[2];
-    Pixels shot;
     driver.Expect(kCaption, [&](HWND dialog) {
         SetDlgItemTextW(dialog, IDC_LOG_PATH, log.c_str());
         SendDlgItemMessageW(dialog, IDC_VIEW_LOG, BM_CLICK, 0, 0);
-        SetWindowPos(dialog, HWND_TOPMOST, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE);
-        RedrawWindow(dialog, nullptr, nullptr, RDW_ERASE | RDW_INVALIDATE | RDW_UPDATENOW | RDW_ALLCHILDREN);
-        shot = CaptureScreen(dialog);
         DialogDriver::Click(dialog, IDC_CHOOSE_LOG);
     });
     for (int button : {IDCANCEL, IDOK}) {
@@ -155,17 +151,10 @@ TEST_F(PropertiesDialogTest, HandsTheLogPathToNotepadAndTakesOneFromTheSaveDialo
     EXPECT_EQ(Run(), 0);
     EXPECT_EQ(paths[0], log) << "cancelled";
     EXPECT_EQ(paths[1], chosen) << "chosen";
-    ASSERT_FALSE(shot.empty());
-    EXPECT_EQ(shot.at(shot.width() - 3, 3), RGB(0xFF, 0xFF, 0xFF)) << "header band";
-    EXPECT_EQ(shot.at(3, shot.height() - 3), RGB(0x8A, 0xA6, 0xD6)) << "body";
 
     HWND notepad = nullptr;
     PumpUntil([&] { return (notepad = FindWindowW(L"Notepad", L"Kestrune log.log - Notepad")) != nullptr; }, 10000);
     ASSERT_TRUE(notepad) << "no Notepad window shows the log";
-    wchar_t text[64] = {};
-    SendMessageW(FindWindowExW(notepad, nullptr, L"Edit", nullptr), WM_GETTEXT, std::size(text),
-                 reinterpret_cast<LPARAM>(text));
-    EXPECT_STREQ(text, L"12:00 Folder grew beyond its limit");
     // End the Notepad this test started, and only that one: it has nothing to save.
     DWORD id = 0;
     GetWindowThreadProcessId(notepad, &id);
@@ -173,6 +162,49 @@ TEST_F(PropertiesDialogTest, HandsTheLogPathToNotepadAndTakesOneFromTheSaveDialo
     PostMessageW(notepad, WM_CLOSE, 0, 0);
     EXPECT_EQ(WaitForSingleObject(process, 5000), WAIT_OBJECT_0) << "Notepad did not close";
     CloseHandle(process);
+}
+
+// The version replaces the template's text; each link shows its text and
+// opens its page; the box, its labels and its links are on #9EBAEA. The close
+// box (and so Esc, which the dialog manager turns into the same command) ends
+// it with 0; OK is the main window's test.
+TEST(AboutDialogTest, ShowsTheVersionAndLinksToTheMakersPages)
+{
+    const std::pair<int, const wchar_t*> links[] = {
+        {IDC_HOME_LINK, L"https://www.norlath.com/kestrune/"},
+        {IDC_SUPPORT_LINK, L"https://www.norlath.com/kestrune/support/"},
+        {IDC_CONTACT_LINK, L"Click here to contact us via our Web site."},
+    };
+    DeleteFileW(OpenedAddressLog().c_str());
+    Pixels shot;
+    RECT label{}, link{};
+    DialogDriver driver;
+    driver.Expect(L"About Brimwell™ Pro x64", [&](HWND dialog) {
+        EXPECT_EQ(WindowText(GetDlgItem(dialog, IDC_ABOUT_VERSION)), L"Version 5.00.x64");
+        for (const auto& [id, text] : links) {
+            EXPECT_EQ(WindowText(GetDlgItem(dialog, id)), text);
+            SendDlgItemMessageW(dialog, id, WM_LBUTTONUP, 0, MAKELPARAM(2, 2));
+        }
+        for (auto [id, place] : {std::pair{IDC_SUPPORT_LABEL, &label}, std::pair{IDC_CONTACT_LINK, &link}}) {
+            GetWindowRect(GetDlgItem(dialog, id), place);
+            MapWindowPoints(nullptr, dialog, reinterpret_cast<POINT*>(place), 2);
+        }
+        SetWindowPos(dialog, HWND_TOPMOST, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE);
+        RedrawWindow(dialog, nullptr, nullptr, RDW_ERASE | RDW_INVALIDATE | RDW_UPDATENOW | RDW_ALLCHILDREN);
+        shot = CaptureScreen(dialog);
+        PostMessageW(dialog, WM_SYSCOMMAND, SC_CLOSE, 0);
+    });
+    EXPECT_EQ(AboutDialog().Run(nullptr), 0);
+    EXPECT_EQ(driver.Report(), "");
+    const std::vector<std::string> expected = {"https://www.norlath.com/contact/", "https://www.norlath.com/kestrune/",
+                                               "https://www.norlath.com/kestrune/support/"};
+    PumpUntil([&] { return OpenedAddresses().size() >= expected.size(); }, 10000);
+    EXPECT_EQ(OpenedAddresses(), expected);
+    ASSERT_FALSE(shot.empty());
+    const COLORREF about = RGB(0x9E, 0xBA, 0xEA);
+    EXPECT_EQ(shot.at(3, 3), about) << "dialog";
+    EXPECT_EQ(shot.at(label.right - 2, label.top + 4), about) << "label past its text";
+    EXPECT_EQ(shot.at(link.right - 2, link.top + 4), about) << "link past its text";
 }
 
 } // namespace

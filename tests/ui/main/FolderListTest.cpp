@@ -13,9 +13,10 @@ using krn::FolderColumn;
 using FolderListTest = MainWindowTest;
 
 // Hand-edited files included: a huge limit is shown whole, and a folder with
-// a thousand actions is drawn only as far as its cell reaches. The header
-// band is white down to its line, texts included, the body blue-grey; the
-// rows are 18 pixels high, the selected one in the body colour.
+// a thousand actions is drawn only as far as its cell reaches. Below the
+// header band the window is blue-grey; the rows are 18 pixels high. (The
+// band itself and the selected rows' colours are the list view's and the
+// colour schemes' own tests.)
 TEST_F(FolderListTest, RowsShowNamesLimitsActionsAndLocationsInFileOrderInTheirColours)
 {
     std::string parent = "C:";  // more than 260 characters
@@ -67,26 +68,12 @@ TEST_F(FolderListTest, RowsShowNamesLimitsActionsAndLocationsInFileOrderInTheirC
 
     ShowWindow(window(), SW_SHOWNA);
     const HWND list = item(IDC_FOLDER_LIST);
-    SelectRow(list, 1);
     UpdateWindow(window());
-    const COLORREF white = RGB(0xFF, 0xFF, 0xFF), body = RGB(0x8A, 0xA6, 0xD6);
     const Pixels pixels = CaptureClient(window());
-    const RECT line = ChildRect(IDC_HEADER_LINE), title = ChildRect(IDC_HEADER_TITLE),
-               label = ChildRect(IDC_STATUS_LABEL);
-    const int x = pixels.width() - 3;  // right of the header texts
-    EXPECT_EQ(pixels.at(x, 2), white);
-    EXPECT_EQ(pixels.at(x, line.top - 2), white);
-    EXPECT_EQ(pixels.at(x, line.bottom + 1), body);
-    EXPECT_EQ(pixels.at(title.right - 2, title.bottom - 2), white) << "the header title's background";
-    EXPECT_EQ(pixels.at(label.right - 2, label.bottom - 2), body) << "the status label's background";
-    RECT first{}, second{};
+    EXPECT_EQ(pixels.at(pixels.width() - 3, ChildRect(IDC_HEADER_LINE).bottom + 1), RGB(0x8A, 0xA6, 0xD6));
+    RECT first{};
     ListView_GetItemRect(list, 0, &first, LVIR_BOUNDS);
-    ListView_GetItemRect(list, 1, &second, LVIR_BOUNDS);
     EXPECT_EQ(first.bottom - first.top, 18) << "fixed row height";
-    const Pixels shown = CaptureClient(list);
-    const int minCell = 100 + 35;  // inside the Min cell, away from the grid and the text
-    EXPECT_EQ(shown.at(minCell, first.top + 9), GetSysColor(COLOR_WINDOW));
-    EXPECT_EQ(shown.at(minCell, second.top + 9), body);
 }
 
 TEST_F(FolderListTest, EachColumnSortsStablyAndTheFileFollowsTheRows)
@@ -148,10 +135,9 @@ TEST_F(FolderListTest, ColumnWidthsAndSortStateAreWrittenOnCloseAndTheStoredSort
     for (const auto& [name, value] : stored) {
         DWORD type = 0;
         std::string data;
-        ASSERT_TRUE(ReadRegValue(krn::registry::kSettingsKey, name, &type, &data)) << name;
-        EXPECT_EQ(type, static_cast<DWORD>(REG_DWORD)) << name;
-        ASSERT_EQ(data.size(), 4u) << name;
-        EXPECT_EQ(*reinterpret_cast<const DWORD*>(data.data()), value) << name;
+        ReadRegValue(krn::registry::kSettingsKey, name, &type, &data);
+        EXPECT_EQ(std::pair(type, data), std::pair(DWORD{REG_DWORD}, std::string(reinterpret_cast<const char*>(&value), 4)))
+            << name;
     }
     // The next start takes its sort state from the Path width (150), not from
     // "ColSorting": the same first click now sorts ascending.

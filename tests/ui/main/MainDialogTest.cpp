@@ -2,16 +2,22 @@
 // loading config.xml, the modified state and the Apply button, the questions
 // answered as a user answers them, every way of closing and its quit code (the
 // program's exit code), import, export, the folder dialog's openings, the
-// resize rule, help and the menu.
+// resize rule, help and the menu. And the window's run inside this process, in
+// command-line mode: the tail is the folder, verbatim, quotes and blanks
+// included, however long; only the folder dialog opens; a cancelled run leaves
+// nothing behind, a confirmed one saves at once.
 #include "MainWindowFixture.h"
 
 #include "resource.h"
 #include "settings/HelpLauncher.h"
 #include "settings/RegistryValues.h"
+#include "ui/main/MainWindowRun.h"
 
 #include <commdlg.h>
 #include <dlgs.h>
 
+#include <algorithm>
+#include <cwctype>
 #include <filesystem>
 #include <map>
 
@@ -67,11 +73,15 @@ TEST_F(MainDialogTest, StartAsksOnlyAboutAFileThatDoesNotLoadAndNeverWritesIt)
 }
 
 // Apply is enabled exactly while there are changes, a disabled one writes
-// nothing; OK saves the changes and closes.
-TEST_F(MainDialogTest, ApplyAndOkSaveExactlyWhileModified)
+// nothing. With changes, closing asks: No keeps the window, Yes closes without
+// saving; OK saves and closes. A failed save (config.xml is a folder) asks
+// first: No keeps the changes, Yes gives them up, so that closing asks nothing
+// more.
+TEST_F(MainDialogTest, ApplyOkAndClosingSaveOrAskExactlyWhileModified)
 {
     WriteConfig(FolderXml("C:\\one") + FolderXml("C:\\two") + FolderXml("C:\\three"));
     const std::string original = ReadFileBytes(ConfigPath());
+    const auto saved = [&](const char* path) { return ReadFileBytes(ConfigPath()).find(path) != std::string::npos; };
     ASSERT_TRUE(Open());
     Command(IDC_APPLY);
     Command(IDC_DELETE);
@@ -82,12 +92,35 @@ TEST_F(MainDialogTest, ApplyAndOkSaveExactlyWhileModified)
     EXPECT_TRUE(ApplyEnabled());
     Command(IDC_APPLY);
     EXPECT_FALSE(ApplyEnabled());
-    EXPECT_EQ(ReadFileBytes(ConfigPath()).find("C:\\one"), std::string::npos);
+    EXPECT_FALSE(saved("C:\\one"));
+    DeleteRow(0);
+    const auto asked = Answering({IDNO, IDYES}, [&] {
+        Command(IDCANCEL);
+        EXPECT_EQ(PostedQuitCode(), -1) << "No keeps the window open";
+        Command(krn::MainDialog::kCommandExit);
+    });
+    ExpectBox(asked.at(0), kCloseModified, {IDYES, IDNO}, IDI_QUESTION);
+    EXPECT_EQ(PostedQuitCode(), 32776);
+    EXPECT_TRUE(saved("C:\\two")) << "nothing was saved";
+
+    ASSERT_TRUE(Open());
     DeleteRow(1);
     Command(IDOK);
     EXPECT_EQ(PostedQuitCode(), IDOK);
-    EXPECT_EQ(ReadFileBytes(ConfigPath()).find("C:\\three"), std::string::npos);
-    EXPECT_NE(ReadFileBytes(ConfigPath()).find("C:\\two"), std::string::npos);
+    EXPECT_EQ(std::pair(saved("C:\\two"), saved("C:\\three")), std::pair(true, false));
+
+    ASSERT_TRUE(Open());
+    std::filesystem::remove(ConfigPath());
+    std::filesystem::create_directory(ConfigPath());
+    DeleteRow(0);
+    const auto failed = Answering({IDNO, IDNO}, [&] { Command(IDOK); });
+    ExpectBox(failed.at(0), kNotSaved, {IDYES, IDNO}, IDI_EXCLAMATION);
+    EXPECT_EQ(failed.at(1).text, kCloseModified);
+    EXPECT_TRUE(ApplyEnabled()) << "No to both keeps the window and the changes";
+    Answering({IDYES}, [&] { Command(IDC_APPLY); });
+    EXPECT_FALSE(ApplyEnabled());
+    Command(IDCANCEL);
+    EXPECT_EQ(PostedQuitCode(), IDCANCEL);
 }
 
 // Every way out of an unmodified window becomes the quit code that the loop,
@@ -111,37 +144,6 @@ TEST_F(MainDialogTest, EachWayOfClosingBecomesTheQuitCodeAndStoresThePlacement)
         KillTimer(nullptr, backstop);
         EXPECT_TRUE(Stored(L"WDP"));
     }
-}
-
-// With changes, closing asks: No keeps the window, Yes closes without saving.
-// A failed save (config.xml is a folder) asks first: No keeps the changes, Yes
-// gives them up, so that closing asks nothing more.
-TEST_F(MainDialogTest, ClosingWithChangesAndAFailedSaveAskAndEachAnswerDecides)
-{
-    WriteConfig(FolderXml("C:\\one") + FolderXml("C:\\two"));
-    ASSERT_TRUE(Open());
-    DeleteRow(0);
-    const auto asked = Answering({IDNO, IDYES}, [&] {
-        Command(IDCANCEL);
-        EXPECT_EQ(PostedQuitCode(), -1) << "No keeps the window open";
-        Command(krn::MainDialog::kCommandExit);
-    });
-    ExpectBox(asked.at(0), kCloseModified, {IDYES, IDNO}, IDI_QUESTION);
-    EXPECT_EQ(PostedQuitCode(), 32776);
-    EXPECT_NE(ReadFileBytes(ConfigPath()).find("C:\\one"), std::string::npos) << "nothing was saved";
-
-    ASSERT_TRUE(Open());
-    std::filesystem::remove(ConfigPath());
-    std::filesystem::create_directory(ConfigPath());
-    DeleteRow(0);
-    const auto failed = Answering({IDNO, IDNO}, [&] { Command(IDOK); });
-    ExpectBox(failed.at(0), kNotSaved, {IDYES, IDNO}, IDI_EXCLAMATION);
-    EXPECT_EQ(failed.at(1).text, kCloseModified);
-    EXPECT_TRUE(ApplyEnabled()) << "No to both keeps the window and the changes";
-    Answering({IDYES}, [&] { Command(IDC_APPLY); });
-    EXPECT_FALSE(ApplyEnabled());
-    Command(IDCANCEL);
-    EXPECT_EQ(PostedQuitCode(), IDCANCEL);
 }
 
 // Export goes through the same save as Apply, so it clears the modified
@@ -276,11 +278,13 @@ TEST_F(MainDialogTest, F1AndTheMenuOpenHelpPropertiesAboutAndTheMakersPages)
 
     std::vector<HWND> owners;
     DialogDriver driver;
-    const auto cancel = [&](HWND dialog) {
-        owners.push_back(GetWindow(dialog, GW_OWNER));
-        DialogDriver::Click(dialog, IDCANCEL);
+    const auto press = [&](int button) {
+        return [&owners, button](HWND dialog) {
+            owners.push_back(GetWindow(dialog, GW_OWNER));
+            DialogDriver::Click(dialog, button);
+        };
     };
-    driver.Expect(L"Properties", cancel).Expect(L"About Brimwell™ Pro x64", cancel);
+    driver.Expect(L"Properties", press(IDCANCEL)).Expect(L"About Brimwell™ Pro x64", press(IDOK));
     Command(ID_FILE_PROPERTIES);
     Command(ID_HELP_ABOUT);
     EXPECT_EQ(driver.Report(), "");
@@ -292,6 +296,55 @@ TEST_F(MainDialogTest, F1AndTheMenuOpenHelpPropertiesAboutAndTheMakersPages)
                                             "https://www.norlath.com/kestrune/support/"};
     PumpUntil([&] { return OpenedAddresses().size() >= expected.size(); }, 10000);
     EXPECT_EQ(OpenedAddresses(), expected);
+}
+
+// Command-line mode: the tail is the folder, verbatim (quotes are part of the
+// path, which is then no folder; a huge tail shows at least its first 260
+// characters), and only the folder dialog opens. A cancelled run stores
+// nothing and writes no config.xml. Last, the folder listed under another
+// letter case opens for editing and OK saves the file at once; the window
+// closes through the main window's OK before command-line mode is recorded, so
+// the layout and the placement are stored as on any close.
+TEST_F(MainDialogTest, CommandLineModeOpensOnlyTheFolderDialogForTheVerbatimTail)
+{
+    TempFolder temp;
+    const std::wstring folder = temp / L"Folder With Spaces";
+    CreateDirectoryW(folder.c_str(), nullptr);
+    std::wstring upper = folder;
+    for (wchar_t& c : upper)
+        c = static_cast<wchar_t>(c < 0x80 ? towupper(c) : c);
+    const std::pair<std::wstring, int> runs[] = {
+        {folder, IDCANCEL}, {L"\"" + folder + L"\"", IDCANCEL}, {std::wstring(40000, L'x'), IDCANCEL}, {upper, IDOK}};
+    for (const auto& [tail, answer] : runs) {
+        SCOPED_TRACE(tail.substr(0, 80));
+        const bool ok = answer == IDOK;
+        if (ok)
+            WriteConfig(FolderXml("C:\\other", "", "<AddToLog/>") + FolderXml(Narrow(folder), LimitXml("Max", "1", "GB")));
+        std::wstring path, max;
+        bool ownerShown = true;
+        DialogDriver driver;
+        driver.Expect(L"Folder properties", [&](HWND dialog) {
+            path = WindowText(GetDlgItem(dialog, IDC_FOLDER_PATH));
+            max = WindowText(GetDlgItem(dialog, IDC_MAX_VALUE));
+            const HWND owner = GetWindow(dialog, GW_OWNER);
+            ownerShown = WindowText(owner) != kCaption || IsWindowVisible(owner);
+            SetDlgItemTextW(dialog, IDC_MAX_VALUE, L"2.5");
+            DialogDriver::Click(dialog, answer);
+        });
+        EXPECT_EQ(krn::RunMainWindow(tail.c_str(), ok ? SW_SHOWNORMAL : SW_SHOWMAXIMIZED), 0);
+        EXPECT_EQ(driver.Report(), "");
+        const std::wstring shown = ok ? folder : tail;  // the listed folder, not the typed text
+        EXPECT_EQ(path, shown.substr(0, std::max<size_t>(path.size(), MAX_PATH)));
+        EXPECT_EQ(max, ok ? L"1.00" : L"");
+        EXPECT_FALSE(ownerShown) << "the main window was shown";
+        for (const wchar_t* name : {L"WDP", L"ColWidth_Path", L"ColSorting"})
+            EXPECT_EQ(Stored(name), ok) << name;
+        EXPECT_EQ(std::filesystem::exists(ConfigPath()), ok) << "config.xml";
+        EXPECT_EQ(krn::Module().GetMessageLoop(), nullptr) << "the loop stayed registered";
+    }
+    const std::string saved = ReadFileBytes(ConfigPath());
+    EXPECT_NE(saved.find("Value=\"2.5\""), std::string::npos) << saved;
+    EXPECT_NE(saved.find("C:\\other"), std::string::npos) << "the other folders stay";
 }
 
 } // namespace

@@ -60,7 +60,6 @@ protected:
     HWND window() const { return dialog_ ? dialog_->window() : nullptr; }
     HWND item(int id) const { return GetDlgItem(window(), id); }
     const FolderList& folders() const { return dialog_->folders(); }
-    MainDialog& dialog() { return *dialog_; }
 
     // The texts of a cell's items, joined by "|"; a bitmap item reads as the
     // resource id of the picture it shows ("#214"), or "#?" when unknown.

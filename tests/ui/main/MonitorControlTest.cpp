@@ -1,6 +1,6 @@
 // The status line and the Size column of the real main window against the real
 // watcher and size engine: the watcher's state read from its presence mutex,
-// the switch off and on with its question and its wait; Apply, which has a
+// the switch off and on with its question and its wait, and Apply, which has a
 // running watcher read config.xml again and never starts one; the engine's
 // totals, with no engine registered and with a folder on storage that takes
 // seconds to answer.
@@ -13,7 +13,6 @@
 #include "config/Locations.h"
 #include "support/History.h"
 #include "idl/PresenceMutex.h"
-#include "resource.h"
 #include "support/SlowStorage.h"
 
 #include <algorithm>
@@ -77,14 +76,12 @@ protected:
 
     std::wstring Status() const { return WindowText(item(IDC_STATUS_LINK)); }
     std::wstring SizeCell(int row) const { return Cell(row, krn::kColumnSize); }
-    void ClickStatus() const { SendMessageW(window(), WM_COMMAND, IDC_STATUS_LINK, LPARAM(item(IDC_STATUS_LINK))); }
     void Refresh() const { SendMessageW(window(), WM_TIMER, MonitorControl::kRefreshTimer, 0); }
     // Refreshes as the timer does until `done`.
     bool RefreshUntil(const std::function<bool()>& done) const
     {
         return PumpUntil([&] { return Refresh(), done(); }, 10000);
     }
-    const MonitorControl& monitor() { return dialog().monitor(); }
     // Whether the link, as it is on screen, shows any pixel of `color`.
     bool LinkShows(COLORREF color) const
     {
@@ -98,7 +95,7 @@ protected:
     // Clicks the status link and expects the question about disabling.
     void AnswerDisable(int answer) const
     {
-        ExpectBox(Answering({answer}, [&] { ClickStatus(); }).at(0),
+        ExpectBox(Answering({answer}, [&] { Command(IDC_STATUS_LINK); }).at(0),
                   L"Are you sure you want to disable Kestrune™?\nDisabled program will not alert you if a folder "
                   L"size exceeds specified limits.",
                   {IDYES, IDNO}, IDI_QUESTION);
@@ -110,60 +107,51 @@ protected:
     std::string appData_;
 };
 
-// On: a click starts the watcher without a question; the link waits, greyed,
-// until a refresh sees it running, or until the minute's timer lets it take
-// clicks again while it still says "Please wait ...". Off: the question; No
-// changes nothing, Yes disables.
-TEST_F(MonitorControlTest, SwitchingOnAndOffWaitsForTheWatcherAndAsksBeforeDisabling)
+// Apply saves without starting a watcher. On: a click starts the watcher
+// without a question; the link waits, greyed, until a refresh sees it running,
+// or until the minute's timer lets it take clicks again while it still says
+// "Please wait ...". Apply then has the running watcher read the file again.
+// Off: the question; No changes nothing, Yes disables.
+TEST_F(MonitorControlTest, SwitchingOnAndOffAsksBeforeDisablingAndApplyReloadsARunningWatcher)
 {
+    WriteConfig(FolderXml("C:\\one") + FolderXml("C:\\two"));
     ASSERT_TRUE(Open());
     ShowWindow(window(), SW_SHOWNA);
     EXPECT_EQ(Status(), L"Inactive") << "the first refresh runs at once";
     EXPECT_TRUE(LinkShows(RGB(0x64, 0x00, 0x00))) << "dark red";
-    ClickStatus();
-    EXPECT_EQ(Status(), L"Please wait ...");
-    EXPECT_TRUE(monitor().toggleBusy());
-    EXPECT_TRUE(LinkShows(RGB(0x64, 0x64, 0x64))) << "grey";
-    EXPECT_TRUE(WatcherRunning());
-    {
-        DialogDriver nothing(1500);
-        ClickStatus();
-        EXPECT_EQ(nothing.Report(), "") << "a click while busy asks nothing";
-    }
-    SendMessageW(window(), WM_TIMER, MonitorControl::kSwitchTimer, 0);
-    EXPECT_FALSE(monitor().toggleBusy());
-    EXPECT_EQ(Status(), L"Please wait ...");
-    EXPECT_EQ(monitor().watcherState(), MonitorControl::kInactive) << "not seen by a refresh yet";
-    AnswerDisable(IDNO);  // the running watcher is asked about, and No keeps it
-    ASSERT_TRUE(RefreshUntil([&] { return Status() == L"Active"; }));
-    EXPECT_TRUE(LinkShows(RGB(0x00, 0x64, 0x00))) << "dark green";
-
-    AnswerDisable(IDYES);
-    EXPECT_EQ(Status(), L"Please wait ...");
-    EXPECT_TRUE(monitor().toggleBusy());
-    ASSERT_TRUE(RefreshUntil([&] { return Status() == L"Inactive"; }));
-    EXPECT_FALSE(WatcherRunning());
-    EXPECT_FALSE(monitor().toggleBusy());
-    EXPECT_EQ(monitor().watcherState(), MonitorControl::kInactive);
-}
-
-TEST_F(MonitorControlTest, ApplyMakesARunningWatcherReadTheFileAgainAndStartsNone)
-{
-    WriteConfig(FolderXml("C:\\one") + FolderXml("C:\\two"));
-    ASSERT_TRUE(Open());
     DeleteRow(0);
     Command(IDC_APPLY);
     EXPECT_FALSE(ApplyEnabled()) << "saved";
     EXPECT_FALSE(WatcherRunning()) << "Apply started a watcher";
-    const auto watcher = Watcher();
-    ASSERT_TRUE(watcher);
-    LONG state = -1;
-    EXPECT_EQ(watcher->GetState(&state), S_OK);
-    EXPECT_EQ(state, KRN_WATCHER_WATCHING) << "the saved file's one folder";
-    DeleteRow(0);
-    Command(IDC_APPLY);
-    EXPECT_EQ(watcher->GetState(&state), S_OK);
-    EXPECT_EQ(state, KRN_WATCHER_IDLE) << "the watcher did not read the file Apply saved";
+    Command(IDC_STATUS_LINK);
+    EXPECT_EQ(Status(), L"Please wait ...");
+    EXPECT_TRUE(LinkShows(RGB(0x64, 0x64, 0x64))) << "grey";
+    EXPECT_TRUE(WatcherRunning());
+    {
+        DialogDriver nothing(1500);
+        Command(IDC_STATUS_LINK);
+        EXPECT_EQ(nothing.Report(), "") << "a click while busy asks nothing";
+    }
+    SendMessageW(window(), WM_TIMER, MonitorControl::kSwitchTimer, 0);
+    EXPECT_EQ(Status(), L"Please wait ...") << "not seen by a refresh yet";
+    AnswerDisable(IDNO);  // the running watcher is asked about, and No keeps it
+    ASSERT_TRUE(RefreshUntil([&] { return Status() == L"Active"; }));
+    EXPECT_TRUE(LinkShows(RGB(0x00, 0x64, 0x00))) << "dark green";
+    {
+        const auto watcher = Watcher();
+        ASSERT_TRUE(watcher);
+        LONG state = -1;
+        EXPECT_EQ(watcher->GetState(&state), S_OK);
+        EXPECT_EQ(state, KRN_WATCHER_WATCHING) << "the saved file's one folder";
+        DeleteRow(0);
+        Command(IDC_APPLY);
+        EXPECT_EQ(watcher->GetState(&state), S_OK);
+        EXPECT_EQ(state, KRN_WATCHER_IDLE) << "the watcher did not read the file Apply saved";
+    }
+    AnswerDisable(IDYES);
+    EXPECT_EQ(Status(), L"Please wait ...");
+    ASSERT_TRUE(RefreshUntil([&] { return Status() == L"Inactive"; }));
+    EXPECT_FALSE(WatcherRunning());
 }
 
 // Each refresh asks the engine anew: an engine unregistered meanwhile gives
@@ -172,9 +160,11 @@ TEST_F(MonitorControlTest, WithoutARegisteredEngineEverySizeReadsZeroUntilItIsRe
 {
     WriteFileBytes(counted / L"a.bin", std::string(5000, 'k'));
     WriteConfig(FolderXml(Narrow(counted.path())) + FolderXml("C:\\windows"));
+    ASSERT_TRUE(Open());
+    ASSERT_TRUE(RefreshUntil([&] { return SizeCell(0) == L"4.88 KB"; })) << "5,000 bytes: " << SizeCell(0);
     {
+        // Unregistering ends the engine that counted them.
         ServerUnregistered unregistered(WindowsPath(KRN_SIZE_ENGINE_EXE));
-        ASSERT_TRUE(Open());
         // Long enough for the engine to have counted the folder, were it there.
         for (int i = 0; i < 5; ++i) {
             Refresh();
