@@ -1,8 +1,7 @@
 // The owner-drawn report list: its tree with its ownership rules, its
 // bookkeeping against a real owner-data list view under the dialog manager,
 // sorting, and drawing checked in pixels (rows drawn through OnDrawItem into a
-// bitmap of the row's size, the real control's header giving the columns, or
-// the real control captured after it painted itself).
+// bitmap of the row's size, or the real control captured after it painted itself).
 #include "acl/ListView.h"
 
 #include "TestDialog.h"
@@ -41,10 +40,7 @@ public:
     ~ListViewDemo() { DestroyWindow(window()); }  // before the list goes
 
     HWND list() const { return item(TD_LIST); }
-    HWND header() const { return reinterpret_cast<HWND>(SendMessageW(list(), LVM_GETHEADER, 0, 0)); }
     acl::ListView& view() { return view_; }
-    // The action bitmaps 208, 211, 212, lent to the items.
-    HBITMAP ActionBitmap(int index) const { return actionBitmaps_[static_cast<size_t>(index) % 3].get(); }
 
     // Columns of 110, 70, 70 and 250 pixels (wider than the list together), then
     // rows of a name, a size, one to three action bitmaps, and a text.
@@ -57,7 +53,7 @@ public:
             view_.AddItem(row, 0, std::make_unique<acl::ListView_Text>(L"Folder"));
             view_.AddItem(row, 1, std::make_unique<acl::ListView_Text>((std::to_wstring(row * 37) + L" KB").c_str()));
             for (int a = 0; a <= row % 3; ++a)
-                view_.AddItem(row, 2, std::make_unique<acl::ListView_Bitmap>(ActionBitmap(a)));
+                view_.AddItem(row, 2, std::make_unique<acl::ListView_Bitmap>(actionBitmaps_[a].get()));
             view_.AddItem(row, 3, std::make_unique<acl::ListView_Text>(L"Local"));
         }
         view_.Remeasure();  // the content decides a measured row height
@@ -66,25 +62,24 @@ public:
 private:
     bool OnMessage(UINT message, LPARAM lParam, INT_PTR* result)
     {
-        switch (message) {
-        case WM_INITDIALOG: {
-            view_.Attach(window(), TD_LIST);
-            view_.Remeasure();
-            const auto font = reinterpret_cast<HFONT>(SendMessageW(window(), WM_GETFONT, 0, 0));
-            view_.GetSettings().SetStyle(0, ListView_Settings::kMaskFont, 0, 0, 0, 0, 0, 0, font, false);
-            view_.GetSettings().SetStyle(1, ListView_Settings::kMaskBackground | ListView_Settings::kMaskFont, 0, 0,
-                                         kSelected, 0, 0, 0, font, false);
-            return true;
-        }
-        case WM_MEASUREITEM:
+        if (message == WM_MEASUREITEM)
             *result = view_.OnMeasureItem(TD_LIST, *reinterpret_cast<MEASUREITEMSTRUCT*>(lParam));
-            return true;
-        case WM_DRAWITEM:
+        else if (message == WM_DRAWITEM)
             *result = view_.OnDrawItem(TD_LIST, *reinterpret_cast<const DRAWITEMSTRUCT*>(lParam));
-            return true;
-        default:
+        else if (message == WM_INITDIALOG)
+            Initialise();
+        else
             return false;
-        }
+        return true;
+    }
+    void Initialise()
+    {
+        view_.Attach(window(), TD_LIST);
+        view_.Remeasure();
+        const auto font = reinterpret_cast<HFONT>(SendMessageW(window(), WM_GETFONT, 0, 0));
+        view_.GetSettings().SetStyle(0, ListView_Settings::kMaskFont, 0, 0, 0, 0, 0, 0, font, false);
+        view_.GetSettings().SetStyle(1, ListView_Settings::kMaskBackground | ListView_Settings::kMaskFont, 0, 0,
+                                     kSelected, 0, 0, 0, font, false);
     }
 
     // Declared before the list, so the bitmaps its items borrow outlive them.
@@ -94,35 +89,11 @@ private:
 
 bool Alive(HGDIOBJ object) { return GetObjectType(object) != 0; }
 
-// Items that say when they are destroyed.
-std::vector<std::string> destroyed;
-struct TracedItem : acl::ListView_Item {
-    explicit TracedItem(std::string n) : ListView_Item(99), name(std::move(n)) {}
-    ~TracedItem() override { destroyed.push_back(name); }
-    void GetSize(uint32_t& w, uint32_t& h) override { w = h = 0; }
-    int Draw(HDC, int, RECT&) override { return 0; }
-    std::string name;
-};
-
-// A row makes the missing cells up to the one asked for; a cell destroys its
-// items when cleared and when it goes. Bitmaps, icons and fonts are owned
-// only when given; an icon is laid out as a small icon and drawn at its size,
-// and the bitmaps GetIconInfo hands over go as soon as that size is read.
-TEST(ListViewTree, NodesDestroyOnlyWhatTheyOwn)
+// Bitmaps, icons and fonts are owned only when given; an icon is laid out as
+// a small icon and drawn at its size, and the bitmaps GetIconInfo hands over
+// go as soon as that size is read.
+TEST(ListViewItems, OwnOnlyWhatTheyAreGiven)
 {
-    destroyed.clear();
-    {
-        acl::ListView_Row row;
-        acl::ListView_Cell* third = row.GetCell(2, false);
-        ASSERT_EQ(row.CellCount(), 3u) << "missing cells are made up to the index";
-        third->AddItem(std::make_unique<TracedItem>("a"));
-        third->AddItem(std::make_unique<TracedItem>("b"));
-        third->Clear();
-        third->AddItem(std::make_unique<TracedItem>("c"));
-        EXPECT_EQ(destroyed, (std::vector<std::string>{"a", "b"}));
-    }
-    EXPECT_EQ(destroyed, (std::vector<std::string>{"a", "b", "c"}));
-
     const acl::unique_hbitmap lent(CreateBitmap(4, 4, 1, 32, nullptr));
     const acl::unique_hfont font(CreateFontW(12, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, L"Tahoma"));
     const HBITMAP given = CreateBitmap(4, 4, 1, 32, nullptr);
@@ -149,20 +120,62 @@ TEST(ListViewTree, NodesDestroyOnlyWhatTheyOwn)
     EXPECT_TRUE(Alive(font.get())) << "a lent font stays the caller's";
 }
 
+// A solid bitmap item whose top-left pixel is magenta, the colour drawn transparent.
+std::unique_ptr<acl::ListView_Bitmap> Solid(int width, int height, COLORREF color)
+{
+    std::vector<uint32_t> bits(size_t(width) * height, RGB(GetBValue(color), GetGValue(color), GetRValue(color)));
+    bits[0] = 0xFF00FF;  // the rows of CreateBitmap's bits are 0x00RRGGBB, top first
+    return std::make_unique<acl::ListView_Bitmap>(acl::unique_hbitmap(CreateBitmap(width, height, 1, 32, bits.data())));
+}
+
+// Pixels of (x0..x1, y0..y1) that are (or, with `other`, are not) the colour.
+int Count(const Pixels& p, COLORREF color, int x0, int x1, int y0, int y1, bool other = false)
+{
+    int n = 0;
+    for (int y = y0; y < y1; ++y)
+        for (int x = x0; x < x1; ++x)
+            n += (p.at(x, y) == color) != other;
+    return n;
+}
+
+// A demo list; `right` is the right edge of the columns added by Columns.
+class ListViewTest : public ::testing::Test {
+protected:
+    // Columns of the given widths and `rows` empty rows.
+    void Columns(std::initializer_list<int> widths, int rows)
+    {
+        for (int width : widths)
+            right += (list.AddColumn(L"", width), width);
+        for (int i = 0; i < rows; ++i)
+            list.AddRow(0, 0, 0);
+    }
+    // Draws one row the way the control asks for it, into a bitmap of the row's size.
+    Pixels DrawRow(UINT row, bool selected = false)
+    {
+        return krn::test::Render(right, 18, RGB(1, 2, 3), [&](HDC dc) {
+            DRAWITEMSTRUCT item{ODT_LISTVIEW, TD_LIST, row, ODA_DRAWENTIRE,
+                                selected ? UINT(ODS_SELECTED) : 0u, demo.list(), dc, {0, 0, right, 18}, 0};
+            list.OnDrawItem(TD_LIST, item);
+        });
+    }
+
+    ListViewDemo demo;
+    acl::ListView& list = demo.view();
+    int right = 0;  // of the last column
+};
+
 // The list's counts stay the control's and its header's, also while rows
 // are deleted and added in a batch; a deleted row goes to the caller; the
 // rows are as high as the list says.
-TEST(ListViewControl, CountsStayEqualToTheControlsAndRowsLeaveAsTheCallersRows)
+TEST_F(ListViewTest, CountsStayEqualToTheControlsAndRowsLeaveAsTheCallersRows)
 {
-    ListViewDemo demo;
-    acl::ListView& list = demo.view();
     EXPECT_EQ(SendMessageW(demo.list(), LVM_GETEXTENDEDLISTVIEWSTYLE, 0, 0) & 0x1400, 0x1400);
     using Counts = std::tuple<uint64_t, uint64_t, LRESULT, LRESULT>;  // columns, rows, the header's, the control's
     const auto counts = [&] {
-        return Counts{list.ColumnCount(), list.RowCount(), SendMessageW(demo.header(), HDM_GETITEMCOUNT, 0, 0),
-                      SendMessageW(demo.list(), LVM_GETITEMCOUNT, 0, 0)};
+        return Counts{list.ColumnCount(), list.RowCount(), Header_GetItemCount(ListView_GetHeader(demo.list())),
+                      ListView_GetItemCount(demo.list())};
     };
-    EXPECT_EQ(list.AddColumn(L"A", 50), 0);
+    list.AddColumn(L"A", 50);
     EXPECT_EQ(list.AddColumn(L"C", 50), 1);
     for (uint64_t tag : {10, 11, 12, 13})
         EXPECT_EQ(list.AddRow(0, 0, tag), static_cast<int64_t>(tag - 10));
@@ -170,8 +183,8 @@ TEST(ListViewControl, CountsStayEqualToTheControlsAndRowsLeaveAsTheCallersRows)
 
     list.rowHeight = 25;
     list.Remeasure();
-    RECT bounds{LVIR_BOUNDS};
-    SendMessageW(demo.list(), LVM_GETITEMRECT, 0, reinterpret_cast<LPARAM>(&bounds));
+    RECT bounds{};
+    ListView_GetItemRect(demo.list(), 0, &bounds, LVIR_BOUNDS);
     EXPECT_EQ(bounds.bottom - bounds.top, 25) << "Remeasure makes the control ask again";
 
     const acl::ListView_Row* third = list.RowAt(2);
@@ -179,14 +192,12 @@ TEST(ListViewControl, CountsStayEqualToTheControlsAndRowsLeaveAsTheCallersRows)
     EXPECT_EQ(list.DeleteRow(4, removed), kNotFound);
     EXPECT_EQ(list.DeleteRow(1, removed), 0u);
     EXPECT_EQ(counts(), (Counts{2, 3, 2, 3}));
-    ASSERT_TRUE(removed);
-    EXPECT_EQ(removed->tag, 11u) << "the caller holds the row it took out";
+    EXPECT_EQ(removed ? removed->tag : 0, 11u) << "the caller holds the row it took out";
     EXPECT_EQ(list.RowAt(1), third) << "later rows move up; their objects are unchanged";
     krn::test::SelectRow(demo.list(), 1);
     EXPECT_EQ(list.GetSelectedRow(), 1);
 
     EXPECT_EQ(list.AddItem(1, 3, std::make_unique<acl::ListView_Text>(L"x")), 0u);
-    EXPECT_EQ(third->CellCount(), 4u) << "missing cells are made first";
     EXPECT_EQ(list.ClearCell(1, 4), kNotFound) << "no such cell";
     EXPECT_EQ(list.ClearCell(1, 3), 0u);
     std::vector<std::unique_ptr<acl::ListView_Row>> all;
@@ -220,13 +231,10 @@ struct TagComparer : acl::ListView_Comparer {
 
 // A click on the same column reverses the direction, equal rows never move,
 // and the selection stays on its position.
-TEST(ListViewSort, HeaderClicksSortStablyAndOneRowOrNoneOnlyRecordTheColumn)
+TEST_F(ListViewTest, HeaderClicksSortStablyAndOneRowOrNoneOnlyRecordTheColumn)
 {
-    ListViewDemo demo;
-    acl::ListView& list = demo.view();
     TagComparer comparer;
-    list.AddColumn(L"Tens", 60);
-    list.AddColumn(L"Units", 60);
+    Columns({60, 60}, 0);
     list.Sort(1);
     EXPECT_EQ(list.sortColumn, -1) << "no comparer";
     list.comparer = &comparer;
@@ -248,9 +256,7 @@ TEST(ListViewSort, HeaderClicksSortStablyAndOneRowOrNoneOnlyRecordTheColumn)
         for (uint64_t tag : click.rows)
             list.AddRow(0, 0, tag);
         krn::test::SelectRow(demo.list(), 0);
-        NMLISTVIEW header{};
-        header.iSubItem = click.column;
-        EXPECT_EQ(list.OnColumnClick(header), 0);
+        EXPECT_EQ(list.OnColumnClick({{}, 0, click.column}), 0);
         std::vector<uint64_t> order;
         for (size_t i = 0; i < list.RowCount(); ++i)
             order.push_back(list.RowAt(i)->tag);
@@ -259,49 +265,6 @@ TEST(ListViewSort, HeaderClicksSortStablyAndOneRowOrNoneOnlyRecordTheColumn)
     }
     EXPECT_EQ(list.GetSelectedRow(), 0) << "the highlight stays on the position";
 }
-
-// A solid bitmap item whose top-left pixel is magenta, the colour drawn transparent.
-std::unique_ptr<acl::ListView_Bitmap> Solid(int width, int height, COLORREF color)
-{
-    std::vector<uint32_t> bits(size_t(width) * height, RGB(GetBValue(color), GetGValue(color), GetRValue(color)));
-    bits[0] = 0xFF00FF;  // the rows of CreateBitmap's bits are 0x00RRGGBB, top first
-    return std::make_unique<acl::ListView_Bitmap>(acl::unique_hbitmap(CreateBitmap(width, height, 1, 32, bits.data())));
-}
-
-// Pixels of (x0..x1, y0..y1) that are (or, with `other`, are not) the colour.
-int Count(const Pixels& p, COLORREF color, int x0, int x1, int y0, int y1, bool other = false)
-{
-    int n = 0;
-    for (int y = y0; y < y1; ++y)
-        for (int x = x0; x < x1; ++x)
-            n += (p.at(x, y) == color) != other;
-    return n;
-}
-
-class Drawn : public ::testing::Test {
-protected:
-    // Columns of the given widths and `rows` empty rows.
-    void Columns(std::initializer_list<int> widths, int rows)
-    {
-        for (int width : widths)
-            right += (list.AddColumn(L"", width), width);
-        for (int i = 0; i < rows; ++i)
-            list.AddRow(0, 0, 0);
-    }
-    // Draws one row the way the control asks for it, into a bitmap of the row's size.
-    Pixels DrawRow(UINT row, bool selected = false)
-    {
-        return krn::test::Render(right, 18, RGB(1, 2, 3), [&](HDC dc) {
-            DRAWITEMSTRUCT item{ODT_LISTVIEW, TD_LIST, row, ODA_DRAWENTIRE,
-                                selected ? UINT(ODS_SELECTED) : 0u, demo.list(), dc, {0, 0, right, 18}, 0};
-            list.OnDrawItem(TD_LIST, item);
-        });
-    }
-
-    ListViewDemo demo;
-    acl::ListView& list = demo.view();
-    int right = 0;  // of the last column
-};
 
 TEST(ListViewCentring, TruncatesTowardZeroInSinglePrecision)
 {
@@ -318,7 +281,7 @@ TEST(ListViewCentring, TruncatesTowardZeroInSinglePrecision)
 // The fill covers each cell's right and bottom frame edges, leaving a
 // one-pixel grid; the last row and column keep theirs. Content starts after
 // the frame and the padding, centred, with the top-left colour transparent.
-TEST_F(Drawn, CellsFormAOnePixelGridAndContentStartsAfterTheFrameAndThePadding)
+TEST_F(ListViewTest, CellsFormAOnePixelGridAndContentStartsAfterTheFrameAndThePadding)
 {
     Columns({40, 60, 50}, 3);
     list.AddItem(0, 1, Solid(10, 10, kGreen));
@@ -353,7 +316,7 @@ TEST_F(Drawn, CellsFormAOnePixelGridAndContentStartsAfterTheFrameAndThePadding)
     }
 }
 
-TEST_F(Drawn, ContentIsClippedAtTheCellsInnerEdge)
+TEST_F(ListViewTest, ContentIsClippedAtTheCellsInnerEdge)
 {
     Columns({60, 70}, 1);
     list.AddItem(0, 0, Solid(100, 10, kGreen));
@@ -373,7 +336,7 @@ TEST_F(Drawn, ContentIsClippedAtTheCellsInnerEdge)
 // The real control paints: rows and their texts in the first style, which
 // starts from the system's colours, a selected row in the second with its
 // frame, and a horizontally scrolled list shifted left by the scroll position.
-TEST_F(Drawn, TheControlPaintsSelectedRowsInTheSecondStyleAndScrolledRowsShiftedLeft)
+TEST_F(ListViewTest, TheControlPaintsSelectedRowsInTheSecondStyleAndScrolledRowsShiftedLeft)
 {
     demo.AddSampleRows(3);  // columns 110, 70, 70, 250
     krn::test::SelectRow(demo.list(), 1);

@@ -10,7 +10,6 @@
 
 #include <algorithm>
 #include <set>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -37,18 +36,11 @@ protected:
     }
 
     // The record of an owner-drawn item; null for any other.
-    ACL_MenuItem* Record(UINT item, HMENU in = nullptr, BOOL byPosition = FALSE) const
+    static ACL_MenuItem* Record(HMENU in, UINT position)
     {
         MENUITEMINFOW info{sizeof(info), MIIM_FTYPE | MIIM_DATA};
-        GetMenuItemInfoW(in ? in : menu.menu(), item, byPosition, &info);
+        GetMenuItemInfoW(in, position, TRUE, &info);
         return info.fType & MFT_OWNERDRAW ? reinterpret_cast<ACL_MenuItem*>(info.dwItemData) : nullptr;
-    }
-    const ACL_MenuImage* Image(UINT command) const
-    {
-        for (const auto& image : menu.images())
-            if (image->commandId == command)
-                return image.get();
-        return nullptr;
     }
 
     // The drop-down's items drawn as its popup asks for them: one under the
@@ -60,7 +52,7 @@ protected:
         items->clear();
         for (UINT i = 0; i < states.size(); ++i) {
             MEASUREITEMSTRUCT mis{ODT_MENU};
-            mis.itemData = reinterpret_cast<ULONG_PTR>(Record(i, dropDown, TRUE));
+            mis.itemData = reinterpret_cast<ULONG_PTR>(Record(dropDown, i));
             menu.MeasureItem(mis);
             items->push_back({0, bottom, 0, bottom += LONG(mis.itemHeight)});
             width = std::max(width, LONG(mis.itemWidth));
@@ -69,7 +61,7 @@ protected:
             for (UINT i = 0; i < states.size(); ++i) {
                 (*items)[i].right = width;
                 menu.DrawItem({ODT_MENU, 0, GetMenuItemID(dropDown, int(i)), ODA_DRAWENTIRE, states[i], nullptr, dc,
-                               (*items)[i], reinterpret_cast<ULONG_PTR>(Record(i, dropDown, TRUE))});
+                               (*items)[i], reinterpret_cast<ULONG_PTR>(Record(dropDown, i))});
             }
         });
     }
@@ -103,38 +95,28 @@ int Misplaced(const Pixels& p, const ACL_MenuImage& image, int x, int y, COLORRE
     return misplaced;
 }
 
-std::string Hex(const std::set<COLORREF>& colours)
-{
-    std::ostringstream out;
-    for (const COLORREF colour : colours)
-        out << std::hex << colour << " ";
-    return out.str();
-}
-
 // The colours of the picture in a rectangle, or on its one-pixel border only.
-std::string Colours(const Pixels& p, const RECT& r, bool border = false)
+std::set<COLORREF> Colours(const Pixels& p, const RECT& r, bool border = false)
 {
     std::set<COLORREF> colours;
     for (LONG y = r.top; y < r.bottom; ++y)
         for (LONG x = r.left; x < r.right; ++x)
             if (!border || x == r.left || x == r.right - 1 || y == r.top || y == r.bottom - 1)
                 colours.insert(p.at(x, y));
-    return Hex(colours);
+    return colours;
 }
 
 TEST_F(MenuTest, AttachCutsOneImagePerCommandAndConvertsEveryItem)
 {
-    std::vector<uint32_t> commands;
-    for (const auto& image : menu.images()) {
-        commands.push_back(image->commandId);
-        EXPECT_EQ(image->transparentColor, RGB(255, 0, 255)) << "the top-left pixel of image " << image->commandId;
-    }
+    std::vector<uint32_t> commands;  // of the images whose top-left pixel, magenta, is the transparent colour
+    for (const auto& image : menu.images())
+        commands.push_back(image->transparentColor == RGB(255, 0, 255) ? image->commandId : 0);
     EXPECT_EQ(commands, (std::vector<uint32_t>{ID_FILE_IMPORT, ID_FILE_EXPORT, ID_FILE_PROPERTIES, ID_FILE_EXIT,
                                                ID_HELP_HELP, ID_HELP_WEBSITE, ID_HELP_SUPPORT, ID_HELP_ABOUT}));
     // In menu order: 2 bar items, each followed by the 6 items of its drop-down.
     ASSERT_EQ(menu.items().size(), 14u);
     for (UINT i = 0; i < 2; ++i)
-        EXPECT_TRUE(Record(i, menu.menu(), TRUE)) << "bar item " << i << " not owner-drawn";
+        EXPECT_TRUE(Record(menu.menu(), i)) << "bar item " << i << " not owner-drawn";
 }
 
 TEST_F(MenuTest, MeasuresSeparatorsItemsAndBarItems)
@@ -151,7 +133,7 @@ TEST_F(MenuTest, MeasuresSeparatorsItemsAndBarItems)
         LONG width, height;
     } cases[] = {
         {menu.items()[3].get(), 43, 5},                         // separator
-        {Record(ID_FILE_EXIT), 42 + exit.right, 20},            // as high as the image cell
+        {menu.items()[6].get(), 42 + exit.right, 20},           // Exit: as high as the image cell
         {menu.items()[0].get(), bar.right + 4, bar.bottom + 4},  // bar item
     };
     for (const auto& c : cases) {
@@ -210,7 +192,7 @@ TEST_F(MenuTest, ADropDownShowsItemsSeparatorsAndTheHighlightWhereTheRulesPutThe
         {"highlighted: the text", highlighted, at(lit, textX, 1, w - 1, h - 1), {kSelection, kWhite}},
     };
     for (const auto& a : areas)
-        EXPECT_EQ(Colours(a.picture, a.area, a.border), Hex(a.colours)) << a.what;
+        EXPECT_EQ(Colours(a.picture, a.area, a.border), a.colours) << a.what;
     EXPECT_EQ(Colours(highlighted, disabled), Colours(shown, disabled)) << "highlighted, a disabled item looks the same";
 
     // The gradient's last column is one step short of its end colour.
@@ -229,13 +211,13 @@ TEST_F(MenuTest, ADropDownShowsItemsSeparatorsAndTheHighlightWhereTheRulesPutThe
     // 256 in each channel; a highlighted one a pixel up and left, over its
     // shadow: the opaque pixel furthest down and right casts a shadow nothing
     // covers.
-    const ACL_MenuImage& image = *Image(ID_HELP_HELP);
+    const ACL_MenuImage& image = *menu.images()[4];  // Help; About is images()[7]
     EXPECT_EQ(Misplaced(shown, image, item.left + 3, item.top + 2), 0) << "an item's image";
     const auto grey = [](COLORREF c) {
         const BYTE l = static_cast<BYTE>((77u * GetRValue(c) + 150u * GetGValue(c) + 29u * GetBValue(c)) / 256u);
         return RGB(l, l, l);
     };
-    EXPECT_EQ(Misplaced(shown, *Image(ID_HELP_ABOUT), disabled.left + 3, disabled.top + 2, +grey), 0) << "grey";
+    EXPECT_EQ(Misplaced(shown, *menu.images()[7], disabled.left + 3, disabled.top + 2, +grey), 0) << "grey";
     EXPECT_EQ(Misplaced(highlighted, image, lit.left + 2, lit.top + 1), 0) << "the raised image";
     const Pixels source = PixelsOf(image);
     POINT corner{};

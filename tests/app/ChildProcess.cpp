@@ -1,6 +1,5 @@
 #include "ChildProcess.h"
 
-#include "base/Handles.h"
 #include "support/Gui.h"
 
 #include <gtest/gtest.h>
@@ -9,41 +8,34 @@
 namespace krn::test {
 
 ChildProcess::ChildProcess(const std::wstring& program, const std::wstring& tail)
+    : ChildProcess(L"\"" + program + L"\"" + (tail.empty() ? L"" : L" " + tail))
 {
-    Start(program.c_str(), L"\"" + program + L"\"" + (tail.empty() ? L"" : L" " + tail));
 }
 
-ChildProcess::ChildProcess(const std::wstring& commandLine)
-{
-    Start(nullptr, commandLine);
-}
-
-void ChildProcess::Start(const wchar_t* program, std::wstring commandLine)
+ChildProcess::ChildProcess(std::wstring commandLine)
 {
     STARTUPINFOW startup{sizeof startup};
     PROCESS_INFORMATION info{};
-    if (!CreateProcessW(program, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &info))
+    if (!CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &info))
         return;
     CloseHandle(info.hThread);
-    process_ = info.hProcess;
+    process_.reset(info.hProcess);
     id_ = info.dwProcessId;
 }
 
 ChildProcess::~ChildProcess()
 {
-    if (process_ && WaitForSingleObject(process_, 0) == WAIT_TIMEOUT) {
-        TerminateProcess(process_, 0xDEAD);
-        WaitForSingleObject(process_, 5000);
+    if (process_ && WaitForSingleObject(process_.get(), 0) == WAIT_TIMEOUT) {
+        TerminateProcess(process_.get(), 0xDEAD);
+        WaitForSingleObject(process_.get(), 5000);
     }
-    if (process_)
-        CloseHandle(process_);
 }
 
 DWORD ChildProcess::Wait(DWORD timeoutMs)
 {
     DWORD code = STILL_ACTIVE;
-    if (process_ && WaitForSingleObject(process_, timeoutMs) == WAIT_OBJECT_0)
-        GetExitCodeProcess(process_, &code);
+    if (process_ && WaitForSingleObject(process_.get(), timeoutMs) == WAIT_OBJECT_0)
+        GetExitCodeProcess(process_.get(), &code);
     return code;
 }
 
