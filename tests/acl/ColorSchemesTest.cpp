@@ -20,25 +20,25 @@ constexpr COLORREF kNavy = RGB(0, 0, 128), kRed = RGB(200, 0, 0);
 // colour alone.
 class SchemeDialog : public acl::ColorSchemes<SchemeDialog>, public TestDialog {
 public:
-    SchemeDialog()
-        : TestDialog([this](UINT message, WPARAM wParam, LPARAM, INT_PTR*) {
-              if (message == WM_INITDIALOG) {
-                  const int body[] = {TD_BODY}, header[] = {TD_HEADER}, title[] = {TD_TITLE, TD_HEADER};
-                  const int combo[] = {TD_COMBO, 4711};
-                  AddScheme(L"default", body, 1, kBlack, acl::kBodyColor);
-                  AddScheme(L"header", header, 1, kNavy, kWhite);
-                  AddScheme(L"title", title, 2, kBlack, kWhite);
-                  AddScheme(L"body", body, 1, kGrey, acl::kBodyColor);
-                  AddScheme(L"combo", combo, 2, kRed, acl::kNoColor);
-              }
-              if (message != WM_ERASEBKGND)
-                  return false;
-              acl::PaintHeaderBand(window(), reinterpret_cast<HDC>(wParam));
-              SetWindowLongPtrW(window(), DWLP_MSGRESULT, 0);
-              return true;
-          })
+    SchemeDialog() { Create(20, 20); }
+
+private:
+    bool OnMessage(UINT message, WPARAM wParam, LPARAM, INT_PTR*) override
     {
-        Create(20, 20);
+        if (message == WM_INITDIALOG) {
+            const int body[] = {TD_BODY}, header[] = {TD_HEADER}, title[] = {TD_TITLE, TD_HEADER};
+            const int combo[] = {TD_COMBO, 4711};
+            AddScheme(L"default", body, 1, kBlack, acl::kBodyColor);
+            AddScheme(L"header", header, 1, kNavy, kWhite);
+            AddScheme(L"title", title, 2, kBlack, kWhite);
+            AddScheme(L"body", body, 1, kGrey, acl::kBodyColor);
+            AddScheme(L"combo", combo, 2, kRed, acl::kNoColor);
+        }
+        if (message != WM_ERASEBKGND)
+            return false;
+        acl::PaintHeaderBand(window(), reinterpret_cast<HDC>(wParam));
+        SetWindowLongPtrW(window(), DWLP_MSGRESULT, 0);
+        return true;
     }
 };
 

@@ -67,7 +67,7 @@ protected:
     }
 
     ACL_Menu menu;
-    acl::test::TestDialog host{nullptr};
+    acl::test::TestDialog host;
 };
 
 // A menu image as pixels.
@@ -106,7 +106,7 @@ std::set<COLORREF> Colours(const Pixels& p, const RECT& r, bool border = false)
     return colours;
 }
 
-TEST_F(MenuTest, AttachCutsOneImagePerCommandAndConvertsEveryItem)
+TEST_F(MenuTest, AttachCutsOneImagePerCommandAndConvertsAndMeasuresEveryItem)
 {
     std::vector<uint32_t> commands;  // of the images whose top-left pixel, magenta, is the transparent colour
     for (const auto& image : menu.images())
@@ -117,10 +117,7 @@ TEST_F(MenuTest, AttachCutsOneImagePerCommandAndConvertsEveryItem)
     ASSERT_EQ(menu.items().size(), 14u);
     for (UINT i = 0; i < 2; ++i)
         EXPECT_TRUE(Record(menu.menu(), i)) << "bar item " << i << " not owner-drawn";
-}
 
-TEST_F(MenuTest, MeasuresSeparatorsItemsAndBarItems)
-{
     const acl::unique_hfont font = acl::CreateMenuFont();
     const acl::unique_hdc dc(CreateCompatibleDC(nullptr));
     acl::SelectGuard select(dc.get(), font.get());
@@ -144,14 +141,13 @@ TEST_F(MenuTest, MeasuresSeparatorsItemsAndBarItems)
     }
 }
 
-// The Help drop-down with "Norlath web-site" checked and "About" disabled,
-// drawn first with nothing highlighted, then with "Help" and "About"
-// highlighted: each part is where the drawing rules put it.
+// The Help drop-down (Help, a separator, the web-site, Support, a separator,
+// About) with "Norlath web-site" checked and "About" disabled, drawn first
+// with nothing highlighted, then with "Help" and "About" highlighted: each
+// part is where the drawing rules put it.
 TEST_F(MenuTest, ADropDownShowsItemsSeparatorsAndTheHighlightWhereTheRulesPutThem)
 {
     const HMENU help = GetSubMenu(menu.menu(), 1);
-    ASSERT_EQ(GetMenuItemID(help, 5), static_cast<UINT>(ID_HELP_ABOUT))
-        << "Help, a separator, the web-site, Support, a separator, About";
     std::vector<RECT> items;
     const Pixels shown = DrawDropDown(help, {0, 0, ODS_CHECKED, 0, 0, ODS_GRAYED}, &items);
     const Pixels highlighted =

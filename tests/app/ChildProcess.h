@@ -20,7 +20,7 @@ public:
     explicit ChildProcess(std::wstring commandLine);
     ~ChildProcess();  // ends the program if it is still running
 
-    bool started() const { return process_ != nullptr; }
+    bool started() const { return static_cast<bool>(process_); }
     // The exit code, or STILL_ACTIVE when the program did not end in time.
     DWORD Wait(DWORD timeoutMs);
     // The program's visible top-level window of this class and caption (null:
