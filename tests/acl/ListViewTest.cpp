@@ -24,6 +24,14 @@ constexpr DWORD kNotFound = ERROR_NOT_FOUND;
 constexpr COLORREF kGreen = RGB(0, 200, 0), kRed = RGB(220, 0, 0), kSelected = RGB(0x8A, 0xA6, 0xD6);
 const COLORREF kFrame = GetSysColor(COLOR_WINDOWFRAME), kWindow = GetSysColor(COLOR_WINDOW);
 
+// A solid bitmap item whose top-left pixel is magenta, the colour drawn transparent.
+std::unique_ptr<acl::ListView_Bitmap> Solid(int width, int height, COLORREF color)
+{
+    std::vector<uint32_t> bits(size_t(width) * height, RGB(GetBValue(color), GetGValue(color), GetRValue(color)));
+    bits[0] = 0xFF00FF;  // the rows of CreateBitmap's bits are 0x00RRGGBB, top first
+    return std::make_unique<acl::ListView_Bitmap>(acl::unique_hbitmap(CreateBitmap(width, height, 1, 32, bits.data())));
+}
+
 // A real report list view in the test dialog, wired to an acl::ListView the
 // way the program's dialogs wire theirs (WM_MEASUREITEM and WM_DRAWITEM go to
 // the list), with the program's look: the dialog's font, selected rows in
@@ -32,9 +40,12 @@ class ListViewDemo : public acl::test::TestDialog {
 public:
     ListViewDemo() : TestDialog(TD_LIST_DIALOG)
     {
-        for (int id : {IDB_ACTION_MESSAGE, IDB_ACTION_LOG, IDB_ACTION_RUN})
-            actionBitmaps_.emplace_back(LoadBitmapW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(id)));
         Create(20, 20);
+        view_.Attach(window(), TD_LIST);
+        const auto font = reinterpret_cast<HFONT>(SendMessageW(window(), WM_GETFONT, 0, 0));
+        view_.GetSettings().SetStyle(0, ListView_Settings::kMaskFont, 0, 0, 0, 0, 0, 0, font, false);
+        view_.GetSettings().SetStyle(1, ListView_Settings::kMaskBackground | ListView_Settings::kMaskFont, 0, 0,
+                                     kSelected, 0, 0, 0, font, false);
     }
     ~ListViewDemo() { DestroyWindow(window()); }  // before the list goes
 
@@ -42,7 +53,7 @@ public:
     acl::ListView& view() { return view_; }
 
     // Columns of 110, 70, 70 and 250 pixels (wider than the list together), then
-    // rows of a name, a size, one to three action bitmaps, and a text.
+    // rows of a name, a size, one to three bitmaps, and a text.
     void AddSampleRows(int count)
     {
         for (const int width : {110, 70, 70, 250})
@@ -52,7 +63,7 @@ public:
             view_.AddItem(row, 0, std::make_unique<acl::ListView_Text>(L"Folder"));
             view_.AddItem(row, 1, std::make_unique<acl::ListView_Text>((std::to_wstring(row * 37) + L" KB").c_str()));
             for (int a = 0; a <= row % 3; ++a)
-                view_.AddItem(row, 2, std::make_unique<acl::ListView_Bitmap>(actionBitmaps_[a].get()));
+                view_.AddItem(row, 2, Solid(16, 16, kGreen));
             view_.AddItem(row, 3, std::make_unique<acl::ListView_Text>(L"Local"));
         }
         view_.Remeasure();  // the content decides a measured row height
@@ -65,24 +76,9 @@ private:
             *result = view_.OnMeasureItem(TD_LIST, *reinterpret_cast<MEASUREITEMSTRUCT*>(lParam));
         else if (message == WM_DRAWITEM)
             *result = view_.OnDrawItem(TD_LIST, *reinterpret_cast<const DRAWITEMSTRUCT*>(lParam));
-        else if (message == WM_INITDIALOG)
-            Initialise();
-        else
-            return false;
-        return true;
-    }
-    void Initialise()
-    {
-        view_.Attach(window(), TD_LIST);
-        view_.Remeasure();
-        const auto font = reinterpret_cast<HFONT>(SendMessageW(window(), WM_GETFONT, 0, 0));
-        view_.GetSettings().SetStyle(0, ListView_Settings::kMaskFont, 0, 0, 0, 0, 0, 0, font, false);
-        view_.GetSettings().SetStyle(1, ListView_Settings::kMaskBackground | ListView_Settings::kMaskFont, 0, 0,
-                                     kSelected, 0, 0, 0, font, false);
+        return message == WM_MEASUREITEM || message == WM_DRAWITEM;
     }
 
-    // Declared before the list, so the bitmaps its items borrow outlive them.
-    std::vector<acl::unique_hbitmap> actionBitmaps_;
     acl::ListView view_;
 };
 
@@ -117,14 +113,6 @@ TEST(ListViewItems, OwnOnlyWhatTheyAreGiven)
     EXPECT_FALSE(Alive(given)) << "a given bitmap goes with its item";
     EXPECT_FALSE(DestroyIcon(icon)) << "an owned icon is destroyed";
     EXPECT_TRUE(Alive(font.get())) << "a lent font stays the caller's";
-}
-
-// A solid bitmap item whose top-left pixel is magenta, the colour drawn transparent.
-std::unique_ptr<acl::ListView_Bitmap> Solid(int width, int height, COLORREF color)
-{
-    std::vector<uint32_t> bits(size_t(width) * height, RGB(GetBValue(color), GetGValue(color), GetRValue(color)));
-    bits[0] = 0xFF00FF;  // the rows of CreateBitmap's bits are 0x00RRGGBB, top first
-    return std::make_unique<acl::ListView_Bitmap>(acl::unique_hbitmap(CreateBitmap(width, height, 1, 32, bits.data())));
 }
 
 // Pixels of (x0..x1, y0..y1) that are (or, with `other`, are not) the colour.
