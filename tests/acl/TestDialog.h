@@ -1,5 +1,5 @@
 // The toolkit tests' dialogs (TestDialog.rc): a header band, labels, an edit,
-// a combo box, a button and two link labels; or only a report list view.
+// a button and two link labels; or only a report list view.
 #pragma once
 
 #define TD_DIALOG 9100
@@ -12,7 +12,6 @@
 #define TD_LINK 1043
 #define TD_OTHER_LINK 1044
 #define TD_EDIT 1050
-#define TD_COMBO 1051
 #define TD_BUTTON 1052
 #define TD_LIST 1060
 
