@@ -79,9 +79,9 @@ TEST_F(HyperlinkTest, HoverChangesColourAndUnderlinesUntilTheMouseLeaves)
     }
 }
 
-// The hand over the link, a repaint when the mouse comes, a command for a
-// button-up alone; a new text reaches the control. (What the link draws
-// itself the hover test sees in pixels.)
+// The hand (when given) over the link, a repaint when the mouse comes, a
+// command for a button-up alone; a new text reaches the control. (What the
+// link draws itself the hover test sees in pixels.)
 TEST_F(HyperlinkTest, AClickSendsTheCommandAndTheMouseShowsTheHand)
 {
     Link h;
@@ -90,6 +90,7 @@ TEST_F(HyperlinkTest, AClickSendsTheCommandAndTheMouseShowsTheHand)
     EXPECT_EQ(acl::SubclassControlBase::UserCount(), 1) << "Init detaches before it attaches again";
     EXPECT_NE(GetWindowLongPtrW(link, GWL_STYLE) & SS_NOTIFY, 0);
 
+    EXPECT_EQ(SendMessageW(link, WM_SETCURSOR, WPARAM(link), HTCLIENT), 0) << "without a cursor: the system's";
     settings.cursor.reset(LoadCursorW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDC_LINK_HAND)), false);
     EXPECT_EQ(SendMessageW(link, WM_SETCURSOR, WPARAM(link), HTCLIENT), 1);
     EXPECT_EQ(GetCursor(), settings.cursor.get());
