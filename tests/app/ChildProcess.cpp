@@ -25,10 +25,8 @@ ChildProcess::ChildProcess(std::wstring commandLine)
 
 ChildProcess::~ChildProcess()
 {
-    if (process_ && WaitForSingleObject(process_.get(), 0) == WAIT_TIMEOUT) {
-        TerminateProcess(process_.get(), 0xDEAD);
+    if (process_ && TerminateProcess(process_.get(), 0xDEAD))  // fails when it has ended
         WaitForSingleObject(process_.get(), 5000);
-    }
 }
 
 DWORD ChildProcess::Wait(DWORD timeoutMs)

@@ -41,8 +41,9 @@ protected:
 TEST_F(ShellEndToEnd, ASecondCopyBringsTheFirstUpWhichEndsWithItsClosingCommandInFull)
 {
     const base::unique_kernel_handle mutex(CreateMutexW(nullptr, FALSE, krn::kStartupMutexName));
-    const acl::unique_hwnd other(CreateWindowExW(0, L"Static", L"Kestrune™ Properties", WS_OVERLAPPEDWINDOW | WS_VISIBLE,
-                                                 400, 300, 200, 100, nullptr, nullptr, nullptr, nullptr));
+    const acl::unique_hwnd other(CreateWindowExW(0, L"Static", L"Kestrune™ Properties",
+                                                 WS_OVERLAPPEDWINDOW | WS_VISIBLE, 400, 300, 200, 100, nullptr,
+                                                 nullptr, nullptr, nullptr));
     EXPECT_FALSE(krn::BringOtherCopyToFront(mutex.get(), ERROR_ALREADY_EXISTS)) << "a title that only begins alike";
     const LONG screenLeft = GetSystemMetrics(SM_XVIRTUALSCREEN);
     WINDOWPLACEMENT stored{sizeof stored, 0, SW_SHOWNORMAL, {-1, -1}, {-1, -1}, {-2000, 70, -2000 + 560, 70 + 420}};
