@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 namespace {
 
 using namespace acl::test;
@@ -45,12 +47,8 @@ TEST(ColorSchemes, AControlTakesTheFirstSchemeByNameUnlessMaskedAndTheHeaderBand
 {
     SchemeDialog d;
     ASSERT_TRUE(d.window());
-    const struct {
-        HWND window;
-        UINT message;
-        const wchar_t* scheme;  // null: not answered
-        COLORREF text;
-    } cases[] = {
+    // The control, its message, the scheme that answers (null: none) and the text colour.
+    const std::tuple<HWND, UINT, const wchar_t*, COLORREF> cases[] = {
         {d.item(TD_BODY), WM_CTLCOLORSTATIC, L"body", kGrey},
         {d.item(TD_HEADER), WM_CTLCOLORSTATIC, L"header", kNavy},
         {d.item(TD_TITLE), WM_CTLCOLORSTATIC, L"title", kBlack},
@@ -59,15 +57,15 @@ TEST(ColorSchemes, AControlTakesTheFirstSchemeByNameUnlessMaskedAndTheHeaderBand
         {d.window(), WM_CTLCOLORDLG, L"default", kBlack},
         {d.item(TD_EDIT), WM_CTLCOLOREDIT, nullptr, kBlack},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(testing::Message() << "case " << &c - cases);
+    for (const auto& [control, message, name, text] : cases) {
+        SCOPED_TRACE(testing::Message() << "control " << GetDlgCtrlID(control));
         const acl::unique_hdc dc(CreateCompatibleDC(nullptr));
         LRESULT brush = -1;
-        const bool answered = d.OnCtlColor(c.message, WPARAM(dc.get()), LPARAM(c.window), &brush);
-        const acl::ColorScheme* scheme = c.scheme ? d.Find(c.scheme) : nullptr;
+        const bool answered = d.OnCtlColor(message, WPARAM(dc.get()), LPARAM(control), &brush);
+        const acl::ColorScheme* scheme = name ? d.Find(name) : nullptr;
         EXPECT_EQ(answered, scheme != nullptr);
         EXPECT_EQ(brush, scheme ? LRESULT(scheme->brush.get()) : -1);
-        EXPECT_EQ(GetTextColor(dc.get()), c.text);
+        EXPECT_EQ(GetTextColor(dc.get()), text);
         EXPECT_EQ(GetBkColor(dc.get()), scheme ? scheme->backgroundColor : kWhite);
     }
 

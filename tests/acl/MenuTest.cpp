@@ -10,7 +10,6 @@
 
 #include <algorithm>
 #include <set>
-#include <string>
 #include <vector>
 
 namespace {

@@ -40,22 +40,23 @@ DWORD ChildProcess::Wait(DWORD timeoutMs)
 HWND ChildProcess::FindWindow(const wchar_t* cls, const wchar_t* caption, DWORD timeoutMs) const
 {
     HWND found = nullptr;
-    PumpUntil(
-        [&] {
-            for (found = GetTopWindow(nullptr); found; found = GetWindow(found, GW_HWNDNEXT)) {
-                DWORD process = 0;
-                GetWindowThreadProcessId(found, &process);
-                if (process == id_ && IsWindowVisible(found) && (!cls || ClassName(found) == cls) &&
-                    (!caption || WindowText(found) == caption))
-                    return true;
-            }
-            return false;
-        },
-        timeoutMs);
+    const auto shown = [&] {
+        for (found = GetTopWindow(nullptr); found; found = GetWindow(found, GW_HWNDNEXT)) {
+            DWORD process = 0;
+            GetWindowThreadProcessId(found, &process);
+            if (process == id_ && IsWindowVisible(found) && (!cls || ClassName(found) == cls) &&
+                (!caption || WindowText(found) == caption))
+                return true;
+        }
+        return false;
+    };
+    PumpUntil(shown, timeoutMs);
     return found;
 }
 
-bool CopiesEnded(const std::wstring& exe, DWORD timeoutMs)
+// Waits up to `timeoutMs` for every running copy of `exe` to end; false when
+// one still runs.
+static bool CopiesEnded(const std::wstring& exe, DWORD timeoutMs)
 {
     const ULONGLONG deadline = GetTickCount64() + timeoutMs;
     const base::unique_kernel_handle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));

@@ -32,10 +32,6 @@ private:
     DWORD id_ = 0;
 };
 
-// Waits up to `timeoutMs` for every running copy of `exe` to end; false when
-// one still runs.
-bool CopiesEnded(const std::wstring& exe, DWORD timeoutMs);
-
 // A COM server of the build unregistered for the guard's life (which also
 // ends its running copy), registered again afterwards, as the `servers`
 // fixture left it.

@@ -81,7 +81,7 @@ TEST(DialogBase, ObjectGetsEveryMessageFromTheFirstToTheLastModelessOrModal)
 TEST(DialogBase, ObjectThatNeverDestroysItsWindowLeavesNoFilterInTheLoop)
 {
     krn::MessageLoop loop;
-    const auto runOnce = [&](int quitCode) {
+    const auto runOnce = [&](int quitCode) {  // a message for the filters, then the end
         PostThreadMessageW(GetCurrentThreadId(), WM_APP, 0, 0);
         PostQuitMessage(quitCode);
         return loop.Run();
