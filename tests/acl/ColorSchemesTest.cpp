@@ -6,39 +6,40 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 namespace {
 
 using namespace acl::test;
 
 constexpr COLORREF kWhite = RGB(255, 255, 255), kBlack = RGB(0, 0, 0), kGrey = RGB(50, 50, 50);
-constexpr COLORREF kNavy = RGB(0, 0, 128), kRed = RGB(200, 0, 0);
+constexpr COLORREF kNavy = RGB(0, 0, 128);
 
 // A dialog that registers its schemes and paints the header band, as the
-// program's dialogs do: the folder properties dialog's schemes, with "default"
-// also listing the body label and "title" the header, so that the name order
-// decides, and a combo box (4711: no such control) that leaves the background
-// colour alone.
+// program's dialogs do: the folder properties dialog's schemes and messages,
+// with "default" also listing the body label and "title" the header, so that
+// the name order decides.
 class SchemeDialog : public acl::ColorSchemes<SchemeDialog>, public TestDialog {
 public:
-    SchemeDialog()
-        : TestDialog([this](UINT message, WPARAM wParam, LPARAM, INT_PTR*) {
-              if (message == WM_INITDIALOG) {
-                  const int body[] = {TD_BODY}, header[] = {TD_HEADER}, title[] = {TD_TITLE, TD_HEADER};
-                  const int combo[] = {TD_COMBO, 4711};
-                  AddScheme(L"default", body, 1, kBlack, acl::kBodyColor);
-                  AddScheme(L"header", header, 1, kNavy, kWhite);
-                  AddScheme(L"title", title, 2, kBlack, kWhite);
-                  AddScheme(L"body", body, 1, kGrey, acl::kBodyColor);
-                  AddScheme(L"combo", combo, 2, kRed, acl::kNoColor);
-              }
-              if (message != WM_ERASEBKGND)
-                  return false;
-              acl::PaintHeaderBand(window(), reinterpret_cast<HDC>(wParam));
-              SetWindowLongPtrW(window(), DWLP_MSGRESULT, 0);
-              return true;
-          })
+    SchemeDialog() { Create(20, 20); }
+
+private:
+    bool OnMessage(UINT message, WPARAM wParam, LPARAM, INT_PTR*) override
     {
-        Create(20, 20);
+        if (message == WM_INITDIALOG) {
+            const int body[] = {TD_BODY}, header[] = {TD_HEADER}, title[] = {TD_TITLE, TD_HEADER};
+            AddScheme(L"default", body, 1, kBlack, acl::kBodyColor);
+            AddScheme(L"header", header, 1, kNavy, kWhite);
+            AddScheme(L"title", title, 2, kBlack, kWhite);
+            AddScheme(L"body", body, 1, kGrey, acl::kBodyColor);
+            messages = acl::kColorDialog | acl::kColorStatic | acl::kColorButton;
+            useDefault = 1;
+        }
+        if (message != WM_ERASEBKGND)
+            return false;
+        acl::PaintHeaderBand(window(), reinterpret_cast<HDC>(wParam));
+        SetWindowLongPtrW(window(), DWLP_MSGRESULT, 0);
+        return true;
     }
 };
 
@@ -46,43 +47,26 @@ TEST(ColorSchemes, AControlTakesTheFirstSchemeByNameUnlessMaskedAndTheHeaderBand
 {
     SchemeDialog d;
     ASSERT_TRUE(d.window());
-    COMBOBOXINFO info{sizeof(info)};
-    ASSERT_TRUE(GetComboBoxInfo(d.item(TD_COMBO), &info));
-    const HWND edit = info.hwndItem, list = info.hwndList;
-
-    const struct {
-        HWND window;
-        UINT message;
-        uint32_t messages, useDefault;
-        const wchar_t* scheme;  // null: answered with no brush; L"": not answered
-        COLORREF text;
-    } cases[] = {
-        {d.item(TD_BODY), WM_CTLCOLORSTATIC, 11, 1, L"body", kGrey},
-        {d.item(TD_HEADER), WM_CTLCOLORSTATIC, 11, 1, L"header", kNavy},
-        {d.item(TD_TITLE), WM_CTLCOLORSTATIC, 11, 1, L"title", kBlack},
-        {d.item(TD_PLAIN), WM_CTLCOLORSTATIC, 11, 1, L"default", kBlack},
-        {d.item(TD_BUTTON), WM_CTLCOLORBTN, 11, 1, L"default", kBlack},
-        {d.window(), WM_CTLCOLORDLG, 11, 1, L"default", kBlack},
-        {d.item(TD_EDIT), WM_CTLCOLOREDIT, 11, 1, L"", kBlack},
-        {edit, WM_CTLCOLOREDIT, 11, 1, L"", kBlack},
-        {edit, WM_CTLCOLOREDIT, 0xFF, 1, L"combo", kRed},
-        {list, WM_CTLCOLORLISTBOX, 0xFF, 1, L"combo", kRed},
-        {d.item(TD_PLAIN), WM_CTLCOLORSTATIC, 11, 0, nullptr, kBlack},
-        {d.item(TD_BODY), WM_CTLCOLORSTATIC, 11, 0, L"body", kGrey},
+    // The control, its message, the scheme that answers (null: none) and the text colour.
+    const std::tuple<HWND, UINT, const wchar_t*, COLORREF> cases[] = {
+        {d.item(TD_BODY), WM_CTLCOLORSTATIC, L"body", kGrey},
+        {d.item(TD_HEADER), WM_CTLCOLORSTATIC, L"header", kNavy},
+        {d.item(TD_TITLE), WM_CTLCOLORSTATIC, L"title", kBlack},
+        {d.item(TD_PLAIN), WM_CTLCOLORSTATIC, L"default", kBlack},
+        {d.item(TD_BUTTON), WM_CTLCOLORBTN, L"default", kBlack},
+        {d.window(), WM_CTLCOLORDLG, L"default", kBlack},
+        {d.item(TD_EDIT), WM_CTLCOLOREDIT, nullptr, kBlack},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(testing::Message() << "case " << &c - cases);
-        d.messages = c.messages;
-        d.useDefault = c.useDefault;
+    for (const auto& [control, message, name, text] : cases) {
+        SCOPED_TRACE(testing::Message() << "control " << GetDlgCtrlID(control));
         const acl::unique_hdc dc(CreateCompatibleDC(nullptr));
         LRESULT brush = -1;
-        const bool answered = d.OnCtlColor(c.message, WPARAM(dc.get()), LPARAM(c.window), &brush);
-        EXPECT_EQ(answered, brush != -1);
-        const acl::ColorScheme* scheme = c.scheme && *c.scheme ? d.Find(c.scheme) : nullptr;
-        EXPECT_EQ(brush, scheme ? LRESULT(scheme->brush.get()) : c.scheme ? -1 : 0);
-        EXPECT_EQ(GetTextColor(dc.get()), c.text);
-        EXPECT_EQ(GetBkColor(dc.get()),
-                  scheme && scheme->backgroundColor != acl::kNoColor ? scheme->backgroundColor : kWhite);
+        const bool answered = d.OnCtlColor(message, WPARAM(dc.get()), LPARAM(control), &brush);
+        const acl::ColorScheme* scheme = name ? d.Find(name) : nullptr;
+        EXPECT_EQ(answered, scheme != nullptr);
+        EXPECT_EQ(brush, scheme ? LRESULT(scheme->brush.get()) : -1);
+        EXPECT_EQ(GetTextColor(dc.get()), text);
+        EXPECT_EQ(GetBkColor(dc.get()), scheme ? scheme->backgroundColor : kWhite);
     }
 
     // White down to the bottom of the separator, the body colour below.

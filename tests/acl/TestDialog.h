@@ -1,5 +1,5 @@
 // The toolkit tests' dialogs (TestDialog.rc): a header band, labels, an edit,
-// a combo box, a button and two link labels; or only a report list view.
+// a button and two link labels; or only a report list view.
 #pragma once
 
 #define TD_DIALOG 9100
@@ -12,28 +12,25 @@
 #define TD_LINK 1043
 #define TD_OTHER_LINK 1044
 #define TD_EDIT 1050
-#define TD_COMBO 1051
 #define TD_BUTTON 1052
 #define TD_LIST 1060
 
 #ifndef RC_INVOKED
 #include <windows.h>
 
-#include <functional>
 #include <utility>
 #include <vector>
 
 namespace acl::test {
 
-// Modeless and topmost; messages go to the handler first, which answers true
+// Modeless and topmost; messages go to OnMessage first, which answers true
 // when it handled one (`result`, TRUE unless set, is then the procedure's).
 class TestDialog {
 public:
-    using Handler = std::function<bool(UINT message, WPARAM wParam, LPARAM lParam, INT_PTR* result)>;
-    explicit TestDialog(Handler handler, int id = TD_DIALOG) : handler_(std::move(handler)), id_(id) {}
+    explicit TestDialog(int id = TD_DIALOG) : id_(id) {}
     TestDialog(const TestDialog&) = delete;
     TestDialog& operator=(const TestDialog&) = delete;
-    ~TestDialog() { DestroyWindow(window_); }
+    virtual ~TestDialog() { DestroyWindow(window_); }
 
     // Shows the dialog at (x, y) on the screen, below the pointer if it is
     // there: no real mouse message may reach the controls.
@@ -53,6 +50,9 @@ public:
 
     std::vector<std::pair<WPARAM, LPARAM>> commands;  // every WM_COMMAND received
 
+protected:
+    virtual bool OnMessage(UINT, WPARAM, LPARAM, INT_PTR*) { return false; }
+
 private:
     static INT_PTR CALLBACK Proc(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
     {
@@ -66,12 +66,11 @@ private:
         if (message == WM_COMMAND)
             self->commands.emplace_back(wParam, lParam);
         INT_PTR result = TRUE;
-        if (self->handler_ && self->handler_(message, wParam, lParam, &result))
+        if (self->OnMessage(message, wParam, lParam, &result))
             return result;
         return message == WM_INITDIALOG || message == WM_COMMAND;
     }
 
-    Handler handler_;
     int id_;
     HWND window_ = nullptr;
 };

@@ -1,6 +1,5 @@
 #include "ChildProcess.h"
 
-#include "base/Handles.h"
 #include "support/Gui.h"
 
 #include <gtest/gtest.h>
@@ -9,63 +8,55 @@
 namespace krn::test {
 
 ChildProcess::ChildProcess(const std::wstring& program, const std::wstring& tail)
+    : ChildProcess(L"\"" + program + L"\"" + (tail.empty() ? L"" : L" " + tail))
 {
-    Start(program.c_str(), L"\"" + program + L"\"" + (tail.empty() ? L"" : L" " + tail));
 }
 
-ChildProcess::ChildProcess(const std::wstring& commandLine)
-{
-    Start(nullptr, commandLine);
-}
-
-void ChildProcess::Start(const wchar_t* program, std::wstring commandLine)
+ChildProcess::ChildProcess(std::wstring commandLine)
 {
     STARTUPINFOW startup{sizeof startup};
     PROCESS_INFORMATION info{};
-    if (!CreateProcessW(program, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &info))
+    if (!CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &info))
         return;
     CloseHandle(info.hThread);
-    process_ = info.hProcess;
+    process_.reset(info.hProcess);
     id_ = info.dwProcessId;
 }
 
 ChildProcess::~ChildProcess()
 {
-    if (process_ && WaitForSingleObject(process_, 0) == WAIT_TIMEOUT) {
-        TerminateProcess(process_, 0xDEAD);
-        WaitForSingleObject(process_, 5000);
-    }
-    if (process_)
-        CloseHandle(process_);
+    if (process_ && TerminateProcess(process_.get(), 0xDEAD))  // fails when it has ended
+        WaitForSingleObject(process_.get(), 5000);
 }
 
 DWORD ChildProcess::Wait(DWORD timeoutMs)
 {
     DWORD code = STILL_ACTIVE;
-    if (process_ && WaitForSingleObject(process_, timeoutMs) == WAIT_OBJECT_0)
-        GetExitCodeProcess(process_, &code);
+    if (process_ && WaitForSingleObject(process_.get(), timeoutMs) == WAIT_OBJECT_0)
+        GetExitCodeProcess(process_.get(), &code);
     return code;
 }
 
 HWND ChildProcess::FindWindow(const wchar_t* cls, const wchar_t* caption, DWORD timeoutMs) const
 {
     HWND found = nullptr;
-    PumpUntil(
-        [&] {
-            for (found = GetTopWindow(nullptr); found; found = GetWindow(found, GW_HWNDNEXT)) {
-                DWORD process = 0;
-                GetWindowThreadProcessId(found, &process);
-                if (process == id_ && IsWindowVisible(found) && (!cls || ClassName(found) == cls) &&
-                    (!caption || WindowText(found) == caption))
-                    return true;
-            }
-            return false;
-        },
-        timeoutMs);
+    const auto shown = [&] {
+        for (found = GetTopWindow(nullptr); found; found = GetWindow(found, GW_HWNDNEXT)) {
+            DWORD process = 0;
+            GetWindowThreadProcessId(found, &process);
+            if (process == id_ && IsWindowVisible(found) && (!cls || ClassName(found) == cls) &&
+                (!caption || WindowText(found) == caption))
+                return true;
+        }
+        return false;
+    };
+    PumpUntil(shown, timeoutMs);
     return found;
 }
 
-bool CopiesEnded(const std::wstring& exe, DWORD timeoutMs)
+// Waits up to `timeoutMs` for every running copy of `exe` to end; false when
+// one still runs.
+static bool CopiesEnded(const std::wstring& exe, DWORD timeoutMs)
 {
     const ULONGLONG deadline = GetTickCount64() + timeoutMs;
     const base::unique_kernel_handle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));

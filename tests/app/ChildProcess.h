@@ -4,6 +4,7 @@
 
 #include <windows.h>
 
+#include "base/Handles.h"
 #include "support/Scratch.h"  // WindowsPath
 
 #include <string>
@@ -16,12 +17,10 @@ public:
     ChildProcess(const std::wstring& program, const std::wstring& tail);
     // Starts a whole command line the way the shell and the Run key do: the
     // system finds the program in it, an unquoted path with blanks included.
-    explicit ChildProcess(const std::wstring& commandLine);
+    explicit ChildProcess(std::wstring commandLine);
     ~ChildProcess();  // ends the program if it is still running
-    ChildProcess(const ChildProcess&) = delete;
-    ChildProcess& operator=(const ChildProcess&) = delete;
 
-    bool started() const { return process_ != nullptr; }
+    bool started() const { return static_cast<bool>(process_); }
     // The exit code, or STILL_ACTIVE when the program did not end in time.
     DWORD Wait(DWORD timeoutMs);
     // The program's visible top-level window of this class and caption (null:
@@ -29,15 +28,9 @@ public:
     HWND FindWindow(const wchar_t* cls, const wchar_t* caption, DWORD timeoutMs) const;
 
 private:
-    void Start(const wchar_t* program, std::wstring commandLine);
-
-    HANDLE process_ = nullptr;
+    base::unique_kernel_handle process_;
     DWORD id_ = 0;
 };
-
-// Waits up to `timeoutMs` for every running copy of `exe` to end; false when
-// one still runs.
-bool CopiesEnded(const std::wstring& exe, DWORD timeoutMs);
 
 // A COM server of the build unregistered for the guard's life (which also
 // ends its running copy), registered again afterwards, as the `servers`

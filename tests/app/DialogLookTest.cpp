@@ -1,6 +1,7 @@
 // The look the dialogs share: the common controls 6 that the manifest asks
 // for, fonts made from the dialog font, and centring over the owner or on the
 // work area.
+#include "acl/Handles.h"
 #include "app/DialogLook.h"
 
 #include <gtest/gtest.h>
@@ -10,17 +11,12 @@
 
 namespace {
 
-// A dialog from the main window's template, destroyed with the object.
-struct PlainDialog {
-    explicit PlainDialog(HWND owner = nullptr)
-        : window(CreateDialogParamW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(130), owner,
-                                    [](HWND, UINT message, WPARAM, LPARAM) -> INT_PTR { return message == WM_INITDIALOG; },
-                                    0))
-    {
-    }
-    ~PlainDialog() { DestroyWindow(window); }
-    HWND window;
-};
+// A dialog from the main window's template.
+acl::unique_hwnd PlainDialog(HWND owner = nullptr)
+{
+    const DLGPROC proc = [](HWND, UINT message, WPARAM, LPARAM) -> INT_PTR { return message == WM_INITDIALOG; };
+    return acl::unique_hwnd(CreateDialogParamW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(130), owner, proc, 0));
+}
 
 LOGFONTW FontOf(HFONT font)
 {
@@ -39,10 +35,10 @@ TEST(DialogLook, TheManifestLoadsCommonControlsVersion6)
 
 TEST(DialogLook, BoldFontsAreTheDialogFontHeavierAndTwoUnitsLarger)
 {
-    PlainDialog dialog;
-    ASSERT_TRUE(dialog.window);
-    const LOGFONTW base = FontOf(reinterpret_cast<HFONT>(SendMessageW(dialog.window, WM_GETFONT, 0, 0)));
-    const krn::DialogFonts fonts = krn::MakeDialogFonts(dialog.window);
+    const acl::unique_hwnd dialog = PlainDialog();
+    ASSERT_TRUE(dialog);
+    const LOGFONTW base = FontOf(reinterpret_cast<HFONT>(SendMessageW(dialog.get(), WM_GETFONT, 0, 0)));
+    const krn::DialogFonts fonts = krn::MakeDialogFonts(dialog.get());
     const LOGFONTW bold = FontOf(fonts.bold.get()), large = FontOf(fonts.largeBold.get());
     EXPECT_EQ(bold.lfWeight, FW_BOLD);
     EXPECT_EQ(large.lfWeight, FW_BOLD);
@@ -64,22 +60,20 @@ TEST(DialogLook, DialogIsCentredOverAVisibleOwnerElseOnTheWorkArea)
     };
     for (const auto& [name, owned, centreX, centreY] : cases) {
         SCOPED_TRACE(name);
-        HWND owner = CreateWindowExW(0, L"Static", L"owner", WS_POPUP, owned.left, owned.top, owned.right - owned.left,
-                                     owned.bottom - owned.top, nullptr, nullptr, nullptr, nullptr);
+        const acl::unique_hwnd owner(CreateWindowExW(0, L"Static", L"owner", WS_POPUP, owned.left, owned.top,
+                                                     owned.right - owned.left, owned.bottom - owned.top, nullptr,
+                                                     nullptr, nullptr, nullptr));
         if (owned.right > owned.left)
-            ShowWindow(owner, SW_SHOWNA);
-        {
-            PlainDialog dialog(owner);
-            krn::CentreDialog(dialog.window);
-            // Halving an odd size may put the centre half a pixel off.
-            RECT r{};
-            GetWindowRect(dialog.window, &r);
-            EXPECT_LE(std::abs(centreX == kFlushRight ? r.right - work.right : r.left + r.right - 2 * centreX),
-                      centreX == kFlushRight ? 0 : 1)
-                << r.left << ".." << r.right;
-            EXPECT_LE(std::abs(r.top + r.bottom - 2 * centreY), 1) << r.top << ".." << r.bottom;
-        }
-        DestroyWindow(owner);
+            ShowWindow(owner.get(), SW_SHOWNA);
+        const acl::unique_hwnd dialog = PlainDialog(owner.get());  // goes before its owner
+        krn::CentreDialog(dialog.get());
+        // Halving an odd size may put the centre half a pixel off.
+        RECT r{};
+        GetWindowRect(dialog.get(), &r);
+        EXPECT_LE(std::abs(centreX == kFlushRight ? r.right - work.right : r.left + r.right - 2 * centreX),
+                  centreX == kFlushRight ? 0 : 1)
+            << r.left << ".." << r.right;
+        EXPECT_LE(std::abs(r.top + r.bottom - 2 * centreY), 1) << r.top << ".." << r.bottom;
     }
 }
 
