@@ -60,53 +60,39 @@ std::string ReadHelpFile(IStorage* help, const wchar_t* name)
     return text;
 }
 
-TEST(HelpFile, LiesBesideTheProgramWithItsPagesInTheContents)
+// Each page the launcher opens is in the help file beside the program, with
+// its title and an entry in the contents, and opens in the real viewer.
+TEST(HelpLauncher, OpensEachPageOfTheRealHelpFileBesideTheProgram)
 {
-    const std::wstring folder = ProgramFolder();
+    const std::wstring folder = ProgramFolder(), file = folder + L"\\BrimwellPro.chm";
     EXPECT_NE(GetFileAttributesW((folder + L"\\KRN Properties.exe").c_str()), INVALID_FILE_ATTRIBUTES)
         << "this test runs from the program's folder";
-    const std::wstring path = folder + L"\\BrimwellPro.chm";
-    ASSERT_NE(GetFileAttributesW(path.c_str()), INVALID_FILE_ATTRIBUTES) << "no help file beside the program";
-
     base::com_ptr<IITStorage> storage;
     ASSERT_EQ(CoCreateInstance(kITStorage, nullptr, CLSCTX_INPROC_SERVER, kIITStorage, storage.put_void()),
               S_OK);
     base::com_ptr<IStorage> help;
-    ASSERT_EQ(storage->StgOpenStorage(path.c_str(), nullptr, STGM_READ | STGM_SHARE_DENY_WRITE, nullptr, 0, help.put()),
-              S_OK);
+    ASSERT_EQ(storage->StgOpenStorage(file.c_str(), nullptr, STGM_READ | STGM_SHARE_DENY_WRITE, nullptr, 0, help.put()),
+              S_OK) << "no help file beside the program";
     const std::string contents = ReadHelpFile(help.get(), L"toc.hhc");
     const struct {
-        const wchar_t* page;
+        HelpPage page;
+        std::wstring name;  // empty: the file itself
         const char* title;
     } pages[] = {
-        {L"index.html", "<title>Kestrune Properties</title>"},
-        {L"krn-managefolders.html", "<title>Managing folders</title>"},
-        {L"krn-run.html", "<title>The Run application action</title>"},
+        {HelpPage::ManageFolders, L"krn-managefolders.html", "<title>Managing folders</title>"},
+        {HelpPage::RunApplication, L"krn-run.html", "<title>The Run application action</title>"},
+        {HelpPage::Contents, L"", "<title>Kestrune Properties</title>"},
     };
     for (const auto& p : pages) {
-        EXPECT_NE(ReadHelpFile(help.get(), p.page).find(p.title), std::string::npos) << "page and title of " << p.title;
-        const std::string link = "value=\"" + std::string(p.page, p.page + wcslen(p.page)) + "\"";
-        EXPECT_NE(contents.find(link), std::string::npos) << "contents entry " << link;
-    }
-}
-
-TEST(HelpLauncher, OpensEachPageOfTheRealHelpFileBesideTheProgram)
-{
-    const std::wstring folder = ProgramFolder();
-    const struct {
-        HelpPage page;
-        std::wstring path;
-    } pages[] = {
-        {HelpPage::ManageFolders, folder + L"\\BrimwellPro.chm::/krn-managefolders.html"},
-        {HelpPage::RunApplication, folder + L"\\BrimwellPro.chm::/krn-run.html"},
-        {HelpPage::Contents, folder + L"\\BrimwellPro.chm"},
-    };
-    for (const auto& p : pages) {
+        SCOPED_TRACE(p.title);
         wchar_t path[MAX_PATH];
         HelpLauncher::PagePath(p.page, path);
-        EXPECT_EQ(path, p.path);
+        EXPECT_EQ(path, p.name.empty() ? file : file + L"::/" + p.name);
+        const std::wstring name = p.name.empty() ? L"index.html" : p.name;
+        EXPECT_NE(ReadHelpFile(help.get(), name.c_str()).find(p.title), std::string::npos) << "page and title";
+        EXPECT_NE(contents.find("value=\"" + std::string(name.begin(), name.end()) + "\""), std::string::npos);
         HWND viewer = HelpLauncher::ShowPage(nullptr, p.page);
-        ASSERT_TRUE(viewer) << "page " << static_cast<int>(p.page);
+        ASSERT_TRUE(viewer);
         EXPECT_EQ(ClassName(viewer), L"HH Parent");
     }
     const std::wstring missing = folder + L"\\NoSuchHelp.chm";
