@@ -168,13 +168,19 @@ TEST_F(FolderSizesTest, LostNotificationsMeanAFreshScan)
     EXPECT_EQ(totals.files, kTreeTotals.files + 300);
 }
 
-// The names themselves are FolderPathTest's; these fail on what they name.
+// The names themselves are FolderPathTest's; these fail on what they name,
+// and so does a folder that goes away, while a folder in its place starts afresh.
 TEST_F(FolderSizesTest, NamesOfNoFolderFailWithoutFollowingAnything)
 {
+    const std::wstring folder = tree / L"a";
+    MakeFolder(folder);
+    MakeFile(folder + L"\\one.bin", 1);
+    EXPECT_EQ(Complete(folder), (Totals{1, 1}));
+    ASSERT_TRUE(MoveFileW(folder.c_str(), (tree / L"aside").c_str()));
     MakeFile(tree / L"plain.bin", 10);
     const std::pair<std::wstring, DWORD> cases[] = {
+        {folder, ERROR_FILE_NOT_FOUND},  // renamed away
         {L"COM1", ERROR_INVALID_NAME},
-        {tree / L"missing", ERROR_FILE_NOT_FOUND},
         {tree / L"missing\\deeper", ERROR_PATH_NOT_FOUND},
         {tree / L"plain.bin", ERROR_DIRECTORY},
     };
@@ -184,29 +190,11 @@ TEST_F(FolderSizesTest, NamesOfNoFolderFailWithoutFollowingAnything)
         EXPECT_EQ(totals, Totals{}) << name;
         EXPECT_EQ(sizes.ScanNow(name), error) << name;
     }
-    EXPECT_EQ(sizes.WatchedCount(), 0u);
-}
-
-TEST_F(FolderSizesTest, AFolderThatGoesAwayFailsAndAFolderInItsPlaceStartsAfresh)
-{
-    MakeTree(tree.path());
-    const std::wstring folder = tree / L"a";
-    EXPECT_EQ(Complete(folder).files, 3u);
-
-    ASSERT_TRUE(MoveFileW(folder.c_str(), (tree / L"aside").c_str()));
-    Totals totals{7, 7};
-    EXPECT_EQ(sizes.GetTotals(folder, totals), static_cast<DWORD>(ERROR_FILE_NOT_FOUND)) << "renamed away";
-    EXPECT_EQ(totals.bytes, 0u);
     EXPECT_EQ(State(folder), ScanState::Unknown);
-
+    EXPECT_EQ(sizes.WatchedCount(), 0u);
     MakeFolder(folder);
     MakeFile(folder + L"\\other.bin", 3);
-    EXPECT_EQ(Complete(folder).bytes, 3u) << "a new folder under the old name";
-
-    ASSERT_TRUE(MoveFileW(folder.c_str(), (tree / L"aside2").c_str()));
-    MakeFile(folder, 50);
-    EXPECT_EQ(sizes.GetTotals(folder, totals), static_cast<DWORD>(ERROR_DIRECTORY)) << "replaced by a file";
-    EXPECT_EQ(sizes.WatchedCount(), 0u);
+    EXPECT_EQ(Complete(folder), (Totals{3, 1})) << "a new folder under the old name";
 }
 
 TEST_F(FolderSizesTest, AFolderDeletedWhileItIsScannedIsLetGo)
@@ -293,20 +281,15 @@ TEST_F(FolderSizesTest, FoldersMadeAndDeletedOverAndOverLeaveNothingBehind)
 TEST_F(FolderSizesTest, AThreadThatCannotBeHadFailsTheQuestionInsteadOfHangingIt)
 {
     MakeTree(tree.path());
-    struct Case {
-        const char* what;
-        unsigned openThreads;
-        unsigned scanThreads;
-    };
-    for (const Case& c : {Case{"no thread opens", 0, 2}, Case{"no thread lists", 2, 0}}) {
+    for (const auto& [what, opens, scans] : {std::tuple{"no thread opens", 0u, 2u}, {"no thread lists", 2u, 0u}}) {
         engine::EngineOptions options = PatientOptions();
-        options.opens.maxThreads = c.openThreads;
-        options.scans.maxThreads = c.scanThreads;
+        options.opens.maxThreads = opens;
+        options.scans.maxThreads = scans;
         FolderSizes starved(options);
         Totals totals;
         EXPECT_TRUE(PumpUntil([&] { return starved.GetTotals(tree.path(), totals) == ERROR_MAX_THRDS_REACHED; }))
-            << c.what;
-        EXPECT_EQ(totals.bytes, 0u) << c.what;
+            << what;
+        EXPECT_EQ(totals.bytes, 0u) << what;
     }
 }
 

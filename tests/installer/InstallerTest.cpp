@@ -28,11 +28,11 @@ using namespace krn::test;
 constexpr wchar_t kVerbKey[] = L"Software\\Classes\\Directory\\shell\\KestruneMonitor";
 constexpr wchar_t kRunKey[] = L"Software\\Microsoft\\Windows\\CurrentVersion\\Run";
 constexpr wchar_t kLibId[] = L"{E6724B65-708E-40BB-AD31-A290CF219CF1}";
+constexpr wchar_t kEngineInterface[] = L"{EF840B08-4F29-4DAA-9E3A-DB7D04083FCD}";
 // widl names the proxy/stub DLL's class after the first interface.
-constexpr wchar_t kProxyStubClass[] = L"{EF840B08-4F29-4DAA-9E3A-DB7D04083FCD}";
+constexpr const wchar_t* kProxyStubClass = kEngineInterface;
 constexpr wchar_t kEngineClass[] = L"{D6636C89-54F2-4CDB-9167-FF4B71150B25}";
 constexpr wchar_t kWatcherClass[] = L"{5465E9F0-DE3C-489D-A6B8-0A05EA3E56AB}";
-constexpr wchar_t kEngineInterface[] = L"{EF840B08-4F29-4DAA-9E3A-DB7D04083FCD}";
 constexpr wchar_t kWatcherInterface[] = L"{5C7477B8-DF30-490E-B249-D1FB1B0F69B8}";
 constexpr wchar_t kEventSourceKey[] = L"SYSTEM\\CurrentControlSet\\Services\\EventLog\\Application\\Kestrune Watcher";
 constexpr wchar_t kNextVersion[] = L"" KRN_NEXT_VERSION;  // of KRN_MSI_NEXT's programs
@@ -151,37 +151,21 @@ std::wstring UserLog() { return KnownFolder(CSIDL_PERSONAL) + L"\\NorlathKestrun
 // ---------------------------------------------------------------------------
 // Installed: what msiexec /i left, and the product working from there.
 
-TEST(Installed, FilesAreInTheProgramFolder)
+TEST(Installed, FilesRowsAndShortcutNameTheInstalledProgram)
 {
     for (const wchar_t* file : kInstalledFiles)
         EXPECT_TRUE(Exists(Installed(file))) << Installed(file);
-}
-
-TEST(Installed, RegistryRowsNameTheInstalledFiles)
-{
     for (const RegistryRow& row : InstalledRows())
         EXPECT_EQ(ReadString(HKEY_LOCAL_MACHINE, row.key, row.name), row.data)
             << row.key << L" " << (row.name ? row.name : L"(default)");
-}
-
-// The installed shortcut: whichever programs folder holds it.
-std::wstring Shortcut()
-{
-    for (const int csidl : kProgramsFolders)
-        if (Exists(ShortcutIn(csidl)))
-            return ShortcutIn(csidl);
-    return L"<no shortcut>";
-}
-
-TEST(Installed, StartMenuShortcutStartsTheProgram)
-{
-    ASSERT_TRUE(Exists(Shortcut())) << ShortcutIn(CSIDL_COMMON_PROGRAMS) << L" or " << ShortcutIn(CSIDL_PROGRAMS);
+    // Whichever programs folder holds the shortcut.
+    const int csidl = Exists(ShortcutIn(CSIDL_PROGRAMS)) ? CSIDL_PROGRAMS : CSIDL_COMMON_PROGRAMS;
     base::com_ptr<IShellLinkW> link;
     ASSERT_EQ(CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IShellLinkW, link.put_void()),
               S_OK);
     base::com_ptr<IPersistFile> file;
     ASSERT_EQ(link->QueryInterface(IID_IPersistFile, file.put_void()), S_OK);
-    ASSERT_EQ(file->Load(Shortcut().c_str(), STGM_READ), S_OK);
+    ASSERT_EQ(file->Load(ShortcutIn(csidl).c_str(), STGM_READ), S_OK) << "no shortcut in either programs folder";
     wchar_t target[MAX_PATH] = {};
     EXPECT_EQ(link->GetPath(target, MAX_PATH, nullptr, 0), S_OK);
     EXPECT_EQ(std::wstring(target), Installed(L"KRN Properties.exe"));

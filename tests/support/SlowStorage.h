@@ -17,8 +17,6 @@ public:
     const std::string& skipReason() const { return skipReason_; }
     // Every operation at or below it waits.
     std::wstring slow() const { return root_ + L"\\slow"; }
-    // Answers at once.
-    std::wstring good() const { return root_ + L"\\good"; }
 
 private:
     std::wstring root_;
