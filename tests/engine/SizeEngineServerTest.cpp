@@ -48,33 +48,14 @@ LONG ScanState(ISizeEngine* engine, const std::wstring& folder)
     return state;
 }
 
-class SizeEngineServer : public ::testing::Test {
-protected:
-    void SetUp() override
-    {
-        MakeFolder(tree / L"sub");
-        MakeFolder(tree / L"sub\\deeper");
-        MakeFolder(tree / L"empty");
-        MakeFile(tree / L"one.bin", 100);
-        MakeFile(tree / L"sub\\two.bin", 20);
-        MakeFile(tree / L"sub\\deeper\\three.bin", 3);
-    }
-    // The server outlives the test: it lets the folders go, so that they
-    // can be deleted.
-    void TearDown() override
-    {
-        base::com_ptr<ISizeEngine> engine = CreateEngine();
-        for (const std::wstring& folder : {tree.path(), tree / L"sub", tree / L"empty"}) {
-            const base::unique_bstr name(folder.c_str());
-            if (engine)
-                engine->StopWatching(name.get());
-        }
-    }
-    ScratchTree tree;
-};
-
-TEST_F(SizeEngineServer, EveryEntryOfBothInterfacesAndFailuresWithSizeZero)
+TEST(SizeEngineServer, EveryEntryOfBothInterfacesAndFailuresWithSizeZero)
 {
+    ScratchTree tree;
+    MakeFolder(tree / L"sub");
+    MakeFolder(tree / L"sub\\deeper");
+    MakeFile(tree / L"one.bin", 100);
+    MakeFile(tree / L"sub\\two.bin", 20);
+    MakeFile(tree / L"sub\\deeper\\three.bin", 3);
     base::com_ptr<ISizeEngine> engine = CreateEngine();
     ASSERT_TRUE(engine);
     const base::unique_bstr name(tree.path().c_str());
@@ -97,6 +78,8 @@ TEST_F(SizeEngineServer, EveryEntryOfBothInterfacesAndFailuresWithSizeZero)
     EXPECT_EQ(ScanState(engine.get(), tree.path()), KRN_SCAN_UNKNOWN);
     EXPECT_EQ(engine->StopWatching(name.get()), S_FALSE);
     EXPECT_EQ(engine->StopWatching(nullptr), E_INVALIDARG);
+    // The server outlives the test: it lets the folder go, so that it can be deleted.
+    EXPECT_EQ(engine->StopWatching(base::unique_bstr((tree / L"sub").c_str()).get()), S_OK);
 
     // Which error a name gives is FolderSizesTest's; here, that it arrives.
     const base::unique_bstr empty(L""), embeddedNul(L"C:\\x\0y", 6), missing((tree / L"missing").c_str());
@@ -117,7 +100,7 @@ TEST_F(SizeEngineServer, EveryEntryOfBothInterfacesAndFailuresWithSizeZero)
 // A folder whose storage takes seconds per operation: its question answers
 // at once while it is opened, and the engine still ends with a thread stuck
 // on it. That it holds no other folder is MonitorControlTest's.
-TEST_F(SizeEngineServer, AFolderOnSlowStorageHoldsNeitherItsQuestionNorTheEnd)
+TEST(SizeEngineServer, AFolderOnSlowStorageHoldsNeitherItsQuestionNorTheEnd)
 {
     SlowStorage storage;
     KRN_REQUIRE_SLOW_STORAGE(storage);

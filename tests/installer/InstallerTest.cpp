@@ -62,10 +62,8 @@ std::wstring ReadString(HKEY root, const std::wstring& key, const wchar_t* name 
 {
     wchar_t text[1024] = {};
     DWORD size = sizeof text;
-    if (RegGetValueW(root, key.c_str(), name, RRF_RT_REG_SZ, nullptr, text, &size) !=
-        ERROR_SUCCESS)
-        return L"<absent>";
-    return text;
+    const bool found = RegGetValueW(root, key.c_str(), name, RRF_RT_REG_SZ, nullptr, text, &size) == ERROR_SUCCESS;
+    return found ? text : L"<absent>";
 }
 
 bool KeyExists(const std::wstring& key)
@@ -102,20 +100,13 @@ std::wstring RunningImage(const wchar_t* exe)
 // The registry rows no test below uses: the class and interface rows are used
 // by activating the installed servers and calling them, the verb's command by
 // running it. As (key, value name, data).
-struct RegistryRow {
-    std::wstring key;
-    const wchar_t* name;
-    std::wstring data;
-};
-
+using RegistryRow = std::tuple<std::wstring, const wchar_t*, std::wstring>;
 std::vector<RegistryRow> InstalledRows()
 {
     const std::wstring watcher = Installed(L"KRN Watcher.exe");
-    return {
-        {kVerbKey, nullptr, L"Monitor folder size..."},
-        {kEventSourceKey, L"EventMessageFile", watcher},
-        {TypeLibKey() + L"\\1.0\\0\\win64", nullptr, watcher},
-    };
+    return {{kVerbKey, nullptr, L"Monitor folder size..."},
+            {kEventSourceKey, L"EventMessageFile", watcher},
+            {TypeLibKey() + L"\\1.0\\0\\win64", nullptr, watcher}};
 }
 
 const wchar_t* const kInstalledFiles[] = {L"KRN Properties.exe", L"KRN Watcher.exe", L"KRN Size Engine.exe",
@@ -139,9 +130,8 @@ TEST(Installed, FilesRowsAndShortcutNameTheInstalledProgram)
 {
     for (const wchar_t* file : kInstalledFiles)
         EXPECT_TRUE(Exists(Installed(file))) << Installed(file);
-    for (const RegistryRow& row : InstalledRows())
-        EXPECT_EQ(ReadString(HKEY_LOCAL_MACHINE, row.key, row.name), row.data)
-            << row.key << L" " << (row.name ? row.name : L"(default)");
+    for (const auto& [key, name, data] : InstalledRows())
+        EXPECT_EQ(ReadString(HKEY_LOCAL_MACHINE, key, name), data) << key;
     // Whichever programs folder holds the shortcut.
     const int csidl = Exists(ShortcutIn(CSIDL_PROGRAMS)) ? CSIDL_PROGRAMS : CSIDL_COMMON_PROGRAMS;
     base::com_ptr<IShellLinkW> link;
@@ -323,8 +313,8 @@ TEST(Upgrade, ReplacesTheProductInPlaceAndKeepsTheUsersSettings)
     EXPECT_EQ(ReadFileBytes(UserConfig()), config);
     EXPECT_EQ(ReadString(HKEY_CURRENT_USER, settings, L"LogFile"), L"C:\\kept.log");
     EXPECT_EQ(ReadString(HKEY_CURRENT_USER, kRunKey, L"Kestrune"), run);
-    for (const RegistryRow& row : InstalledRows())
-        EXPECT_EQ(ReadString(HKEY_LOCAL_MACHINE, row.key, row.name), row.data) << row.key;
+    for (const auto& [key, name, data] : InstalledRows())
+        EXPECT_EQ(ReadString(HKEY_LOCAL_MACHINE, key, name), data) << key;
     base::com_ptr<ISizeEngine> engine;  // the class rows outlived the older version's removal
     EXPECT_EQ(CoCreateInstance(CLSID_SizeEngine, nullptr, CLSCTX_LOCAL_SERVER, IID_ISizeEngine, engine.put_void()),
               S_OK);
