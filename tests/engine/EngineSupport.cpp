@@ -50,11 +50,6 @@ void RemoveTree(const std::wstring& path)
     RemoveDirectoryW(folder.c_str());
 }
 
-bool PathExists(const std::wstring& path)
-{
-    return GetFileAttributesW(Verbatim(path).c_str()) != INVALID_FILE_ATTRIBUTES;
-}
-
 engine::EngineOptions PatientOptions()
 {
     engine::EngineOptions options;

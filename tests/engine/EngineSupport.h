@@ -28,8 +28,6 @@ struct ScratchTree : TempFolder {
     ~ScratchTree() { RemoveTree(path()); }
 };
 
-bool PathExists(const std::wstring& path);
-
 // Options whose questions wait for the checks they start (opening the folder,
 // its identity) however long those take, so that each answer reflects the
 // folder as it is on disk; the engine's own wait is a few milliseconds.
