@@ -35,14 +35,6 @@ using krn::HelpEntry;
 using krn::HelpLauncher;
 using krn::HelpPage;
 
-std::wstring ProgramFolder()
-{
-    wchar_t program[MAX_PATH] = {};
-    GetModuleFileNameW(nullptr, program, MAX_PATH);
-    const std::wstring path(program);
-    return path.substr(0, path.rfind(L'\\'));
-}
-
 constexpr CLSID kITStorage = {0x5d02926a, 0x212e, 0x11d0, {0x9d, 0xf9, 0x00, 0xa0, 0xc9, 0x22, 0xe6, 0xec}};
 constexpr IID kIITStorage = {0x88cc31de, 0x27ab, 0x11d0, {0x9d, 0xf9, 0x00, 0xa0, 0xc9, 0x22, 0xe6, 0xec}};
 
@@ -64,7 +56,10 @@ std::string ReadHelpFile(IStorage* help, const wchar_t* name)
 // its title and an entry in the contents, and opens in the real viewer.
 TEST(HelpLauncher, OpensEachPageOfTheRealHelpFileBesideTheProgram)
 {
-    const std::wstring folder = ProgramFolder(), file = folder + L"\\BrimwellPro.chm";
+    wchar_t program[MAX_PATH] = {};
+    GetModuleFileNameW(nullptr, program, MAX_PATH);
+    const std::wstring folder = std::wstring(program).substr(0, wcsrchr(program, L'\\') - program);
+    const std::wstring file = folder + L"\\BrimwellPro.chm";
     EXPECT_NE(GetFileAttributesW((folder + L"\\KRN Properties.exe").c_str()), INVALID_FILE_ATTRIBUTES)
         << "this test runs from the program's folder";
     base::com_ptr<IITStorage> storage;

@@ -16,26 +16,17 @@ constexpr wchar_t kSubkey[] = L"SOFTWARE\\Norlath\\Kestrune\\Settings\\AddToLog"
 
 bool Stored(const wchar_t* key, const wchar_t* name) { return ReadRegValue(key, name, nullptr, nullptr); }
 
-class RegistrySettingsTest : public ScratchTest {
-protected:
-    ~RegistrySettingsTest() override
-    {
-        for (HWND w : {check, edit})
-            DestroyWindow(w);
-    }
-    static HWND Make(const wchar_t* cls, DWORD style)
-    {
-        return CreateWindowExW(0, cls, L"", WS_POPUP | style, 0, 0, 200, 100, nullptr, nullptr, nullptr, nullptr);
-    }
-
-    HWND check = Make(L"Button", BS_AUTOCHECKBOX), edit = Make(L"Edit", 0);
-    acl::RegistrySettings settings;
-};
-
 // The stored forms the Properties dialog writes are PropertiesDialogTest's;
 // these are the ones other writers may leave.
+class RegistrySettingsTest : public ScratchTest {};
+
 TEST_F(RegistrySettingsTest, LoadsWhatOtherWritersLeftAndWritesOnlyTheOpenKey)
 {
+    const auto make = [](const wchar_t* cls, DWORD style) {
+        return CreateWindowExW(0, cls, L"", WS_POPUP | style, 0, 0, 200, 100, nullptr, nullptr, nullptr, nullptr);
+    };
+    const HWND check = make(L"Button", BS_AUTOCHECKBOX), edit = make(L"Edit", 0);
+    acl::RegistrySettings settings;
     RegDeleteTreeW(HKEY_CURRENT_USER, L"SOFTWARE\\Norlath");
     ASSERT_EQ(settings.Open(HKEY_CURRENT_USER, kSubkey, KEY_READ), 0u);
     base::unique_hkey created;
@@ -72,6 +63,8 @@ TEST_F(RegistrySettingsTest, LoadsWhatOtherWritersLeftAndWritesOnlyTheOpenKey)
     ASSERT_NE(settings.Open(HKEY_CURRENT_USER, (std::wstring(kKey) + L"\\" + std::wstring(300, L'k')).c_str(), 0), 0u);
     EXPECT_EQ(settings.SaveText(edit, L"A"), 1168u) << "a failed open leaves no key to write to";
     EXPECT_FALSE(Stored(kSubkey, L"A"));
+    DestroyWindow(check);
+    DestroyWindow(edit);
 }
 
 } // namespace
