@@ -52,7 +52,6 @@ std::wstring Installed(const wchar_t* file) { return InstallDir() + L"\\" + file
 // to all users' programs for a per-machine install; Wine 8's msi always to the
 // installing user's. Either one will do.
 std::wstring ShortcutIn(int csidl) { return KnownFolder(csidl) + L"\\Kestrune Properties.lnk"; }
-const int kProgramsFolders[] = {CSIDL_COMMON_PROGRAMS, CSIDL_PROGRAMS};
 std::wstring ClassKey(const wchar_t* clsid) { return std::wstring(L"Software\\Classes\\CLSID\\") + clsid; }
 std::wstring InterfaceKey(const wchar_t* iid) { return std::wstring(L"Software\\Classes\\Interface\\") + iid; }
 std::wstring TypeLibKey() { return std::wstring(L"Software\\Classes\\TypeLib\\") + kLibId; }
@@ -64,13 +63,6 @@ std::wstring ReadString(HKEY root, const std::wstring& key, const wchar_t* name 
     DWORD size = sizeof text;
     const bool found = RegGetValueW(root, key.c_str(), name, RRF_RT_REG_SZ, nullptr, text, &size) == ERROR_SUCCESS;
     return found ? text : L"<absent>";
-}
-
-bool KeyExists(const std::wstring& key)
-{
-    base::unique_hkey opened;
-    return RegOpenKeyExW(HKEY_LOCAL_MACHINE, key.c_str(), 0, KEY_READ | KEY_WOW64_64KEY, opened.put()) ==
-           ERROR_SUCCESS;
 }
 
 bool Exists(const std::wstring& path) { return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES; }
@@ -111,13 +103,6 @@ std::vector<RegistryRow> InstalledRows()
 
 const wchar_t* const kInstalledFiles[] = {L"KRN Properties.exe", L"KRN Watcher.exe", L"KRN Size Engine.exe",
                                           L"KrnProxyStub.dll", L"BrimwellPro.chm"};
-
-// The keys the installer owns as a whole: nothing of them may stay behind.
-std::vector<std::wstring> OwnKeys()
-{
-    return {ClassKey(kEngineClass), ClassKey(kWatcherClass), TypeLibKey(), InterfaceKey(kEngineInterface),
-            InterfaceKey(kWatcherInterface), kVerbKey, kEventSourceKey, ClassKey(kProxyStubClass)};
-}
 
 // What the user made while the product was installed; uninstalling keeps it.
 std::wstring UserConfig() { return KnownFolder(CSIDL_APPDATA) + L"\\Norlath\\Kestrune\\config.xml"; }
@@ -333,7 +318,6 @@ TEST(Uninstall, RemovesTheProductAndKeepsTheUsersFiles)
     std::filesystem::create_directories(std::filesystem::path(UserConfig()).parent_path());
     WriteFileBytes(UserConfig(), "<?xml version=\"1.0\"?><Configuration/>");
     WriteFileBytes(UserLog(), "a line of the user's log\r\n");
-
     const std::wstring run = Installed(L"KRN Watcher.exe");
     RegSetKeyValueW(HKEY_CURRENT_USER, kRunKey, L"Kestrune", REG_SZ, run.c_str(), DWORD(run.size() + 1) * 2);
     ChildProcess watcher(run);
@@ -349,10 +333,16 @@ TEST(Uninstall, RemovesTheProductAndKeepsTheUsersFiles)
     EXPECT_FALSE(Exists(InstallDir())) << InstallDir();
     const std::wstring maker = KnownFolder(CSIDL_PROGRAM_FILES) + L"\\Norlath";
     EXPECT_FALSE(Exists(maker)) << maker << L" was made by the installer alone";
-    for (const int csidl : kProgramsFolders)
+    for (const int csidl : {CSIDL_COMMON_PROGRAMS, CSIDL_PROGRAMS})
         EXPECT_FALSE(Exists(ShortcutIn(csidl))) << ShortcutIn(csidl);
-    for (const std::wstring& key : OwnKeys())
-        EXPECT_FALSE(KeyExists(key)) << key;
+    // The keys the installer owns as a whole: nothing of them may stay behind.
+    for (const std::wstring& key : {ClassKey(kEngineClass), ClassKey(kWatcherClass), TypeLibKey(),
+                                    InterfaceKey(kEngineInterface), InterfaceKey(kWatcherInterface),
+                                    ClassKey(kProxyStubClass), std::wstring(kVerbKey), std::wstring(kEventSourceKey)}) {
+        base::unique_hkey opened;
+        EXPECT_NE(RegOpenKeyExW(HKEY_LOCAL_MACHINE, key.c_str(), 0, KEY_READ | KEY_WOW64_64KEY, opened.put()),
+                  ERROR_SUCCESS) << key;
+    }
     EXPECT_TRUE(Exists(UserConfig())) << UserConfig();
     EXPECT_TRUE(Exists(UserLog())) << UserLog();
 }
