@@ -107,12 +107,11 @@ struct Reading {
 TEST(ParseLimitValue, ReadsTheLongestDecimalNumberAfterBlanksWhateverTheLocale)
 {
     const Reading readings[] = {
-        {L"1.5", 1.5}, {L" \t\r\n\v\f4", 4, "every blank of the C locale"}, {L"+7", 7}, {L"-7.25", -7.25},
-        {L".5", 0.5}, {L"-.5", -0.5}, {L"5.", 5}, {L"2.5E2", 250}, {L"1e-3", 0.001}, {L".5e1", 5},
-        {L"1e", 1, "an exponent needs digits"}, {L"1e+", 1}, {L"1.5abc", 1.5}, {L"1.5.5", 1.5},
+        {L"1.5", 1.5}, {L" \t\r\n\v\f4", 4, "every blank of the C locale"}, {L"+7", 7}, {L"-.5", -0.5}, {L"5.", 5},
+        {L"2.5E2", 250}, {L"1e-3", 0.001}, {L"1e+", 1, "an exponent needs digits"}, {L"1.5.5", 1.5},
         {L"0x1A", 0, "no hexadecimal: the 0 and nothing more"}, {L"1,5", 1, "a comma is not a decimal point"},
-        {L"1 000", 1}, {L"abc", 0}, {L"", 0}, {L".", 0}, {L"-", 0}, {L"- 1", 0, "no blank between sign and digits"},
-        {L"+-1", 0}, {L"\x0661", 0, "only ASCII digits"},
+        {L"abc", 0}, {L"", 0}, {L".", 0}, {L"- 1", 0, "no blank between sign and digits"}, {L"+-1", 0},
+        {L"\x0661", 0, "only ASCII digits"},
         {L"  -0", -0.0, "the sign is kept: the writer writes -0 for negative zero"},
         {L"123456789012345678901234567890", 123456789012345678901234567890.0, "rounded once, to the nearest double"},
         {L"0.1000000000000000000000000000000000001", 0.1}, {std::wstring(400, L'9'), kInf, "beyond every double"},
@@ -123,7 +122,7 @@ TEST(ParseLimitValue, ReadsTheLongestDecimalNumberAfterBlanksWhateverTheLocale)
         // Not decimal numbers, so 0 like any text without one: a hand-edited
         // limit of 0 is refused by the folder dialog the next time the entry is
         // edited, while a NaN would never compare equal nor ever trigger.
-        {L"nan", 0}, {L"NaN", 0}, {L"inf", 0}, {L"-inf", 0}, {L"Infinity", 0},
+        {L"NaN", 0}, {L"-inf", 0}, {L"Infinity", 0},
     };
     const DecimalCommaLocale german;
     ASSERT_EQ(*localeconv()->decimal_point, ',');
