@@ -18,9 +18,7 @@ void PrintTo(const HistorySample& sample, std::ostream* out) { *out << sample.mi
 
 namespace {
 
-using krn::test::ReadFileBytes;
-using krn::test::TempFolder;
-using krn::test::WriteFileBytes;
+using namespace krn::test;
 
 constexpr std::uint32_t kStart = 220'000'000;  // minutes since 1601: in 2019
 constexpr std::uint32_t kHour = 60, kDay = 24 * kHour;
