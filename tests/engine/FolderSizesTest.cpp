@@ -131,10 +131,8 @@ TEST_F(FolderSizesTest, CountsEveryReadableFileBelowTheFolderOnce)
         {Verbatim(deep), {12345, 1}},
         {tree / L"a\\b\\..\\..\\mixed case", {77, 1}},
     };
-    for (const auto& [folder, expected] : subfolders) {
-        const Totals sub = Complete(sizes, folder);
-        EXPECT_EQ(sub, expected) << folder;
-    }
+    for (const auto& [folder, expected] : subfolders)
+        EXPECT_EQ(Complete(sizes, folder), expected) << folder;
     EXPECT_EQ(sizes.WatchedCount(), 6u) << "two spellings of one folder are one folder";
     // The final name is what a folder's history is kept under, whatever name it was asked by.
     for (const std::wstring& name : {tree / L"MIXED case\\.", std::wstring(shortName)}) {
@@ -185,9 +183,7 @@ TEST_F(FolderSizesTest, TheTotalFollowsFilesAndFoldersWithinTwoSeconds)
         step.change();
         expected.bytes += step.bytes;
         expected.files += step.files;
-        const Totals totals = Follows(sizes, tree.path(), expected);
-        EXPECT_EQ(totals.bytes, expected.bytes) << step.what;
-        EXPECT_EQ(totals.files, expected.files) << step.what;
+        EXPECT_EQ(Follows(sizes, tree.path(), expected), expected) << step.what;
     }
     EXPECT_EQ(State(sizes, tree.path()), ScanState::Complete);
 }
