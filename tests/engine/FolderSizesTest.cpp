@@ -1,5 +1,7 @@
-// The size engine's core in-process: exact totals of generated trees, the
-// totals following changes, and names and folders that must fail cleanly.
+// The size engine's core in-process: the names it takes, exact totals of
+// generated trees, the totals following changes, and names and folders that
+// must fail cleanly.
+#include "engine/FolderPath.h"
 #include "engine/FolderSizes.h"
 #include "engine/TreeScan.h"
 
@@ -14,9 +16,62 @@
 namespace krn::test {
 namespace {
 
-using engine::FolderSizes;
-using engine::ScanState;
-using engine::Totals;
+using namespace engine;
+
+struct PathCase {
+    std::wstring name;
+    DWORD error;
+    std::wstring path;  // when error is 0
+};
+
+TEST(FolderPath, AbsoluteNamesBecomeVerbatimAndEverythingElseIsRefused)
+{
+    const std::wstring deep = L"C:\\" + std::wstring(300, L'd') + L"\\" + std::wstring(200, L'e');
+    const PathCase cases[] = {
+        {L"C:\\data", 0, L"\\\\?\\C:\\data"},
+        {L"c:/data/sub/", 0, L"\\\\?\\c:\\data\\sub"},
+        {L"C:\\data\\.\\x\\..\\sub\\\\", 0, L"\\\\?\\C:\\data\\sub"},
+        {L"C:\\", 0, L"\\\\?\\C:\\"},
+        {L"C:\\..", 0, L"\\\\?\\C:\\"},
+        {deep, 0, L"\\\\?\\" + deep},
+        {L"\\\\server\\share", 0, L"\\\\?\\UNC\\server\\share"},
+        {L"//server/share/dir/", 0, L"\\\\?\\UNC\\server\\share\\dir"},
+        {L"\\\\server\\share\\dir\\..\\..", 0, L"\\\\?\\UNC\\server\\share"},
+        {L"\\\\?\\C:\\data\\", 0, L"\\\\?\\C:\\data"},
+        {L"\\\\?\\C:\\", 0, L"\\\\?\\C:\\"},
+        {L"\\\\?\\UNC\\server\\share\\dir", 0, L"\\\\?\\UNC\\server\\share\\dir"},
+        {L"", ERROR_INVALID_PARAMETER, L""},
+        {L"data", ERROR_INVALID_NAME, L""},
+        {L"\\data", ERROR_INVALID_NAME, L""},
+        {L"C:data", ERROR_INVALID_NAME, L""},
+        {L"COM1", ERROR_INVALID_NAME, L""},
+        {L"C:\\data\\NUL", ERROR_INVALID_NAME, L""},
+        {L"\\\\.\\C:\\data", ERROR_INVALID_NAME, L""},
+        {L"\\\\server", ERROR_INVALID_NAME, L""},
+        {L"\\\\?\\C:", ERROR_INVALID_NAME, L""},
+        {L"\\\\?\\data", ERROR_INVALID_NAME, L""},
+        {L"\\\\?\\C:\\data\\..\\x", ERROR_INVALID_NAME, L""},
+        {L"\\\\?\\UNC\\server", ERROR_INVALID_NAME, L""},
+        {L"\\\\?\\Volume{6a4c8f2e-0000-0000-0000-100000000000}\\", ERROR_INVALID_NAME, L""},
+        {std::wstring(L"C:\\da\0ta", 8), ERROR_INVALID_NAME, L""},
+        {L"C:\\" + std::wstring(32000, L'x'), 0, L"\\\\?\\C:\\" + std::wstring(32000, L'x')},
+        {L"C:\\" + std::wstring(32765, L'x'), ERROR_FILENAME_EXCED_RANGE, L""},
+    };
+    for (const PathCase& c : cases) {
+        std::wstring path = L"left over";
+        const std::wstring shown = c.name.substr(0, 60);
+        EXPECT_EQ(engine::MakeFolderPath(c.name, path), c.error) << shown;
+        EXPECT_EQ(path, c.path) << shown;
+    }
+}
+
+TEST(FolderPath, NamesCompareWithoutCase)
+{
+    EXPECT_TRUE(engine::EqualNoCase(L"C:\\Data\\Ärger", L"c:\\DATA\\äRGER"));
+    EXPECT_FALSE(engine::EqualNoCase(L"C:\\Data", L"C:\\Data2"));
+    EXPECT_TRUE(engine::NoCaseLess{}(L"apple", L"Banana"));
+    EXPECT_FALSE(engine::NoCaseLess{}(L"BANANA", L"banana"));
+}
 
 struct FileSpec {
     const wchar_t* name;  // below the tree's root
@@ -41,11 +96,6 @@ void MakeTree(const std::wstring& root)
 
 class FolderSizesTest : public ::testing::Test {
 protected:
-    Totals Ask(const std::wstring& folder) { return test::Ask(sizes, folder); }
-    ScanState State(const std::wstring& folder) { return test::State(sizes, folder); }
-    Totals Complete(const std::wstring& folder) { return test::Complete(sizes, folder); }
-    Totals Follows(const std::wstring& folder, const Totals& expected) { return test::Follows(sizes, folder, expected); }
-
     ScratchTree tree;
     FolderSizes sizes{PatientOptions()};
 };
@@ -60,50 +110,49 @@ TEST_F(FolderSizesTest, CountsEveryReadableFileBelowTheFolderOnce)
     const base::unique_kernel_handle locked(CreateFileW((tree / L"locked").c_str(), GENERIC_READ, 0, nullptr,
                                                         OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
     ASSERT_TRUE(locked);
-    EXPECT_EQ(State(tree.path()), ScanState::Unknown);
-    const Totals first = Ask(tree.path());
-    EXPECT_LE(first.bytes, kTreeTotals.bytes) << "the first answer is what was found so far";
-    const Totals totals = Complete(tree.path());
-    EXPECT_EQ(totals.bytes, kTreeTotals.bytes);
-    EXPECT_EQ(totals.files, kTreeTotals.files);
+    std::wstring deep = tree / L"long";  // past MAX_PATH
+    MakeFolder(deep);
+    for (int level = 0; level < 4; ++level) {
+        deep += L"\\" + std::wstring(90, static_cast<wchar_t>(L'p' + level));
+        MakeFolder(deep);
+    }
+    MakeFile(deep + L"\\deep.bin", 12345);
+    wchar_t shortName[MAX_PATH] = {};
+    ASSERT_GT(GetShortPathNameW((tree / L"Mixed Case").c_str(), shortName, MAX_PATH), 0u);
+    EXPECT_EQ(State(sizes, tree.path()), ScanState::Unknown);
+    EXPECT_LE(Ask(sizes, tree.path()).bytes, kTreeTotals.bytes + 12345) << "the first answer is what was found so far";
+    EXPECT_EQ(Complete(sizes, tree.path()), (Totals{kTreeTotals.bytes + 12345, kTreeTotals.files + 1}));
 
     const std::pair<std::wstring, Totals> subfolders[] = {
         {tree / L"a", {1 + 4096 + 5'000'000'123, 3}},
         {tree / L"A\\B\\", {4096 + 5'000'000'123, 2}},
         {tree / L"empty", {0, 0}},
+        {deep, {12345, 1}},
+        {Verbatim(deep), {12345, 1}},
         {tree / L"a\\b\\..\\..\\mixed case", {77, 1}},
     };
-    for (const auto& [folder, expected] : subfolders) {
-        const Totals sub = Complete(folder);
-        EXPECT_EQ(sub.bytes, expected.bytes) << folder.substr(tree.path().size());
-        EXPECT_EQ(sub.files, expected.files) << folder.substr(tree.path().size());
+    for (const auto& [folder, expected] : subfolders)
+        EXPECT_EQ(Complete(sizes, folder), expected) << folder;
+    EXPECT_EQ(sizes.WatchedCount(), 6u) << "two spellings of one folder are one folder";
+    // The final name is what a folder's history is kept under, whatever name it was asked by.
+    for (const std::wstring& name : {tree / L"MIXED case\\.", std::wstring(shortName)}) {
+        Complete(sizes, name);
+        Totals mixed;
+        ScanState state;
+        std::wstring finalName;
+        ASSERT_EQ(sizes.GetTotals(name, mixed, state, &finalName), 0u) << name;
+        EXPECT_EQ(mixed.bytes, 77u) << name;
+        EXPECT_TRUE(engine::EqualNoCase(finalName, Verbatim(tree / L"Mixed Case"))) << finalName;
     }
-    EXPECT_EQ(Ask(tree / L"MIXED case\\.").bytes, 77u);
-    EXPECT_EQ(sizes.WatchedCount(), 5u) << "two spellings of one folder are one folder";
     Totals none{7, 7};
     EXPECT_EQ(sizes.GetTotals(tree / L"locked", none), static_cast<DWORD>(ERROR_SHARING_VIOLATION));
     EXPECT_EQ(none.bytes, 0u);
 }
 
-TEST_F(FolderSizesTest, PathsLongerThanMaxPathWorkInBothForms)
-{
-    std::wstring deep = tree.path();
-    for (int level = 0; level < 4; ++level) {
-        deep += L"\\" + std::wstring(90, static_cast<wchar_t>(L'p' + level));
-        MakeFolder(deep);
-    }
-    ASSERT_GT(deep.size(), 360u);
-    MakeFile(deep + L"\\deep.bin", 12345);
-    MakeFile(tree / L"shallow.bin", 5);
-    EXPECT_EQ(Complete(deep).bytes, 12345u);
-    EXPECT_EQ(Complete(Verbatim(deep)).bytes, 12345u);
-    EXPECT_EQ(Complete(tree.path()).bytes, 12350u);
-}
-
 TEST_F(FolderSizesTest, TheTotalFollowsFilesAndFoldersWithinTwoSeconds)
 {
     MakeTree(tree.path());
-    Totals expected = Complete(tree.path());
+    Totals expected = Complete(sizes, tree.path());
     ASSERT_EQ(expected, kTreeTotals);
     struct Step {
         const char* what;
@@ -134,11 +183,9 @@ TEST_F(FolderSizesTest, TheTotalFollowsFilesAndFoldersWithinTwoSeconds)
         step.change();
         expected.bytes += step.bytes;
         expected.files += step.files;
-        const Totals totals = Follows(tree.path(), expected);
-        EXPECT_EQ(totals.bytes, expected.bytes) << step.what;
-        EXPECT_EQ(totals.files, expected.files) << step.what;
+        EXPECT_EQ(Follows(sizes, tree.path(), expected), expected) << step.what;
     }
-    EXPECT_EQ(State(tree.path()), ScanState::Complete);
+    EXPECT_EQ(State(sizes, tree.path()), ScanState::Complete);
 }
 
 TEST_F(FolderSizesTest, LostNotificationsMeanAFreshScan)
@@ -153,43 +200,25 @@ TEST_F(FolderSizesTest, LostNotificationsMeanAFreshScan)
     MakeFolder(tree / L"burst");
     for (int i = 0; i < 300; ++i)
         MakeFile(tree / (L"burst\\f" + std::to_wstring(i)), 10);
-    PumpUntil([&] { return small.GetTotals(tree.path(), totals) == 0 && totals.files == kTreeTotals.files + 300; });
-    EXPECT_EQ(totals.bytes, kTreeTotals.bytes + 3000);
-    EXPECT_EQ(totals.files, kTreeTotals.files + 300);
+    // Each file is made empty and then grown: wait for both, not the count alone.
+    const Totals expected{kTreeTotals.bytes + 3000, kTreeTotals.files + 300};
+    PumpUntil([&] { return small.GetTotals(tree.path(), totals) == 0 && totals == expected; });
+    EXPECT_EQ(totals, expected);
 }
 
-// The final name is what a folder's history is kept under: its short (8.3)
-// name, its long one and another case are one folder.
-TEST_F(FolderSizesTest, EveryNameOfAFolderGivesItsOneFinalName)
-{
-    const std::wstring folder = tree / L"A Long Folder Name";
-    MakeFolder(folder);
-    wchar_t shortName[MAX_PATH] = {};
-    ASSERT_GT(GetShortPathNameW(folder.c_str(), shortName, MAX_PATH), 0u);
-    std::wstring upper = folder;
-    CharUpperW(upper.data());
-    std::vector<std::wstring> finals;
-    for (const std::wstring& name : {folder, std::wstring(shortName), upper, folder + L"\\"}) {
-        Complete(name);
-        Totals totals;
-        ScanState state;
-        std::wstring finalName;
-        ASSERT_EQ(sizes.GetTotals(name, totals, state, &finalName), 0u) << name;
-        finals.push_back(finalName);
-    }
-    EXPECT_NE(std::wstring(shortName), folder) << "no short name to try";
-    for (const std::wstring& finalName : finals)
-        EXPECT_TRUE(engine::EqualNoCase(finalName, finals[0])) << finalName << " against " << finals[0];
-    EXPECT_NE(finals[0].find(L"A Long Folder Name"), std::wstring::npos) << finals[0];
-}
-
-// The names themselves are FolderPathTest's; these fail on what they name.
+// The names themselves are FolderPathTest's; these fail on what they name,
+// and so does a folder that goes away, while a folder in its place starts afresh.
 TEST_F(FolderSizesTest, NamesOfNoFolderFailWithoutFollowingAnything)
 {
+    const std::wstring folder = tree / L"a";
+    MakeFolder(folder);
+    MakeFile(folder + L"\\one.bin", 1);
+    EXPECT_EQ(Complete(sizes, folder), (Totals{1, 1}));
+    ASSERT_TRUE(MoveFileW(folder.c_str(), (tree / L"aside").c_str()));
     MakeFile(tree / L"plain.bin", 10);
     const std::pair<std::wstring, DWORD> cases[] = {
+        {folder, ERROR_FILE_NOT_FOUND},  // renamed away
         {L"COM1", ERROR_INVALID_NAME},
-        {tree / L"missing", ERROR_FILE_NOT_FOUND},
         {tree / L"missing\\deeper", ERROR_PATH_NOT_FOUND},
         {tree / L"plain.bin", ERROR_DIRECTORY},
     };
@@ -199,80 +228,69 @@ TEST_F(FolderSizesTest, NamesOfNoFolderFailWithoutFollowingAnything)
         EXPECT_EQ(totals, Totals{}) << name;
         EXPECT_EQ(sizes.ScanNow(name), error) << name;
     }
+    EXPECT_EQ(State(sizes, folder), ScanState::Unknown);
     EXPECT_EQ(sizes.WatchedCount(), 0u);
-}
-
-TEST_F(FolderSizesTest, AFolderThatGoesAwayFailsAndAFolderInItsPlaceStartsAfresh)
-{
-    MakeTree(tree.path());
-    const std::wstring folder = tree / L"a";
-    EXPECT_EQ(Complete(folder).files, 3u);
-
-    ASSERT_TRUE(MoveFileW(folder.c_str(), (tree / L"aside").c_str()));
-    Totals totals{7, 7};
-    EXPECT_EQ(sizes.GetTotals(folder, totals), static_cast<DWORD>(ERROR_FILE_NOT_FOUND)) << "renamed away";
-    EXPECT_EQ(totals.bytes, 0u);
-    EXPECT_EQ(State(folder), ScanState::Unknown);
-
     MakeFolder(folder);
     MakeFile(folder + L"\\other.bin", 3);
-    EXPECT_EQ(Complete(folder).bytes, 3u) << "a new folder under the old name";
-
-    ASSERT_TRUE(MoveFileW(folder.c_str(), (tree / L"aside2").c_str()));
-    MakeFile(folder, 50);
-    EXPECT_EQ(sizes.GetTotals(folder, totals), static_cast<DWORD>(ERROR_DIRECTORY)) << "replaced by a file";
-    EXPECT_EQ(sizes.WatchedCount(), 0u);
+    EXPECT_EQ(Complete(sizes, folder), (Totals{3, 1})) << "a new folder under the old name";
 }
 
-TEST_F(FolderSizesTest, AFolderDeletedWhileItIsScannedIsLetGo)
-{
-    for (int i = 0; i < 200; ++i) {
-        MakeFolder(tree / (L"d" + std::to_wstring(i)));
-        MakeFile(tree / (L"d" + std::to_wstring(i) + L"\\f.bin"), 1);
-    }
-    Totals totals;
-    ASSERT_EQ(sizes.GetTotals(tree.path(), totals), 0u);
-    RemoveTree(tree.path());
-    // The folder goes when the last handle to it closes: Windows refuses new
-    // opens meanwhile, which fails the question; Wine shows it empty.
-    DWORD error = 0;
-    EXPECT_TRUE(PumpUntil([&] { return (error = sizes.GetTotals(tree.path(), totals)) != 0 || totals == Totals{}; }));
-    EXPECT_EQ(totals.bytes, 0u);
-    bool wasFollowed = false;
-    EXPECT_EQ(sizes.StopWatching(tree.path(), wasFollowed), 0u);
-    EXPECT_TRUE(PumpUntil([&] { return GetFileAttributesW(tree.path().c_str()) == INVALID_FILE_ATTRIBUTES; }))
-        << "the engine still holds the folder";
-}
-
-TEST_F(FolderSizesTest, AFolderLetGoForMemoryAnswersItsLastTotalUntilItIsExactAgain)
+// More folders than the budget holds, each asked once per sweep in list order
+// as the main window refreshes them: every total still settles on its exact
+// value, and a folder let go answers its last total until it is exact again.
+TEST_F(FolderSizesTest, FoldersLetGoForMemoryAnswerTheirLastTotalUntilExactAgain)
 {
     engine::EngineOptions options = PatientOptions();
     options.memoryBudget = 1;  // only the folder counted last stays followed
     FolderSizes tight(options);
-    MakeTree(tree.path());
-    MakeFolder(tree / L"other");
-    MakeFile(tree / L"other\\o.bin", 5);
-    const std::wstring first = tree / L"a";
-    EXPECT_EQ(test::Complete(tight, first), (Totals{1 + 4096 + 5'000'000'123, 3}));
-    EXPECT_EQ(test::Complete(tight, tree / L"other"), (Totals{5, 1}));
-    EXPECT_EQ(test::State(tight, first), ScanState::Stale) << "let go for the other folder";
-    EXPECT_EQ(tight.WatchedCount(), 1u);
+    std::vector<std::wstring> folders;
+    for (int i = 0; i < 20; ++i) {
+        folders.push_back(tree / (L"f" + std::to_wstring(i)));
+        MakeFolder(folders.back());
+        MakeFile(folders.back() + L"\\data.bin", 1000 + i);
+    }
+    int wrong = 0;
+    EXPECT_TRUE(PumpUntil([&] {
+        wrong = 0;
+        for (int i = 0; i < 20; ++i)
+            wrong += Ask(tight, folders[i]) != Totals{uint64_t(1000 + i), 1};
+        return wrong == 0;
+    }, 20000)) << wrong << " folders not exact";
 
-    MakeFile(first + L"\\grown.bin", 100);  // while nothing follows it
-    // Until the new scan is complete, the last total it had.
-    const Totals before{1 + 4096 + 5'000'000'123, 3}, after{before.bytes + 100, 4};
+    MakeFile(folders[0] + L"\\grown.bin", 100);  // while nothing follows it
+    const Totals before{1000, 1}, after{1100, 2};
     EXPECT_TRUE(PumpUntil([&] {
         Totals totals;
         ScanState state = ScanState::Unknown;
-        EXPECT_EQ(tight.GetTotals(first, totals, state), 0u);
+        EXPECT_EQ(tight.GetTotals(folders[0], totals, state), 0u);
         EXPECT_TRUE(state == ScanState::Stale || state == ScanState::Complete) << static_cast<long>(state);
         EXPECT_EQ(totals, state == ScanState::Complete ? after : before) << static_cast<long>(state);
         return state == ScanState::Complete;
     }, 10000));
 }
 
-TEST_F(FolderSizesTest, FoldersMadeAndDeletedOverAndOverLeaveNothingBehind)
+// A folder deleted while it is scanned, and folders made, counted and deleted
+// over and over, are let go.
+TEST_F(FolderSizesTest, DeletedFoldersLeaveNothingBehind)
 {
+    const std::wstring scanned = tree / L"scanned";
+    MakeFolder(scanned);
+    for (int i = 0; i < 200; ++i) {
+        MakeFolder(scanned + L"\\d" + std::to_wstring(i));
+        MakeFile(scanned + L"\\d" + std::to_wstring(i) + L"\\f.bin", 1);
+    }
+    Totals totals;
+    ASSERT_EQ(sizes.GetTotals(scanned, totals), 0u);
+    RemoveTree(scanned);
+    // The folder goes when the last handle to it closes: Windows refuses new
+    // opens meanwhile, which fails the question; Wine shows it empty.
+    EXPECT_TRUE(PumpUntil([&] { return sizes.GetTotals(scanned, totals) != 0 || totals == Totals{}; }));
+    EXPECT_EQ(totals.bytes, 0u);
+    bool wasFollowed = false;
+    EXPECT_EQ(sizes.StopWatching(scanned, wasFollowed), 0u);
+    EXPECT_TRUE(PumpUntil([&] { return GetFileAttributesW(scanned.c_str()) == INVALID_FILE_ATTRIBUTES; }))
+        << "the engine still holds the folder deleted while it was scanned";
+
     engine::EngineOptions options = PatientOptions();
     options.idleReleaseMs = 50;        // a folder not asked for again is let go soon
     options.recordBudget = 16 * 1024;  // a few dozen records
@@ -281,7 +299,7 @@ TEST_F(FolderSizesTest, FoldersMadeAndDeletedOverAndOverLeaveNothingBehind)
         const std::wstring folder = tree / (L"round " + std::to_wstring(round));
         MakeFolder(folder);
         MakeFile(folder + L"\\f.bin", 10);
-        EXPECT_EQ(test::Complete(churn, folder).bytes, 10u) << round;
+        EXPECT_EQ(Complete(churn, folder).bytes, 10u) << round;
         RemoveTree(folder);  // under Wine the folder stays until the engine lets it go
     }
     engine::Usage usage;
@@ -293,26 +311,23 @@ TEST_F(FolderSizesTest, FoldersMadeAndDeletedOverAndOverLeaveNothingBehind)
     })) << usage.followed << " followed, " << usage.closing << " closing, " << usage.watches << " with the watcher";
     EXPECT_LE(usage.recordBytes, options.recordBudget);
     EXPECT_LT(usage.records, 60u);
-    EXPECT_TRUE(PumpUntil([&] { return !PathExists(tree / L"round 0"); })) << "the engine still holds a deleted folder";
+    const std::wstring first = tree / L"round 0";
+    EXPECT_TRUE(PumpUntil([&] { return GetFileAttributesW(first.c_str()) == INVALID_FILE_ATTRIBUTES; }))
+        << "the engine still holds a deleted folder";
 }
 
 TEST_F(FolderSizesTest, AThreadThatCannotBeHadFailsTheQuestionInsteadOfHangingIt)
 {
     MakeTree(tree.path());
-    struct Case {
-        const char* what;
-        unsigned openThreads;
-        unsigned scanThreads;
-    };
-    for (const Case& c : {Case{"no thread opens", 0, 2}, Case{"no thread lists", 2, 0}}) {
+    for (const auto& [what, opens, scans] : {std::tuple{"no thread opens", 0u, 2u}, {"no thread lists", 2u, 0u}}) {
         engine::EngineOptions options = PatientOptions();
-        options.opens.maxThreads = c.openThreads;
-        options.scans.maxThreads = c.scanThreads;
+        options.opens.maxThreads = opens;
+        options.scans.maxThreads = scans;
         FolderSizes starved(options);
         Totals totals;
         EXPECT_TRUE(PumpUntil([&] { return starved.GetTotals(tree.path(), totals) == ERROR_MAX_THRDS_REACHED; }))
-            << c.what;
-        EXPECT_EQ(totals.bytes, 0u) << c.what;
+            << what;
+        EXPECT_EQ(totals.bytes, 0u) << what;
     }
 }
 
@@ -328,7 +343,6 @@ TEST(TreeScan, TheRootErrorIsTheWatchedFoldersOwnListing)
     const std::pair<std::wstring, DWORD> cases[] = {
         {tree.path(), 0},
         {tree / L"locked", ERROR_SHARING_VIOLATION},
-        {tree / L"missing", ERROR_FILE_NOT_FOUND},
     };
     storage::WorkerPool pool;
     for (const auto& [folder, expected] : cases) {

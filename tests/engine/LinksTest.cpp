@@ -14,35 +14,25 @@ using engine::Totals;
 const std::wstring kTree = L"C:\\krn-engine-links\\tree";
 constexpr Totals kTreeTotals{1000 + 500 + 25, 3};
 
-TEST(EngineLinks, LinksToFoldersAreNeverFollowed)
+// Links to folders are never followed; UNC names are counted and followed.
+TEST(EngineLinks, UncNamesAreCountedAndFollowedAndLinksToFoldersAreNot)
 {
     engine::FolderSizes sizes;
     const std::pair<std::wstring, Totals> cases[] = {
         {kTree, kTreeTotals},
         {kTree + L"\\sub", {525, 2}},
         {kTree + L"\\sub\\deeper", {25, 1}},
+        {L"\\\\krn-engine\\share", kTreeTotals},
+        {L"\\\\?\\UNC\\krn-engine\\share\\", kTreeTotals},
+        {L"//KRN-ENGINE/share/sub/..", kTreeTotals},
     };
-    for (const auto& [folder, expected] : cases) {
-        const Totals totals = Complete(sizes, folder);
-        EXPECT_EQ(totals.bytes, expected.bytes) << folder;
-        EXPECT_EQ(totals.files, expected.files) << folder;
-    }
-}
-
-TEST(EngineLinks, UncNamesAreCountedAndFollowed)
-{
-    engine::FolderSizes sizes;
-    for (const wchar_t* folder : {L"\\\\krn-engine\\share", L"\\\\?\\UNC\\krn-engine\\share\\", L"//KRN-ENGINE/share/sub/.."}) {
-        const Totals totals = Complete(sizes, folder);
-        EXPECT_EQ(totals.bytes, kTreeTotals.bytes) << folder;
-        EXPECT_EQ(totals.files, kTreeTotals.files) << folder;
-    }
-    EXPECT_EQ(sizes.WatchedCount(), 1u);
+    for (const auto& [folder, expected] : cases)
+        EXPECT_EQ(Complete(sizes, folder), expected) << folder;
+    EXPECT_EQ(sizes.WatchedCount(), 4u) << "three spellings of the share are one folder";
     MakeFile(L"\\\\krn-engine\\share\\sub\\added.bin", 75);
     const Totals grown = Follows(sizes, L"\\\\krn-engine\\share", {kTreeTotals.bytes + 75, kTreeTotals.files + 1});
     DeleteFileW(L"\\\\krn-engine\\share\\sub\\added.bin");
-    EXPECT_EQ(grown.bytes, kTreeTotals.bytes + 75);
-    EXPECT_EQ(grown.files, kTreeTotals.files + 1);
+    EXPECT_EQ(grown, (Totals{kTreeTotals.bytes + 75, kTreeTotals.files + 1}));
 }
 
 } // namespace

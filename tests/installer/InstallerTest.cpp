@@ -28,11 +28,11 @@ using namespace krn::test;
 constexpr wchar_t kVerbKey[] = L"Software\\Classes\\Directory\\shell\\KestruneMonitor";
 constexpr wchar_t kRunKey[] = L"Software\\Microsoft\\Windows\\CurrentVersion\\Run";
 constexpr wchar_t kLibId[] = L"{E6724B65-708E-40BB-AD31-A290CF219CF1}";
+constexpr wchar_t kEngineInterface[] = L"{EF840B08-4F29-4DAA-9E3A-DB7D04083FCD}";
 // widl names the proxy/stub DLL's class after the first interface.
-constexpr wchar_t kProxyStubClass[] = L"{EF840B08-4F29-4DAA-9E3A-DB7D04083FCD}";
+constexpr const wchar_t* kProxyStubClass = kEngineInterface;
 constexpr wchar_t kEngineClass[] = L"{D6636C89-54F2-4CDB-9167-FF4B71150B25}";
 constexpr wchar_t kWatcherClass[] = L"{5465E9F0-DE3C-489D-A6B8-0A05EA3E56AB}";
-constexpr wchar_t kEngineInterface[] = L"{EF840B08-4F29-4DAA-9E3A-DB7D04083FCD}";
 constexpr wchar_t kWatcherInterface[] = L"{5C7477B8-DF30-490E-B249-D1FB1B0F69B8}";
 constexpr wchar_t kEventSourceKey[] = L"SYSTEM\\CurrentControlSet\\Services\\EventLog\\Application\\Kestrune Watcher";
 constexpr wchar_t kNextVersion[] = L"" KRN_NEXT_VERSION;  // of KRN_MSI_NEXT's programs
@@ -52,7 +52,6 @@ std::wstring Installed(const wchar_t* file) { return InstallDir() + L"\\" + file
 // to all users' programs for a per-machine install; Wine 8's msi always to the
 // installing user's. Either one will do.
 std::wstring ShortcutIn(int csidl) { return KnownFolder(csidl) + L"\\Kestrune Properties.lnk"; }
-const int kProgramsFolders[] = {CSIDL_COMMON_PROGRAMS, CSIDL_PROGRAMS};
 std::wstring ClassKey(const wchar_t* clsid) { return std::wstring(L"Software\\Classes\\CLSID\\") + clsid; }
 std::wstring InterfaceKey(const wchar_t* iid) { return std::wstring(L"Software\\Classes\\Interface\\") + iid; }
 std::wstring TypeLibKey() { return std::wstring(L"Software\\Classes\\TypeLib\\") + kLibId; }
@@ -62,17 +61,8 @@ std::wstring ReadString(HKEY root, const std::wstring& key, const wchar_t* name 
 {
     wchar_t text[1024] = {};
     DWORD size = sizeof text;
-    if (RegGetValueW(root, key.c_str(), name, RRF_RT_REG_SZ, nullptr, text, &size) !=
-        ERROR_SUCCESS)
-        return L"<absent>";
-    return text;
-}
-
-bool KeyExists(const std::wstring& key)
-{
-    base::unique_hkey opened;
-    return RegOpenKeyExW(HKEY_LOCAL_MACHINE, key.c_str(), 0, KEY_READ | KEY_WOW64_64KEY, opened.put()) ==
-           ERROR_SUCCESS;
+    const bool found = RegGetValueW(root, key.c_str(), name, RRF_RT_REG_SZ, nullptr, text, &size) == ERROR_SUCCESS;
+    return found ? text : L"<absent>";
 }
 
 bool Exists(const std::wstring& path) { return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES; }
@@ -99,50 +89,20 @@ std::wstring RunningImage(const wchar_t* exe)
     return {};
 }
 
-// Every registry row the installer writes, as (key, value name, data): the
-// servers' own /RegServer writes the same, with the installed paths.
-struct RegistryRow {
-    std::wstring key;
-    const wchar_t* name;
-    std::wstring data;
-};
-
+// The registry rows no test below uses: the class and interface rows are used
+// by activating the installed servers and calling them, the verb's command by
+// running it. As (key, value name, data).
+using RegistryRow = std::tuple<std::wstring, const wchar_t*, std::wstring>;
 std::vector<RegistryRow> InstalledRows()
 {
-    const std::wstring engine = Installed(L"KRN Size Engine.exe");
     const std::wstring watcher = Installed(L"KRN Watcher.exe");
-    std::vector<RegistryRow> rows = {
-        {ClassKey(kEngineClass), nullptr, L"Kestrune Size Engine"},
-        {ClassKey(kEngineClass) + L"\\LocalServer32", nullptr, L"\"" + engine + L"\""},
-        {ClassKey(kWatcherClass), nullptr, L"Kestrune Watcher Control"},
-        {ClassKey(kWatcherClass) + L"\\LocalServer32", nullptr, L"\"" + watcher + L"\""},
-        {TypeLibKey() + L"\\1.0", nullptr, L"KestruneServers"},
-        {TypeLibKey() + L"\\1.0\\0\\win64", nullptr, watcher},
-        {TypeLibKey() + L"\\1.0\\FLAGS", nullptr, L"8"},
-        {TypeLibKey() + L"\\1.0\\HELPDIR", nullptr, InstallDir() + L"\\"},
-        {kVerbKey, nullptr, L"Monitor folder size..."},
-        {std::wstring(kVerbKey) + L"\\command", nullptr, L"\"" + Installed(L"KRN Properties.exe") + L"\" %1"},
-        {kEventSourceKey, L"EventMessageFile", watcher},
-        {ClassKey(kProxyStubClass) + L"\\InprocServer32", nullptr, Installed(L"KrnProxyStub.dll")},
-    };
-    for (const auto& [iid, name] : {std::pair{kEngineInterface, L"ISizeEngine"}, {kWatcherInterface, L"IWatcherControl"}}) {
-        rows.push_back({InterfaceKey(iid), nullptr, name});
-        rows.push_back({InterfaceKey(iid) + L"\\ProxyStubClsid32", nullptr, kProxyStubClass});
-        rows.push_back({InterfaceKey(iid) + L"\\TypeLib", nullptr, kLibId});
-        rows.push_back({InterfaceKey(iid) + L"\\TypeLib", L"Version", L"1.0"});
-    }
-    return rows;
+    return {{kVerbKey, nullptr, L"Monitor folder size..."},
+            {kEventSourceKey, L"EventMessageFile", watcher},
+            {TypeLibKey() + L"\\1.0\\0\\win64", nullptr, watcher}};
 }
 
 const wchar_t* const kInstalledFiles[] = {L"KRN Properties.exe", L"KRN Watcher.exe", L"KRN Size Engine.exe",
                                           L"KrnProxyStub.dll", L"BrimwellPro.chm"};
-
-// The keys the installer owns as a whole: nothing of them may stay behind.
-std::vector<std::wstring> OwnKeys()
-{
-    return {ClassKey(kEngineClass), ClassKey(kWatcherClass), TypeLibKey(), InterfaceKey(kEngineInterface),
-            InterfaceKey(kWatcherInterface), kVerbKey, kEventSourceKey, ClassKey(kProxyStubClass)};
-}
 
 // What the user made while the product was installed; uninstalling keeps it.
 std::wstring UserConfig() { return KnownFolder(CSIDL_APPDATA) + L"\\Norlath\\Kestrune\\config.xml"; }
@@ -151,37 +111,20 @@ std::wstring UserLog() { return KnownFolder(CSIDL_PERSONAL) + L"\\NorlathKestrun
 // ---------------------------------------------------------------------------
 // Installed: what msiexec /i left, and the product working from there.
 
-TEST(Installed, FilesAreInTheProgramFolder)
+TEST(Installed, FilesRowsAndShortcutNameTheInstalledProgram)
 {
     for (const wchar_t* file : kInstalledFiles)
         EXPECT_TRUE(Exists(Installed(file))) << Installed(file);
-}
-
-TEST(Installed, RegistryRowsNameTheInstalledFiles)
-{
-    for (const RegistryRow& row : InstalledRows())
-        EXPECT_EQ(ReadString(HKEY_LOCAL_MACHINE, row.key, row.name), row.data)
-            << row.key << L" " << (row.name ? row.name : L"(default)");
-}
-
-// The installed shortcut: whichever programs folder holds it.
-std::wstring Shortcut()
-{
-    for (const int csidl : kProgramsFolders)
-        if (Exists(ShortcutIn(csidl)))
-            return ShortcutIn(csidl);
-    return L"<no shortcut>";
-}
-
-TEST(Installed, StartMenuShortcutStartsTheProgram)
-{
-    ASSERT_TRUE(Exists(Shortcut())) << ShortcutIn(CSIDL_COMMON_PROGRAMS) << L" or " << ShortcutIn(CSIDL_PROGRAMS);
+    for (const auto& [key, name, data] : InstalledRows())
+        EXPECT_EQ(ReadString(HKEY_LOCAL_MACHINE, key, name), data) << key;
+    // Whichever programs folder holds the shortcut.
+    const int csidl = Exists(ShortcutIn(CSIDL_PROGRAMS)) ? CSIDL_PROGRAMS : CSIDL_COMMON_PROGRAMS;
     base::com_ptr<IShellLinkW> link;
     ASSERT_EQ(CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IShellLinkW, link.put_void()),
               S_OK);
     base::com_ptr<IPersistFile> file;
     ASSERT_EQ(link->QueryInterface(IID_IPersistFile, file.put_void()), S_OK);
-    ASSERT_EQ(file->Load(Shortcut().c_str(), STGM_READ), S_OK);
+    ASSERT_EQ(file->Load(ShortcutIn(csidl).c_str(), STGM_READ), S_OK) << "no shortcut in either programs folder";
     wchar_t target[MAX_PATH] = {};
     EXPECT_EQ(link->GetPath(target, MAX_PATH, nullptr, 0), S_OK);
     EXPECT_EQ(std::wstring(target), Installed(L"KRN Properties.exe"));
@@ -355,8 +298,11 @@ TEST(Upgrade, ReplacesTheProductInPlaceAndKeepsTheUsersSettings)
     EXPECT_EQ(ReadFileBytes(UserConfig()), config);
     EXPECT_EQ(ReadString(HKEY_CURRENT_USER, settings, L"LogFile"), L"C:\\kept.log");
     EXPECT_EQ(ReadString(HKEY_CURRENT_USER, kRunKey, L"Kestrune"), run);
-    for (const RegistryRow& row : InstalledRows())
-        EXPECT_EQ(ReadString(HKEY_LOCAL_MACHINE, row.key, row.name), row.data) << row.key;
+    for (const auto& [key, name, data] : InstalledRows())
+        EXPECT_EQ(ReadString(HKEY_LOCAL_MACHINE, key, name), data) << key;
+    base::com_ptr<ISizeEngine> engine;  // the class rows outlived the older version's removal
+    EXPECT_EQ(CoCreateInstance(CLSID_SizeEngine, nullptr, CLSCTX_LOCAL_SERVER, IID_ISizeEngine, engine.put_void()),
+              S_OK);
 
     EXPECT_NE(Msiexec(L"/i \"" + WindowsPath(KRN_MSI) + L"\""), 0u) << "the older version went over the newer";
     EXPECT_EQ(ProductsInstalled(), 1);
@@ -372,7 +318,6 @@ TEST(Uninstall, RemovesTheProductAndKeepsTheUsersFiles)
     std::filesystem::create_directories(std::filesystem::path(UserConfig()).parent_path());
     WriteFileBytes(UserConfig(), "<?xml version=\"1.0\"?><Configuration/>");
     WriteFileBytes(UserLog(), "a line of the user's log\r\n");
-
     const std::wstring run = Installed(L"KRN Watcher.exe");
     RegSetKeyValueW(HKEY_CURRENT_USER, kRunKey, L"Kestrune", REG_SZ, run.c_str(), DWORD(run.size() + 1) * 2);
     ChildProcess watcher(run);
@@ -388,10 +333,16 @@ TEST(Uninstall, RemovesTheProductAndKeepsTheUsersFiles)
     EXPECT_FALSE(Exists(InstallDir())) << InstallDir();
     const std::wstring maker = KnownFolder(CSIDL_PROGRAM_FILES) + L"\\Norlath";
     EXPECT_FALSE(Exists(maker)) << maker << L" was made by the installer alone";
-    for (const int csidl : kProgramsFolders)
+    for (const int csidl : {CSIDL_COMMON_PROGRAMS, CSIDL_PROGRAMS})
         EXPECT_FALSE(Exists(ShortcutIn(csidl))) << ShortcutIn(csidl);
-    for (const std::wstring& key : OwnKeys())
-        EXPECT_FALSE(KeyExists(key)) << key;
+    // The keys the installer owns as a whole: nothing of them may stay behind.
+    for (const std::wstring& key : {ClassKey(kEngineClass), ClassKey(kWatcherClass), TypeLibKey(),
+                                    InterfaceKey(kEngineInterface), InterfaceKey(kWatcherInterface),
+                                    ClassKey(kProxyStubClass), std::wstring(kVerbKey), std::wstring(kEventSourceKey)}) {
+        base::unique_hkey opened;
+        EXPECT_NE(RegOpenKeyExW(HKEY_LOCAL_MACHINE, key.c_str(), 0, KEY_READ | KEY_WOW64_64KEY, opened.put()),
+                  ERROR_SUCCESS) << key;
+    }
     EXPECT_TRUE(Exists(UserConfig())) << UserConfig();
     EXPECT_TRUE(Exists(UserLog())) << UserLog();
 }

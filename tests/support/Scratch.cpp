@@ -77,12 +77,7 @@ TempFolder::~TempFolder()
 
 void WriteRegBinary(const wchar_t* subkey, const wchar_t* name, DWORD type, const void* data, DWORD size)
 {
-    HKEY key = nullptr;
-    LSTATUS status = RegCreateKeyExW(HKEY_CURRENT_USER, subkey, 0, nullptr, 0, KEY_SET_VALUE, nullptr, &key, nullptr);
-    ASSERT_EQ(status, ERROR_SUCCESS) << "RegCreateKeyEx";
-    status = RegSetValueExW(key, name, 0, type, static_cast<const BYTE*>(data), size);
-    RegCloseKey(key);
-    ASSERT_EQ(status, ERROR_SUCCESS) << "RegSetValueEx";
+    ASSERT_EQ(RegSetKeyValueW(HKEY_CURRENT_USER, subkey, name, type, data, size), ERROR_SUCCESS) << "RegSetKeyValue";
 }
 
 void WriteRegString(const wchar_t* subkey, const wchar_t* name, const std::wstring& value)

@@ -4,6 +4,11 @@
 // <s> seconds, both reached through Z:.
 #pragma once
 
+#include "support/Scratch.h"  // WindowsPath
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <string>
 
 namespace krn::test {
@@ -11,14 +16,27 @@ namespace krn::test {
 class SlowStorage {
 public:
     // Reads what the fixture left in the folder KRN_SLOW_STORAGE names.
-    SlowStorage();
+    SlowStorage()
+    {
+        const char* folder = std::getenv("KRN_SLOW_STORAGE");
+        if (!folder || *folder != '/') {
+            skipReason_ = "no slow storage: the test runs without its fixture";
+            return;
+        }
+        const std::wstring dir = WindowsPath(folder);
+        std::string state;
+        std::getline(std::ifstream(std::filesystem::path(dir + L"\\state")), state);
+        if (state != "mounted") {
+            skipReason_ = state.empty() ? "the slow storage's fixture did not run" : state;
+            return;
+        }
+        root_ = dir + L"\\mnt";
+    }
 
     // Empty when the storage is mounted; otherwise why it is not.
     const std::string& skipReason() const { return skipReason_; }
     // Every operation at or below it waits.
     std::wstring slow() const { return root_ + L"\\slow"; }
-    // Answers at once.
-    std::wstring good() const { return root_ + L"\\good"; }
 
 private:
     std::wstring root_;
