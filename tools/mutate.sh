@@ -172,6 +172,7 @@ fi
 [ -d "$PREFIX" ] || "$BUILD/wine-run" cmd /c exit 0 > /dev/null 2>&1
 "$ROOT/tools/wine-stop" "$BUILD"
 WINEPREFIX=$PREFIX /usr/lib/wine/wineserver -w 2>/dev/null
+ctest --test-dir "$BUILD" -N | sed -n 's/^ *Test *#[0-9]*: //p' > "$STASH/tests"
 rm -rf "$STASH/registry"
 mkdir -p "$STASH/registry"
 cp "$PREFIX/"*.reg "$STASH/registry/"
@@ -193,10 +194,14 @@ exact_names() {
     echo "^(${names[*]})\$"
 }
 
-# The test an earlier report names as catching fault $1, if any.
+# The first test that an earlier report names as catching fault $1 and that
+# the suite still has (reports of several runs may be put one after another).
 hinted_test() {
     [ -n "$HINT" ] && [ -f "$HINT" ] || return 0
-    awk -v id="$1" '$1 == id && $2 == "caught" && $3 !~ /^\(/ { print $3; exit }' "$HINT"
+    local name
+    while IFS= read -r name; do
+        grep -qxF -- "$name" "$STASH/tests" && { echo "$name"; return; }
+    done < <(awk -v id="$1" '$1 == id && $2 == "caught" && $3 !~ /^\(/ { print $3 }' "$HINT")
 }
 
 RESULT="" FIRST=""
