@@ -1,5 +1,8 @@
 #include "ChildProcess.h"
 
+#include "Kestrune.h"
+#include "base/Com.h"
+#include "idl/PresenceMutex.h"
 #include "support/Gui.h"
 
 #include <gtest/gtest.h>
@@ -54,22 +57,42 @@ HWND ChildProcess::FindWindow(const wchar_t* cls, const wchar_t* caption, DWORD 
     return found;
 }
 
+std::vector<DWORD> RunningCopies(const std::wstring& exe)
+{
+    const std::wstring name = exe.substr(exe.rfind(L'\\') + 1);  // npos + 1: the whole name
+    std::vector<DWORD> ids;
+    const base::unique_kernel_handle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
+    PROCESSENTRY32W entry{sizeof entry};
+    for (BOOL more = Process32FirstW(snapshot.get(), &entry); more; more = Process32NextW(snapshot.get(), &entry))
+        if (_wcsicmp(entry.szExeFile, name.c_str()) == 0)
+            ids.push_back(entry.th32ProcessID);
+    return ids;
+}
+
+bool WatcherRunning()
+{
+    return static_cast<bool>(base::unique_kernel_handle(OpenMutexW(SYNCHRONIZE, FALSE, kWatcherMutexName)));
+}
+
+void StopWatcher(DWORD timeoutMs)
+{
+    base::com_ptr<IWatcherControl> control;
+    if (WatcherRunning() && SUCCEEDED(CoCreateInstance(CLSID_WatcherControl, nullptr, CLSCTX_LOCAL_SERVER,
+                                                       IID_IWatcherControl, control.put_void())))
+        control->Disable();
+    EXPECT_TRUE(PumpUntil([] { return !WatcherRunning(); }, timeoutMs)) << "the watcher did not end";
+}
+
 // Waits up to `timeoutMs` for every running copy of `exe` to end; false when
 // one still runs.
 static bool CopiesEnded(const std::wstring& exe, DWORD timeoutMs)
 {
     const ULONGLONG deadline = GetTickCount64() + timeoutMs;
-    const base::unique_kernel_handle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
-    PROCESSENTRY32W entry{sizeof entry};
-    for (BOOL more = Process32FirstW(snapshot.get(), &entry); more; more = Process32NextW(snapshot.get(), &entry)) {
-        const base::unique_kernel_handle process(
-            OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION | SYNCHRONIZE, FALSE, entry.th32ProcessID));
-        wchar_t image[MAX_PATH] = {};
-        DWORD length = MAX_PATH;
+    for (const DWORD id : RunningCopies(exe)) {
+        const base::unique_kernel_handle process(OpenProcess(SYNCHRONIZE, FALSE, id));
         const ULONGLONG now = GetTickCount64();
-        if (process && QueryFullProcessImageNameW(process.get(), 0, image, &length) &&
-            lstrcmpiW(image, exe.c_str()) == 0 &&
-            WaitForSingleObject(process.get(), static_cast<DWORD>(deadline > now ? deadline - now : 0)) != WAIT_OBJECT_0)
+        if (process && WaitForSingleObject(process.get(), static_cast<DWORD>(deadline > now ? deadline - now : 0)) !=
+                           WAIT_OBJECT_0)
             return false;
     }
     return true;

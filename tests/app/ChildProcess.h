@@ -8,6 +8,7 @@
 #include "support/Scratch.h"  // WindowsPath
 
 #include <string>
+#include <vector>
 
 namespace krn::test {
 
@@ -31,6 +32,15 @@ private:
     base::unique_kernel_handle process_;
     DWORD id_ = 0;
 };
+
+// The ids of the running copies of the program `exe` (a path or a file name).
+std::vector<DWORD> RunningCopies(const std::wstring& exe);
+
+// Whether a watcher runs: its presence mutex exists.
+bool WatcherRunning();
+// Ends a running watcher with Disable, never by killing it (Wine would keep a
+// dead copy's class registered), and waits for its mutex to go.
+void StopWatcher(DWORD timeoutMs = 10000);
 
 // A COM server of the build unregistered for the guard's life (which also
 // ends its running copy), registered again afterwards, as the `servers`

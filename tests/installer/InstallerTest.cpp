@@ -7,7 +7,6 @@
 #include "Kestrune.h"
 #include "base/Com.h"
 #include "base/Handles.h"
-#include "idl/PresenceMutex.h"
 #include "server/ServerModule.h"
 #include "support/Gui.h"
 #include "support/Scratch.h"
@@ -16,7 +15,6 @@
 
 #include <msi.h>
 #include <shlobj.h>
-#include <tlhelp32.h>
 
 #include <filesystem>
 #include <string>
@@ -67,20 +65,11 @@ std::wstring ReadString(HKEY root, const std::wstring& key, const wchar_t* name 
 
 bool Exists(const std::wstring& path) { return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES; }
 
-bool WatcherRunning()
-{
-    return static_cast<bool>(base::unique_kernel_handle(OpenMutexW(SYNCHRONIZE, FALSE, krn::kWatcherMutexName)));
-}
-
 // The image of the running process named `exe`; empty when none runs.
 std::wstring RunningImage(const wchar_t* exe)
 {
-    base::unique_kernel_handle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
-    PROCESSENTRY32W entry{sizeof entry};
-    for (BOOL more = Process32FirstW(snapshot.get(), &entry); more; more = Process32NextW(snapshot.get(), &entry)) {
-        if (_wcsicmp(entry.szExeFile, exe) != 0)
-            continue;
-        base::unique_kernel_handle process(OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, entry.th32ProcessID));
+    for (const DWORD id : RunningCopies(exe)) {
+        const base::unique_kernel_handle process(OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, id));
         wchar_t image[MAX_PATH] = {};
         DWORD size = MAX_PATH;
         if (process && QueryFullProcessImageNameW(process.get(), 0, image, &size))
@@ -162,7 +151,7 @@ protected:
     void TearDown() override
     {
         RegDeleteKeyValueW(HKEY_CURRENT_USER, kRunKey, L"Kestrune");
-        EndWatcher();
+        StopWatcher(kTimeout);
         server::RequestEnd(CLSID_SizeEngine);
     }
 
@@ -179,17 +168,6 @@ protected:
         PumpUntil([&] { return !IsWindow(properties); }, kTimeout);
         PostMessageW(main, WM_COMMAND, IDCANCEL, 0);
         EXPECT_EQ(program.Wait(kTimeout), 2u);
-    }
-
-    static void EndWatcher()
-    {
-        if (!WatcherRunning())
-            return;
-        base::com_ptr<IWatcherControl> control;
-        if (SUCCEEDED(CoCreateInstance(CLSID_WatcherControl, nullptr, CLSCTX_LOCAL_SERVER, IID_IWatcherControl,
-                                       control.put_void())))
-            control->Disable();
-        PumpUntil([] { return !WatcherRunning(); }, kTimeout);
     }
 };
 

@@ -4,7 +4,6 @@
 // real size engine. Every wait is for a condition; the decisions themselves
 // are WatchCoreTest's.
 #include <windows.h>
-#include <tlhelp32.h>
 
 #include <gtest/gtest.h>
 
@@ -34,24 +33,6 @@ const std::wstring kEngineExe = WindowsPath(KRN_SIZE_ENGINE_EXE);
 constexpr DWORD kActedWithinMs = 15000;  // a backstop, not a target
 constexpr wchar_t kWatcherCaption[] = L"Kestrune\u2122 Watcher";
 
-bool MutexExists()
-{
-    return static_cast<bool>(base::unique_kernel_handle(OpenMutexW(SYNCHRONIZE, FALSE, kWatcherMutexName)));
-}
-
-// The running copies of a server.
-std::vector<DWORD> Processes(const std::wstring& exe)
-{
-    const std::wstring name = exe.substr(exe.rfind(L'\\') + 1);
-    std::vector<DWORD> ids;
-    base::unique_kernel_handle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
-    PROCESSENTRY32W entry{sizeof entry};
-    for (BOOL more = Process32FirstW(snapshot.get(), &entry); more; more = Process32NextW(snapshot.get(), &entry))
-        if (_wcsicmp(entry.szExeFile, name.c_str()) == 0)
-            ids.push_back(entry.th32ProcessID);
-    return ids;
-}
-
 HRESULT Create(base::com_ptr<IWatcherControl>& control)
 {
     return CoCreateInstance(CLSID_WatcherControl, nullptr, CLSCTX_LOCAL_SERVER, IID_IWatcherControl,
@@ -65,15 +46,6 @@ LONG State(IWatcherControl* control)
     return state;
 }
 
-// A watcher outlives a test that failed: every test starts and ends with none.
-void StopWatcher()
-{
-    base::com_ptr<IWatcherControl> control;
-    if (MutexExists() && SUCCEEDED(Create(control)))
-        control->Disable();
-    EXPECT_TRUE(PumpUntil([] { return !MutexExists(); })) << "the watcher did not end";
-}
-
 DWORD RunServer(const std::wstring& exe, const wchar_t* arguments)
 {
     return ChildProcess(exe, arguments).Wait(30000);
@@ -85,21 +57,6 @@ HWND WatcherBox()
 {
     const HWND box = FindWindowW(L"#32770", kWatcherCaption);
     return box && IsWindowVisible(box) ? box : nullptr;
-}
-
-std::string Utf8(const std::wstring& text)
-{
-    std::string bytes(text.size() * 3, '\0');
-    bytes.resize(WideCharToMultiByte(CP_UTF8, 0, text.data(), int(text.size()), bytes.data(), int(bytes.size()),
-                                     nullptr, nullptr));
-    return bytes;
-}
-
-std::wstring Wide(const std::string& bytes)
-{
-    std::wstring text(bytes.size(), L'\0');
-    text.resize(MultiByteToWideChar(CP_UTF8, 0, bytes.data(), int(bytes.size()), text.data(), int(text.size())));
-    return text;
 }
 
 std::vector<std::string> LogLines(const std::wstring& log)
@@ -201,11 +158,11 @@ TEST_F(WatcherTest, OneCopyServesHoweverItIsStarted)
         SCOPED_TRACE(afterMutex ? "activated once the mutex is taken" : "activated at once");
         ChildProcess watcher(kWatcherExe, L"");
         if (afterMutex) {
-            EXPECT_TRUE(PumpUntil(MutexExists, 10000));
+            EXPECT_TRUE(PumpUntil(WatcherRunning, 10000));
         }
         base::com_ptr<IWatcherControl> control;
         EXPECT_EQ(Create(control), S_OK);
-        EXPECT_TRUE(PumpUntil([] { return Processes(kWatcherExe).size() == 1; }, 10000)) << "the other copy did not end";
+        EXPECT_TRUE(PumpUntil([] { return RunningCopies(kWatcherExe).size() == 1; }, 10000)) << "the other copy did not end";
         EXPECT_EQ(RunServer(kWatcherExe, L""), DWORD(kWatcherAlreadyRunning));
         EXPECT_EQ(State(control.get()), KRN_WATCHER_IDLE) << "the first copy still answers";
         // Ended by Disable, never killed: Wine would keep a dead copy's class.
@@ -344,7 +301,7 @@ TEST_F(WatcherTest, EventLogGetsCrossingsReturnsAndFailedActions)
     SetEnvironmentVariableW(L"WINEDEBUG", L"+eventlog");
     const ChildProcess watcher(kWatcherExe, L"");
     SetEnvironmentVariableW(L"WINEDEBUG", before);
-    EXPECT_TRUE(PumpUntil(MutexExists, kActedWithinMs));
+    EXPECT_TRUE(PumpUntil(WatcherRunning, kActedWithinMs));
     const auto traced = [&](const std::wstring& record) {
         return PumpUntil([&] { return std::ranges::count(TracedRecords(trace), record) > 0; }, kActedWithinMs);
     };
@@ -374,7 +331,7 @@ TEST_F(WatcherTest, AFolderOnSlowStorageHoldsNeitherTheOthersNorTheEnd)
     EXPECT_TRUE(Logged("\tLimit 1.00 KB\r")) << "the slow folder held the other";
     EXPECT_EQ(control_->Disable(), S_OK);
     control_.reset();
-    EXPECT_TRUE(PumpUntil([] { return !MutexExists(); })) << "the slow folder held the end";
+    EXPECT_TRUE(PumpUntil([] { return !WatcherRunning(); })) << "the slow folder held the end";
 }
 
 // Ending a server while another client calls it in a loop (the watcher by
@@ -411,7 +368,7 @@ TEST(ServerEnd, ClientCallingInALoopFailsAndTheServerEndsCleanly)
         });
         ASSERT_TRUE(PumpUntil([&] { return calls >= 20 || ended.load(); }, kActedWithinMs));
         ASSERT_FALSE(ended) << "the client's calls failed before the end: 0x" << std::hex << last.load();
-        const std::vector<DWORD> running = Processes(c.exe);
+        const std::vector<DWORD> running = RunningCopies(c.exe);
         ASSERT_EQ(running.size(), 1u) << "both activations reach the same copy";
         const base::unique_kernel_handle process(
             OpenProcess(SYNCHRONIZE | PROCESS_QUERY_LIMITED_INFORMATION, FALSE, running[0]));
@@ -427,8 +384,8 @@ TEST(ServerEnd, ClientCallingInALoopFailsAndTheServerEndsCleanly)
         EXPECT_EQ(exitCode, 0u);
         EXPECT_TRUE(PumpUntil([&] { return ended.load(); }, kActedWithinMs)) << "the client's call hangs";
         EXPECT_TRUE(FAILED(last.load())) << std::hex << last.load();
-        EXPECT_TRUE(Processes(c.exe).empty()) << "a copy of the server is left";
-        EXPECT_FALSE(MutexExists());
+        EXPECT_TRUE(RunningCopies(c.exe).empty()) << "a copy of the server is left";
+        EXPECT_FALSE(WatcherRunning());
         EXPECT_EQ(RunServer(c.exe, L"/RegServer"), 0u);
     }
 }

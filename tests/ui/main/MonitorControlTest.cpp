@@ -12,7 +12,6 @@
 #include "base/Handles.h"
 #include "config/Locations.h"
 #include "support/History.h"
-#include "idl/PresenceMutex.h"
 #include "support/SlowStorage.h"
 
 #include <algorithm>
@@ -24,25 +23,11 @@ using krn::MonitorControl;
 
 constexpr wchar_t kShellFolders[] = L"Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders";
 
-bool WatcherRunning()
-{
-    return base::unique_kernel_handle(OpenMutexW(SYNCHRONIZE, FALSE, krn::kWatcherMutexName)).get() != nullptr;
-}
-
 base::com_ptr<IWatcherControl> Watcher()
 {
     base::com_ptr<IWatcherControl> watcher;
     CoCreateInstance(CLSID_WatcherControl, nullptr, CLSCTX_LOCAL_SERVER, IID_IWatcherControl, watcher.put_void());
     return watcher;
-}
-
-// Ends a watcher left running by anything before, and waits for its mutex to go.
-void StopWatcher()
-{
-    if (WatcherRunning())
-        if (const auto watcher = Watcher())
-            watcher->Disable();
-    PumpUntil([] { return !WatcherRunning(); }, 10000);
 }
 
 // The watcher reads the prefix's own HKEY_CURRENT_USER: while a test runs, its
