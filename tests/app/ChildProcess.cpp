@@ -1,7 +1,5 @@
 #include "ChildProcess.h"
 
-#include "Kestrune.h"
-#include "base/Com.h"
 #include "idl/PresenceMutex.h"
 #include "support/Gui.h"
 
@@ -69,6 +67,19 @@ std::vector<DWORD> RunningCopies(const std::wstring& exe)
     return ids;
 }
 
+HRESULT CreateWatcher(base::com_ptr<IWatcherControl>& control)
+{
+    return CoCreateInstance(CLSID_WatcherControl, nullptr, CLSCTX_LOCAL_SERVER, IID_IWatcherControl,
+                            control.put_void());
+}
+
+LONG State(IWatcherControl* control)
+{
+    LONG state = -1;
+    EXPECT_EQ(control->GetState(&state), S_OK);
+    return state;
+}
+
 bool WatcherRunning()
 {
     return static_cast<bool>(base::unique_kernel_handle(OpenMutexW(SYNCHRONIZE, FALSE, kWatcherMutexName)));
@@ -77,8 +88,7 @@ bool WatcherRunning()
 void StopWatcher(DWORD timeoutMs)
 {
     base::com_ptr<IWatcherControl> control;
-    if (WatcherRunning() && SUCCEEDED(CoCreateInstance(CLSID_WatcherControl, nullptr, CLSCTX_LOCAL_SERVER,
-                                                       IID_IWatcherControl, control.put_void())))
+    if (WatcherRunning() && SUCCEEDED(CreateWatcher(control)))
         control->Disable();
     EXPECT_TRUE(PumpUntil([] { return !WatcherRunning(); }, timeoutMs)) << "the watcher did not end";
 }
@@ -96,6 +106,14 @@ static bool CopiesEnded(const std::wstring& exe, DWORD timeoutMs)
             return false;
     }
     return true;
+}
+
+RegValueGuard::~RegValueGuard()
+{
+    if (had_)
+        WriteRegBinary(key_, name_, type_, data_.data(), DWORD(data_.size()));
+    else
+        RegDeleteKeyValueW(HKEY_CURRENT_USER, key_, name_);
 }
 
 ServerUnregistered::ServerUnregistered(const std::wstring& exe) : exe_(exe)

@@ -4,6 +4,8 @@
 
 #include <windows.h>
 
+#include "Kestrune.h"
+#include "base/Com.h"
 #include "base/Handles.h"
 #include "support/Scratch.h"  // WindowsPath
 
@@ -36,11 +38,31 @@ private:
 // The ids of the running copies of the program `exe` (a path or a file name).
 std::vector<DWORD> RunningCopies(const std::wstring& exe);
 
+// The watcher activated through COM, and its state (-1 when the call failed).
+HRESULT CreateWatcher(base::com_ptr<IWatcherControl>& control);
+LONG State(IWatcherControl* control);
 // Whether a watcher runs: its presence mutex exists.
 bool WatcherRunning();
 // Ends a running watcher with Disable, never by killing it (Wine would keep a
 // dead copy's class registered), and waits for its mutex to go.
 void StopWatcher(DWORD timeoutMs = 10000);
+
+// Puts a value of HKEY_CURRENT_USER back as it was found (or removes it when
+// there was none): the servers read the prefix's own.
+class RegValueGuard {
+public:
+    RegValueGuard(const wchar_t* key, const wchar_t* name) : key_(key), name_(name) {}
+    ~RegValueGuard();
+    RegValueGuard(const RegValueGuard&) = delete;
+    RegValueGuard& operator=(const RegValueGuard&) = delete;
+
+private:
+    const wchar_t* key_;
+    const wchar_t* name_;
+    DWORD type_ = 0;
+    std::string data_;
+    const bool had_ = ReadRegValue(key_, name_, &type_, &data_);
+};
 
 // A COM server of the build unregistered for the guard's life (which also
 // ends its running copy), registered again afterwards, as the `servers`

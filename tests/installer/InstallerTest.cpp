@@ -197,9 +197,7 @@ TEST_F(InstalledWatcher, RunValueStartsTheWatcherAndACrossingIsLogged)
     EXPECT_EQ(RunningImage(L"KRN Watcher.exe"), Installed(L"KRN Watcher.exe"));
     // Activated while it may still be starting: it serves at the first attempt.
     base::com_ptr<IWatcherControl> control;
-    ASSERT_EQ(CoCreateInstance(CLSID_WatcherControl, nullptr, CLSCTX_LOCAL_SERVER, IID_IWatcherControl,
-                               control.put_void()),
-              S_OK);
+    ASSERT_EQ(CreateWatcher(control), S_OK);
 
     WriteFileBytes(folder + L"\\grown.bin", std::string(2048, 'x'));
     const auto log = [] { return Exists(UserLog()) ? ReadFileBytes(UserLog()) : std::string(); };

@@ -33,19 +33,6 @@ const std::wstring kEngineExe = WindowsPath(KRN_SIZE_ENGINE_EXE);
 constexpr DWORD kActedWithinMs = 15000;  // a backstop, not a target
 constexpr wchar_t kWatcherCaption[] = L"Kestrune\u2122 Watcher";
 
-HRESULT Create(base::com_ptr<IWatcherControl>& control)
-{
-    return CoCreateInstance(CLSID_WatcherControl, nullptr, CLSCTX_LOCAL_SERVER, IID_IWatcherControl,
-                            control.put_void());
-}
-
-LONG State(IWatcherControl* control)
-{
-    LONG state = -1;
-    EXPECT_EQ(control->GetState(&state), S_OK);
-    return state;
-}
-
 DWORD RunServer(const std::wstring& exe, const wchar_t* arguments)
 {
     return ChildProcess(exe, arguments).Wait(30000);
@@ -67,27 +54,6 @@ std::vector<std::string> LogLines(const std::wstring& log)
         lines.push_back(line);
     return lines;
 }
-
-// Puts a value of the prefix's HKEY_CURRENT_USER back as it was found (or
-// removes it when there was none).
-class RegValueGuard {
-public:
-    RegValueGuard(const wchar_t* key, const wchar_t* name) : key_(key), name_(name) {}
-    ~RegValueGuard()
-    {
-        if (had_)
-            WriteRegBinary(key_, name_, type_, data_.data(), DWORD(data_.size()));
-        else
-            RegDeleteKeyValueW(HKEY_CURRENT_USER, key_, name_);
-    }
-
-private:
-    const wchar_t* key_;
-    const wchar_t* name_;
-    DWORD type_ = 0;
-    std::string data_;
-    const bool had_ = ReadRegValue(key_, name_, &type_, &data_);
-};
 
 class WatcherTest : public testing::Test {
 protected:
@@ -161,7 +127,7 @@ TEST_F(WatcherTest, OneCopyServesHoweverItIsStarted)
             EXPECT_TRUE(PumpUntil(WatcherRunning, 10000));
         }
         base::com_ptr<IWatcherControl> control;
-        EXPECT_EQ(Create(control), S_OK);
+        EXPECT_EQ(CreateWatcher(control), S_OK);
         EXPECT_TRUE(PumpUntil([] { return RunningCopies(kWatcherExe).size() == 1; }, 10000)) << "the other copy did not end";
         EXPECT_EQ(RunServer(kWatcherExe, L""), DWORD(kWatcherAlreadyRunning));
         EXPECT_EQ(State(control.get()), KRN_WATCHER_IDLE) << "the first copy still answers";
@@ -203,7 +169,7 @@ TEST(WatcherRegistration, UnregisterRemovesTheClassAndHandsTheTypeLibraryToTheEn
         SCOPED_TRACE(testing::Message() << "/UnregServer number " << run);
         EXPECT_EQ(RunServer(kWatcherExe, L"/UnregServer"), 0u);
         base::com_ptr<IWatcherControl> control;
-        EXPECT_EQ(Create(control), REGDB_E_CLASSNOTREG);
+        EXPECT_EQ(CreateWatcher(control), REGDB_E_CLASSNOTREG);
         base::unique_hkey key;
         EXPECT_EQ(RegOpenKeyExW(HKEY_LOCAL_MACHINE, classKey.c_str(), 0, KEY_READ, key.put()), ERROR_FILE_NOT_FOUND);
         EXPECT_EQ(RegisteredTypeLibrary(), kEngineExe);
@@ -240,7 +206,7 @@ TEST_F(WatcherTest, OneCrossingEndToEnd)
               "<MsgBox/><AddToLog/><Run Path=\"&quot;" + Utf8(script) +
                   "&quot;\" Params=\"&quot;%currentdir%&quot; crossed\"/>",
               R"(<Max Value="6" Units="KB" Msg=""/>)");
-    ASSERT_EQ(Create(control_), S_OK);
+    ASSERT_EQ(CreateWatcher(control_), S_OK);
     EXPECT_TRUE(Logged("\t" + Utf8(folder) + "\tReaches its maximum (6.00 KB) in about 2 days.\r"))
         << ReadFileBytes(log_);
     WriteFileBytes(folder + L"\\big.bin", std::string(2048, 'x'));
@@ -325,7 +291,7 @@ TEST_F(WatcherTest, AFolderOnSlowStorageHoldsNeitherTheOthersNorTheEnd)
     const std::wstring fast = scratch_ / L"fast";
     std::filesystem::create_directories(fast);
     Configure({storage.slow(), fast}, "<AddToLog/>");
-    ASSERT_EQ(Create(control_), S_OK);
+    ASSERT_EQ(CreateWatcher(control_), S_OK);
     ASSERT_EQ(State(control_.get()), KRN_WATCHER_WATCHING);
     WriteFileBytes(fast + L"\\big.bin", std::string(2048, 'x'));
     EXPECT_TRUE(Logged("\tLimit 1.00 KB\r")) << "the slow folder held the other";
