@@ -116,6 +116,14 @@ RegValueGuard::~RegValueGuard()
         RegDeleteKeyValueW(HKEY_CURRENT_USER, key_, name_);
 }
 
+std::wstring ReadString(HKEY root, const std::wstring& key, const wchar_t* name)
+{
+    wchar_t text[1024] = {};
+    DWORD size = sizeof text;
+    const bool found = RegGetValueW(root, key.c_str(), name, RRF_RT_REG_SZ, nullptr, text, &size) == ERROR_SUCCESS;
+    return found ? text : L"<absent>";
+}
+
 ServerUnregistered::ServerUnregistered(const std::wstring& exe) : exe_(exe)
 {
     EXPECT_EQ(ChildProcess(exe_, L"/UnregServer").Wait(30000), 0u);

@@ -64,6 +64,9 @@ private:
     const bool had_ = ReadRegValue(key_, name_, &type_, &data_);
 };
 
+// A string value of the 64-bit view; "<absent>" when there is none.
+std::wstring ReadString(HKEY root, const std::wstring& key, const wchar_t* name = nullptr);
+
 // A COM server of the build unregistered for the guard's life (which also
 // ends its running copy), registered again afterwards, as the `servers`
 // fixture left it.

@@ -54,15 +54,6 @@ std::wstring ClassKey(const wchar_t* clsid) { return std::wstring(L"Software\\Cl
 std::wstring InterfaceKey(const wchar_t* iid) { return std::wstring(L"Software\\Classes\\Interface\\") + iid; }
 std::wstring TypeLibKey() { return std::wstring(L"Software\\Classes\\TypeLib\\") + kLibId; }
 
-// A string value of the 64-bit view; "<absent>" when there is none.
-std::wstring ReadString(HKEY root, const std::wstring& key, const wchar_t* name = nullptr)
-{
-    wchar_t text[1024] = {};
-    DWORD size = sizeof text;
-    const bool found = RegGetValueW(root, key.c_str(), name, RRF_RT_REG_SZ, nullptr, text, &size) == ERROR_SUCCESS;
-    return found ? text : L"<absent>";
-}
-
 bool Exists(const std::wstring& path) { return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES; }
 
 // The image of the running process named `exe`; empty when none runs.

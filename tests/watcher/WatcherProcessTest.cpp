@@ -145,15 +145,6 @@ std::wstring RegisteredTypeLibrary()
     return path ? path.get() : L"<none>";
 }
 
-std::wstring DefaultValue(const std::wstring& key)
-{
-    wchar_t text[1024] = {};
-    DWORD size = sizeof text;
-    if (RegGetValueW(HKEY_LOCAL_MACHINE, key.c_str(), nullptr, RRF_RT_REG_SZ, nullptr, text, &size) != ERROR_SUCCESS)
-        return L"<absent>";
-    return text;
-}
-
 // The servers fixture left both servers registered; so does this test. The
 // shared type library stays when the watcher goes, registered from the
 // engine's file.
@@ -173,15 +164,15 @@ TEST(WatcherRegistration, UnregisterRemovesTheClassAndHandsTheTypeLibraryToTheEn
         base::unique_hkey key;
         EXPECT_EQ(RegOpenKeyExW(HKEY_LOCAL_MACHINE, classKey.c_str(), 0, KEY_READ, key.put()), ERROR_FILE_NOT_FOUND);
         EXPECT_EQ(RegisteredTypeLibrary(), kEngineExe);
-        EXPECT_EQ(DefaultValue(marshaler), server::GuidText(IID_ISizeEngine))
+        EXPECT_EQ(ReadString(HKEY_LOCAL_MACHINE, marshaler), server::GuidText(IID_ISizeEngine))
             << "the proxy/stub DLL went with the watcher";
     }
     for (int run = 1; run <= 2; ++run) {
         SCOPED_TRACE(testing::Message() << "/RegServer number " << run);
         ASSERT_EQ(RunServer(kWatcherExe, L"/RegServer"), 0u);
-        EXPECT_EQ(DefaultValue(classKey + L"\\LocalServer32"), L"\"" + kWatcherExe + L"\"");
+        EXPECT_EQ(ReadString(HKEY_LOCAL_MACHINE, classKey + L"\\LocalServer32"), L"\"" + kWatcherExe + L"\"");
         EXPECT_EQ(RegisteredTypeLibrary(), kWatcherExe);
-        EXPECT_EQ(DefaultValue(marshaler), server::GuidText(IID_ISizeEngine));
+        EXPECT_EQ(ReadString(HKEY_LOCAL_MACHINE, marshaler), server::GuidText(IID_ISizeEngine));
     }
 }
 
