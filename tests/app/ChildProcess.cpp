@@ -126,13 +126,13 @@ std::wstring ReadString(HKEY root, const std::wstring& key, const wchar_t* name)
 
 ServerUnregistered::ServerUnregistered(const std::wstring& exe) : exe_(exe)
 {
-    EXPECT_EQ(ChildProcess(exe_, L"/UnregServer").Wait(30000), 0u);
+    EXPECT_EQ(ChildProcess(exe_, L"/UnregServer").Wait(), 0u);
     EXPECT_TRUE(CopiesEnded(exe_, 10000));
 }
 
 ServerUnregistered::~ServerUnregistered()
 {
-    EXPECT_EQ(ChildProcess(exe_, L"/RegServer").Wait(30000), 0u);
+    EXPECT_EQ(ChildProcess(exe_, L"/RegServer").Wait(), 0u);
 }
 
 } // namespace krn::test

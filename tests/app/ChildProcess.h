@@ -25,7 +25,7 @@ public:
 
     bool started() const { return static_cast<bool>(process_); }
     // The exit code, or STILL_ACTIVE when the program did not end in time.
-    DWORD Wait(DWORD timeoutMs);
+    DWORD Wait(DWORD timeoutMs = 30000);
     // The program's visible top-level window of this class and caption (null:
     // any); null when none shows up in time.
     HWND FindWindow(const wchar_t* cls, const wchar_t* caption, DWORD timeoutMs) const;

@@ -33,11 +33,6 @@ const std::wstring kEngineExe = WindowsPath(KRN_SIZE_ENGINE_EXE);
 constexpr DWORD kActedWithinMs = 15000;  // a backstop, not a target
 constexpr wchar_t kWatcherCaption[] = L"Kestrune\u2122 Watcher";
 
-DWORD RunServer(const std::wstring& exe, const wchar_t* arguments)
-{
-    return ChildProcess(exe, arguments).Wait(30000);
-}
-
 // The watcher's message box, once it shows (it exists before its buttons
 // are settled).
 HWND WatcherBox()
@@ -123,13 +118,11 @@ TEST_F(WatcherTest, OneCopyServesHoweverItIsStarted)
     for (const bool afterMutex : {false, true}) {
         SCOPED_TRACE(afterMutex ? "activated once the mutex is taken" : "activated at once");
         ChildProcess watcher(kWatcherExe, L"");
-        if (afterMutex) {
-            EXPECT_TRUE(PumpUntil(WatcherRunning, 10000));
-        }
+        EXPECT_TRUE(!afterMutex || PumpUntil(WatcherRunning, 10000)) << "no mutex";
         base::com_ptr<IWatcherControl> control;
         EXPECT_EQ(CreateWatcher(control), S_OK);
         EXPECT_TRUE(PumpUntil([] { return RunningCopies(kWatcherExe).size() == 1; }, 10000)) << "the other copy did not end";
-        EXPECT_EQ(RunServer(kWatcherExe, L""), DWORD(kWatcherAlreadyRunning));
+        EXPECT_EQ(ChildProcess(kWatcherExe, L"").Wait(), DWORD(kWatcherAlreadyRunning));
         EXPECT_EQ(State(control.get()), KRN_WATCHER_IDLE) << "the first copy still answers";
         // Ended by Disable, never killed: Wine would keep a dead copy's class.
         StopWatcher();
@@ -158,7 +151,7 @@ TEST(WatcherRegistration, UnregisterRemovesTheClassAndHandsTheTypeLibraryToTheEn
         L"Software\\Classes\\Interface\\" + server::GuidText(IID_ISizeEngine) + L"\\ProxyStubClsid32";
     for (int run = 1; run <= 2; ++run) {
         SCOPED_TRACE(testing::Message() << "/UnregServer number " << run);
-        EXPECT_EQ(RunServer(kWatcherExe, L"/UnregServer"), 0u);
+        EXPECT_EQ(ChildProcess(kWatcherExe, L"/UnregServer").Wait(), 0u);
         base::com_ptr<IWatcherControl> control;
         EXPECT_EQ(CreateWatcher(control), REGDB_E_CLASSNOTREG);
         base::unique_hkey key;
@@ -169,7 +162,7 @@ TEST(WatcherRegistration, UnregisterRemovesTheClassAndHandsTheTypeLibraryToTheEn
     }
     for (int run = 1; run <= 2; ++run) {
         SCOPED_TRACE(testing::Message() << "/RegServer number " << run);
-        ASSERT_EQ(RunServer(kWatcherExe, L"/RegServer"), 0u);
+        ASSERT_EQ(ChildProcess(kWatcherExe, L"/RegServer").Wait(), 0u);
         EXPECT_EQ(ReadString(HKEY_LOCAL_MACHINE, classKey + L"\\LocalServer32"), L"\"" + kWatcherExe + L"\"");
         EXPECT_EQ(RegisteredTypeLibrary(), kWatcherExe);
         EXPECT_EQ(ReadString(HKEY_LOCAL_MACHINE, marshaler), server::GuidText(IID_ISizeEngine));
@@ -333,7 +326,7 @@ TEST(ServerEnd, ClientCallingInALoopFailsAndTheServerEndsCleanly)
         if (c.clsid == CLSID_WatcherControl)
             EXPECT_EQ(static_cast<IWatcherControl*>(object.get())->Disable(), S_OK);
         else
-            EXPECT_EQ(RunServer(c.exe, L"/UnregServer"), 0u);
+            EXPECT_EQ(ChildProcess(c.exe, L"/UnregServer").Wait(), 0u);
         object.reset();
         ASSERT_EQ(WaitForSingleObject(process.get(), kActedWithinMs), WAIT_OBJECT_0) << "the server did not end";
         DWORD exitCode = STILL_ACTIVE;
@@ -343,7 +336,7 @@ TEST(ServerEnd, ClientCallingInALoopFailsAndTheServerEndsCleanly)
         EXPECT_TRUE(FAILED(last.load())) << std::hex << last.load();
         EXPECT_TRUE(RunningCopies(c.exe).empty()) << "a copy of the server is left";
         EXPECT_FALSE(WatcherRunning());
-        EXPECT_EQ(RunServer(c.exe, L"/RegServer"), 0u);
+        EXPECT_EQ(ChildProcess(c.exe, L"/RegServer").Wait(), 0u);
     }
 }
 
