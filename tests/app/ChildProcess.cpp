@@ -1,5 +1,6 @@
 #include "ChildProcess.h"
 
+#include "idl/PresenceMutex.h"
 #include "support/Gui.h"
 
 #include <gtest/gtest.h>
@@ -54,36 +55,84 @@ HWND ChildProcess::FindWindow(const wchar_t* cls, const wchar_t* caption, DWORD 
     return found;
 }
 
+std::vector<DWORD> RunningCopies(const std::wstring& exe)
+{
+    const std::wstring name = exe.substr(exe.rfind(L'\\') + 1);  // npos + 1: the whole name
+    std::vector<DWORD> ids;
+    const base::unique_kernel_handle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
+    PROCESSENTRY32W entry{sizeof entry};
+    for (BOOL more = Process32FirstW(snapshot.get(), &entry); more; more = Process32NextW(snapshot.get(), &entry))
+        if (_wcsicmp(entry.szExeFile, name.c_str()) == 0)
+            ids.push_back(entry.th32ProcessID);
+    return ids;
+}
+
+HRESULT CreateWatcher(base::com_ptr<IWatcherControl>& control)
+{
+    return CoCreateInstance(CLSID_WatcherControl, nullptr, CLSCTX_LOCAL_SERVER, IID_IWatcherControl,
+                            control.put_void());
+}
+
+LONG State(IWatcherControl* control)
+{
+    LONG state = -1;
+    EXPECT_EQ(control->GetState(&state), S_OK);
+    return state;
+}
+
+bool WatcherRunning()
+{
+    return static_cast<bool>(base::unique_kernel_handle(OpenMutexW(SYNCHRONIZE, FALSE, kWatcherMutexName)));
+}
+
+void StopWatcher(DWORD timeoutMs)
+{
+    base::com_ptr<IWatcherControl> control;
+    if (WatcherRunning() && SUCCEEDED(CreateWatcher(control)))
+        control->Disable();
+    EXPECT_TRUE(PumpUntil([] { return !WatcherRunning(); }, timeoutMs)) << "the watcher did not end";
+}
+
 // Waits up to `timeoutMs` for every running copy of `exe` to end; false when
 // one still runs.
 static bool CopiesEnded(const std::wstring& exe, DWORD timeoutMs)
 {
     const ULONGLONG deadline = GetTickCount64() + timeoutMs;
-    const base::unique_kernel_handle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
-    PROCESSENTRY32W entry{sizeof entry};
-    for (BOOL more = Process32FirstW(snapshot.get(), &entry); more; more = Process32NextW(snapshot.get(), &entry)) {
-        const base::unique_kernel_handle process(
-            OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION | SYNCHRONIZE, FALSE, entry.th32ProcessID));
-        wchar_t image[MAX_PATH] = {};
-        DWORD length = MAX_PATH;
+    for (const DWORD id : RunningCopies(exe)) {
+        const base::unique_kernel_handle process(OpenProcess(SYNCHRONIZE, FALSE, id));
         const ULONGLONG now = GetTickCount64();
-        if (process && QueryFullProcessImageNameW(process.get(), 0, image, &length) &&
-            lstrcmpiW(image, exe.c_str()) == 0 &&
-            WaitForSingleObject(process.get(), static_cast<DWORD>(deadline > now ? deadline - now : 0)) != WAIT_OBJECT_0)
+        if (process && WaitForSingleObject(process.get(), static_cast<DWORD>(deadline > now ? deadline - now : 0)) !=
+                           WAIT_OBJECT_0)
             return false;
     }
     return true;
 }
 
+RegValueGuard::~RegValueGuard()
+{
+    if (had_)
+        WriteRegBinary(key_, name_, type_, data_.data(), DWORD(data_.size()));
+    else
+        RegDeleteKeyValueW(HKEY_CURRENT_USER, key_, name_);
+}
+
+std::wstring ReadString(HKEY root, const std::wstring& key, const wchar_t* name)
+{
+    wchar_t text[1024] = {};
+    DWORD size = sizeof text;
+    const bool found = RegGetValueW(root, key.c_str(), name, RRF_RT_REG_SZ, nullptr, text, &size) == ERROR_SUCCESS;
+    return found ? text : L"<absent>";
+}
+
 ServerUnregistered::ServerUnregistered(const std::wstring& exe) : exe_(exe)
 {
-    EXPECT_EQ(ChildProcess(exe_, L"/UnregServer").Wait(30000), 0u);
+    EXPECT_EQ(ChildProcess(exe_, L"/UnregServer").Wait(), 0u);
     EXPECT_TRUE(CopiesEnded(exe_, 10000));
 }
 
 ServerUnregistered::~ServerUnregistered()
 {
-    EXPECT_EQ(ChildProcess(exe_, L"/RegServer").Wait(30000), 0u);
+    EXPECT_EQ(ChildProcess(exe_, L"/RegServer").Wait(), 0u);
 }
 
 } // namespace krn::test

@@ -7,7 +7,6 @@
 #include "Kestrune.h"
 #include "base/Com.h"
 #include "base/Handles.h"
-#include "idl/PresenceMutex.h"
 #include "server/ServerModule.h"
 #include "support/Gui.h"
 #include "support/Scratch.h"
@@ -16,7 +15,6 @@
 
 #include <msi.h>
 #include <shlobj.h>
-#include <tlhelp32.h>
 
 #include <filesystem>
 #include <string>
@@ -56,31 +54,13 @@ std::wstring ClassKey(const wchar_t* clsid) { return std::wstring(L"Software\\Cl
 std::wstring InterfaceKey(const wchar_t* iid) { return std::wstring(L"Software\\Classes\\Interface\\") + iid; }
 std::wstring TypeLibKey() { return std::wstring(L"Software\\Classes\\TypeLib\\") + kLibId; }
 
-// A string value of the 64-bit view; "<absent>" when there is none.
-std::wstring ReadString(HKEY root, const std::wstring& key, const wchar_t* name = nullptr)
-{
-    wchar_t text[1024] = {};
-    DWORD size = sizeof text;
-    const bool found = RegGetValueW(root, key.c_str(), name, RRF_RT_REG_SZ, nullptr, text, &size) == ERROR_SUCCESS;
-    return found ? text : L"<absent>";
-}
-
 bool Exists(const std::wstring& path) { return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES; }
-
-bool WatcherRunning()
-{
-    return static_cast<bool>(base::unique_kernel_handle(OpenMutexW(SYNCHRONIZE, FALSE, krn::kWatcherMutexName)));
-}
 
 // The image of the running process named `exe`; empty when none runs.
 std::wstring RunningImage(const wchar_t* exe)
 {
-    base::unique_kernel_handle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
-    PROCESSENTRY32W entry{sizeof entry};
-    for (BOOL more = Process32FirstW(snapshot.get(), &entry); more; more = Process32NextW(snapshot.get(), &entry)) {
-        if (_wcsicmp(entry.szExeFile, exe) != 0)
-            continue;
-        base::unique_kernel_handle process(OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, entry.th32ProcessID));
+    for (const DWORD id : RunningCopies(exe)) {
+        const base::unique_kernel_handle process(OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, id));
         wchar_t image[MAX_PATH] = {};
         DWORD size = MAX_PATH;
         if (process && QueryFullProcessImageNameW(process.get(), 0, image, &size))
@@ -162,7 +142,7 @@ protected:
     void TearDown() override
     {
         RegDeleteKeyValueW(HKEY_CURRENT_USER, kRunKey, L"Kestrune");
-        EndWatcher();
+        StopWatcher(kTimeout);
         server::RequestEnd(CLSID_SizeEngine);
     }
 
@@ -179,17 +159,6 @@ protected:
         PumpUntil([&] { return !IsWindow(properties); }, kTimeout);
         PostMessageW(main, WM_COMMAND, IDCANCEL, 0);
         EXPECT_EQ(program.Wait(kTimeout), 2u);
-    }
-
-    static void EndWatcher()
-    {
-        if (!WatcherRunning())
-            return;
-        base::com_ptr<IWatcherControl> control;
-        if (SUCCEEDED(CoCreateInstance(CLSID_WatcherControl, nullptr, CLSCTX_LOCAL_SERVER, IID_IWatcherControl,
-                                       control.put_void())))
-            control->Disable();
-        PumpUntil([] { return !WatcherRunning(); }, kTimeout);
     }
 };
 
@@ -219,9 +188,7 @@ TEST_F(InstalledWatcher, RunValueStartsTheWatcherAndACrossingIsLogged)
     EXPECT_EQ(RunningImage(L"KRN Watcher.exe"), Installed(L"KRN Watcher.exe"));
     // Activated while it may still be starting: it serves at the first attempt.
     base::com_ptr<IWatcherControl> control;
-    ASSERT_EQ(CoCreateInstance(CLSID_WatcherControl, nullptr, CLSCTX_LOCAL_SERVER, IID_IWatcherControl,
-                               control.put_void()),
-              S_OK);
+    ASSERT_EQ(CreateWatcher(control), S_OK);
 
     WriteFileBytes(folder + L"\\grown.bin", std::string(2048, 'x'));
     const auto log = [] { return Exists(UserLog()) ? ReadFileBytes(UserLog()) : std::string(); };

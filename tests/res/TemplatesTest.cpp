@@ -121,13 +121,9 @@ TEST(Templates, KeepTheLayoutRules)
             const DWORD style = static_cast<DWORD>(GetWindowLongW(window, GWL_STYLE));
             SCOPED_TRACE("tab position " + std::to_string(i) + ", control " + std::to_string(control));
             EXPECT_EQ((style & WS_TABSTOP) != 0, className != L"Static") << "tab stop";
-            if (className == L"Edit") {
-                EXPECT_NE(style & ES_AUTOHSCROLL, 0u) << "scrolls";
-            }
+            EXPECT_TRUE(className != L"Edit" || (style & ES_AUTOHSCROLL)) << "scrolls";
             const DWORD picture = text[0] == L'#' ? style & SS_TYPEMASK : 0;
-            if (picture == SS_ICON) {
-                EXPECT_TRUE(SendMessageW(window, STM_GETICON, 0, 0)) << "icon";
-            }
+            EXPECT_TRUE(picture != SS_ICON || SendMessageW(window, STM_GETICON, 0, 0)) << "icon";
             if (picture == SS_BITMAP) {
                 BITMAP shown{};
                 GetObjectW(reinterpret_cast<HBITMAP>(SendMessageW(window, STM_GETIMAGE, IMAGE_BITMAP, 0)),

@@ -211,19 +211,29 @@ void DialogDriver::Tick()
     }
 }
 
+std::string Utf8(const std::wstring& text)
+{
+    std::string bytes(text.size() * 3, '\0');  // UTF-8 takes at most 3 bytes for a UTF-16 unit
+    bytes.resize(WideCharToMultiByte(CP_UTF8, 0, text.data(), int(text.size()), bytes.data(), int(bytes.size()),
+                                     nullptr, nullptr));
+    return bytes;
+}
+
+std::wstring Wide(const std::string& utf8)
+{
+    std::wstring text(utf8.size(), L'\0');
+    text.resize(MultiByteToWideChar(CP_UTF8, 0, utf8.data(), int(utf8.size()), text.data(), int(text.size())));
+    return text;
+}
+
 std::string DialogDriver::Report() const
 {
     std::string report;
-    auto narrow = [](const std::wstring& w) {
-        std::string s(w.size() * 3, '\0');  // UTF-8 takes at most 3 bytes for a UTF-16 unit
-        s.resize(WideCharToMultiByte(CP_UTF8, 0, w.data(), int(w.size()), s.data(), int(s.size()), nullptr, nullptr));
-        return s;
-    };
     for (const auto& f : failures_)
-        report += narrow(f) + "\n";
+        report += Utf8(f) + "\n";
     if (next_ < steps_.size())
         report += "steps not reached: " + std::to_string(steps_.size() - next_) + ", next \"" +
-                  narrow(steps_[next_].caption) + "\"\n";
+                  Utf8(steps_[next_].caption) + "\"\n";
     return report;
 }
 

@@ -18,6 +18,8 @@ namespace krn::test {
 bool PumpUntil(const std::function<bool()>& done, DWORD timeoutMs = 5000);
 
 std::wstring WindowText(HWND window);
+std::string Utf8(const std::wstring& text);
+std::wstring Wide(const std::string& utf8);
 std::wstring ClassName(HWND window);
 
 // What a message box shows.

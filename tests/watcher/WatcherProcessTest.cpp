@@ -4,7 +4,6 @@
 // real size engine. Every wait is for a condition; the decisions themselves
 // are WatchCoreTest's.
 #include <windows.h>
-#include <tlhelp32.h>
 
 #include <gtest/gtest.h>
 
@@ -34,72 +33,12 @@ const std::wstring kEngineExe = WindowsPath(KRN_SIZE_ENGINE_EXE);
 constexpr DWORD kActedWithinMs = 15000;  // a backstop, not a target
 constexpr wchar_t kWatcherCaption[] = L"Kestrune\u2122 Watcher";
 
-bool MutexExists()
-{
-    return static_cast<bool>(base::unique_kernel_handle(OpenMutexW(SYNCHRONIZE, FALSE, kWatcherMutexName)));
-}
-
-// The running copies of a server.
-std::vector<DWORD> Processes(const std::wstring& exe)
-{
-    const std::wstring name = exe.substr(exe.rfind(L'\\') + 1);
-    std::vector<DWORD> ids;
-    base::unique_kernel_handle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
-    PROCESSENTRY32W entry{sizeof entry};
-    for (BOOL more = Process32FirstW(snapshot.get(), &entry); more; more = Process32NextW(snapshot.get(), &entry))
-        if (_wcsicmp(entry.szExeFile, name.c_str()) == 0)
-            ids.push_back(entry.th32ProcessID);
-    return ids;
-}
-
-HRESULT Create(base::com_ptr<IWatcherControl>& control)
-{
-    return CoCreateInstance(CLSID_WatcherControl, nullptr, CLSCTX_LOCAL_SERVER, IID_IWatcherControl,
-                            control.put_void());
-}
-
-LONG State(IWatcherControl* control)
-{
-    LONG state = -1;
-    EXPECT_EQ(control->GetState(&state), S_OK);
-    return state;
-}
-
-// A watcher outlives a test that failed: every test starts and ends with none.
-void StopWatcher()
-{
-    base::com_ptr<IWatcherControl> control;
-    if (MutexExists() && SUCCEEDED(Create(control)))
-        control->Disable();
-    EXPECT_TRUE(PumpUntil([] { return !MutexExists(); })) << "the watcher did not end";
-}
-
-DWORD RunServer(const std::wstring& exe, const wchar_t* arguments)
-{
-    return ChildProcess(exe, arguments).Wait(30000);
-}
-
 // The watcher's message box, once it shows (it exists before its buttons
 // are settled).
 HWND WatcherBox()
 {
     const HWND box = FindWindowW(L"#32770", kWatcherCaption);
     return box && IsWindowVisible(box) ? box : nullptr;
-}
-
-std::string Utf8(const std::wstring& text)
-{
-    std::string bytes(text.size() * 3, '\0');
-    bytes.resize(WideCharToMultiByte(CP_UTF8, 0, text.data(), int(text.size()), bytes.data(), int(bytes.size()),
-                                     nullptr, nullptr));
-    return bytes;
-}
-
-std::wstring Wide(const std::string& bytes)
-{
-    std::wstring text(bytes.size(), L'\0');
-    text.resize(MultiByteToWideChar(CP_UTF8, 0, bytes.data(), int(bytes.size()), text.data(), int(text.size())));
-    return text;
 }
 
 std::vector<std::string> LogLines(const std::wstring& log)
@@ -110,27 +49,6 @@ std::vector<std::string> LogLines(const std::wstring& log)
         lines.push_back(line);
     return lines;
 }
-
-// Puts a value of the prefix's HKEY_CURRENT_USER back as it was found (or
-// removes it when there was none).
-class RegValueGuard {
-public:
-    RegValueGuard(const wchar_t* key, const wchar_t* name) : key_(key), name_(name) {}
-    ~RegValueGuard()
-    {
-        if (had_)
-            WriteRegBinary(key_, name_, type_, data_.data(), DWORD(data_.size()));
-        else
-            RegDeleteKeyValueW(HKEY_CURRENT_USER, key_, name_);
-    }
-
-private:
-    const wchar_t* key_;
-    const wchar_t* name_;
-    DWORD type_ = 0;
-    std::string data_;
-    const bool had_ = ReadRegValue(key_, name_, &type_, &data_);
-};
 
 class WatcherTest : public testing::Test {
 protected:
@@ -200,13 +118,11 @@ TEST_F(WatcherTest, OneCopyServesHoweverItIsStarted)
     for (const bool afterMutex : {false, true}) {
         SCOPED_TRACE(afterMutex ? "activated once the mutex is taken" : "activated at once");
         ChildProcess watcher(kWatcherExe, L"");
-        if (afterMutex) {
-            EXPECT_TRUE(PumpUntil(MutexExists, 10000));
-        }
+        EXPECT_TRUE(!afterMutex || PumpUntil(WatcherRunning, 10000)) << "no mutex";
         base::com_ptr<IWatcherControl> control;
-        EXPECT_EQ(Create(control), S_OK);
-        EXPECT_TRUE(PumpUntil([] { return Processes(kWatcherExe).size() == 1; }, 10000)) << "the other copy did not end";
-        EXPECT_EQ(RunServer(kWatcherExe, L""), DWORD(kWatcherAlreadyRunning));
+        EXPECT_EQ(CreateWatcher(control), S_OK);
+        EXPECT_TRUE(PumpUntil([] { return RunningCopies(kWatcherExe).size() == 1; }, 10000)) << "the other copy did not end";
+        EXPECT_EQ(ChildProcess(kWatcherExe, L"").Wait(), DWORD(kWatcherAlreadyRunning));
         EXPECT_EQ(State(control.get()), KRN_WATCHER_IDLE) << "the first copy still answers";
         // Ended by Disable, never killed: Wine would keep a dead copy's class.
         StopWatcher();
@@ -222,15 +138,6 @@ std::wstring RegisteredTypeLibrary()
     return path ? path.get() : L"<none>";
 }
 
-std::wstring DefaultValue(const std::wstring& key)
-{
-    wchar_t text[1024] = {};
-    DWORD size = sizeof text;
-    if (RegGetValueW(HKEY_LOCAL_MACHINE, key.c_str(), nullptr, RRF_RT_REG_SZ, nullptr, text, &size) != ERROR_SUCCESS)
-        return L"<absent>";
-    return text;
-}
-
 // The servers fixture left both servers registered; so does this test. The
 // shared type library stays when the watcher goes, registered from the
 // engine's file.
@@ -244,21 +151,21 @@ TEST(WatcherRegistration, UnregisterRemovesTheClassAndHandsTheTypeLibraryToTheEn
         L"Software\\Classes\\Interface\\" + server::GuidText(IID_ISizeEngine) + L"\\ProxyStubClsid32";
     for (int run = 1; run <= 2; ++run) {
         SCOPED_TRACE(testing::Message() << "/UnregServer number " << run);
-        EXPECT_EQ(RunServer(kWatcherExe, L"/UnregServer"), 0u);
+        EXPECT_EQ(ChildProcess(kWatcherExe, L"/UnregServer").Wait(), 0u);
         base::com_ptr<IWatcherControl> control;
-        EXPECT_EQ(Create(control), REGDB_E_CLASSNOTREG);
+        EXPECT_EQ(CreateWatcher(control), REGDB_E_CLASSNOTREG);
         base::unique_hkey key;
         EXPECT_EQ(RegOpenKeyExW(HKEY_LOCAL_MACHINE, classKey.c_str(), 0, KEY_READ, key.put()), ERROR_FILE_NOT_FOUND);
         EXPECT_EQ(RegisteredTypeLibrary(), kEngineExe);
-        EXPECT_EQ(DefaultValue(marshaler), server::GuidText(IID_ISizeEngine))
+        EXPECT_EQ(ReadString(HKEY_LOCAL_MACHINE, marshaler), server::GuidText(IID_ISizeEngine))
             << "the proxy/stub DLL went with the watcher";
     }
     for (int run = 1; run <= 2; ++run) {
         SCOPED_TRACE(testing::Message() << "/RegServer number " << run);
-        ASSERT_EQ(RunServer(kWatcherExe, L"/RegServer"), 0u);
-        EXPECT_EQ(DefaultValue(classKey + L"\\LocalServer32"), L"\"" + kWatcherExe + L"\"");
+        ASSERT_EQ(ChildProcess(kWatcherExe, L"/RegServer").Wait(), 0u);
+        EXPECT_EQ(ReadString(HKEY_LOCAL_MACHINE, classKey + L"\\LocalServer32"), L"\"" + kWatcherExe + L"\"");
         EXPECT_EQ(RegisteredTypeLibrary(), kWatcherExe);
-        EXPECT_EQ(DefaultValue(marshaler), server::GuidText(IID_ISizeEngine));
+        EXPECT_EQ(ReadString(HKEY_LOCAL_MACHINE, marshaler), server::GuidText(IID_ISizeEngine));
     }
 }
 
@@ -283,7 +190,7 @@ TEST_F(WatcherTest, OneCrossingEndToEnd)
               "<MsgBox/><AddToLog/><Run Path=\"&quot;" + Utf8(script) +
                   "&quot;\" Params=\"&quot;%currentdir%&quot; crossed\"/>",
               R"(<Max Value="6" Units="KB" Msg=""/>)");
-    ASSERT_EQ(Create(control_), S_OK);
+    ASSERT_EQ(CreateWatcher(control_), S_OK);
     EXPECT_TRUE(Logged("\t" + Utf8(folder) + "\tReaches its maximum (6.00 KB) in about 2 days.\r"))
         << ReadFileBytes(log_);
     WriteFileBytes(folder + L"\\big.bin", std::string(2048, 'x'));
@@ -344,7 +251,7 @@ TEST_F(WatcherTest, EventLogGetsCrossingsReturnsAndFailedActions)
     SetEnvironmentVariableW(L"WINEDEBUG", L"+eventlog");
     const ChildProcess watcher(kWatcherExe, L"");
     SetEnvironmentVariableW(L"WINEDEBUG", before);
-    EXPECT_TRUE(PumpUntil(MutexExists, kActedWithinMs));
+    EXPECT_TRUE(PumpUntil(WatcherRunning, kActedWithinMs));
     const auto traced = [&](const std::wstring& record) {
         return PumpUntil([&] { return std::ranges::count(TracedRecords(trace), record) > 0; }, kActedWithinMs);
     };
@@ -368,13 +275,13 @@ TEST_F(WatcherTest, AFolderOnSlowStorageHoldsNeitherTheOthersNorTheEnd)
     const std::wstring fast = scratch_ / L"fast";
     std::filesystem::create_directories(fast);
     Configure({storage.slow(), fast}, "<AddToLog/>");
-    ASSERT_EQ(Create(control_), S_OK);
+    ASSERT_EQ(CreateWatcher(control_), S_OK);
     ASSERT_EQ(State(control_.get()), KRN_WATCHER_WATCHING);
     WriteFileBytes(fast + L"\\big.bin", std::string(2048, 'x'));
     EXPECT_TRUE(Logged("\tLimit 1.00 KB\r")) << "the slow folder held the other";
     EXPECT_EQ(control_->Disable(), S_OK);
     control_.reset();
-    EXPECT_TRUE(PumpUntil([] { return !MutexExists(); })) << "the slow folder held the end";
+    EXPECT_TRUE(PumpUntil([] { return !WatcherRunning(); })) << "the slow folder held the end";
 }
 
 // Ending a server while another client calls it in a loop (the watcher by
@@ -411,7 +318,7 @@ TEST(ServerEnd, ClientCallingInALoopFailsAndTheServerEndsCleanly)
         });
         ASSERT_TRUE(PumpUntil([&] { return calls >= 20 || ended.load(); }, kActedWithinMs));
         ASSERT_FALSE(ended) << "the client's calls failed before the end: 0x" << std::hex << last.load();
-        const std::vector<DWORD> running = Processes(c.exe);
+        const std::vector<DWORD> running = RunningCopies(c.exe);
         ASSERT_EQ(running.size(), 1u) << "both activations reach the same copy";
         const base::unique_kernel_handle process(
             OpenProcess(SYNCHRONIZE | PROCESS_QUERY_LIMITED_INFORMATION, FALSE, running[0]));
@@ -419,7 +326,7 @@ TEST(ServerEnd, ClientCallingInALoopFailsAndTheServerEndsCleanly)
         if (c.clsid == CLSID_WatcherControl)
             EXPECT_EQ(static_cast<IWatcherControl*>(object.get())->Disable(), S_OK);
         else
-            EXPECT_EQ(RunServer(c.exe, L"/UnregServer"), 0u);
+            EXPECT_EQ(ChildProcess(c.exe, L"/UnregServer").Wait(), 0u);
         object.reset();
         ASSERT_EQ(WaitForSingleObject(process.get(), kActedWithinMs), WAIT_OBJECT_0) << "the server did not end";
         DWORD exitCode = STILL_ACTIVE;
@@ -427,9 +334,9 @@ TEST(ServerEnd, ClientCallingInALoopFailsAndTheServerEndsCleanly)
         EXPECT_EQ(exitCode, 0u);
         EXPECT_TRUE(PumpUntil([&] { return ended.load(); }, kActedWithinMs)) << "the client's call hangs";
         EXPECT_TRUE(FAILED(last.load())) << std::hex << last.load();
-        EXPECT_TRUE(Processes(c.exe).empty()) << "a copy of the server is left";
-        EXPECT_FALSE(MutexExists());
-        EXPECT_EQ(RunServer(c.exe, L"/RegServer"), 0u);
+        EXPECT_TRUE(RunningCopies(c.exe).empty()) << "a copy of the server is left";
+        EXPECT_FALSE(WatcherRunning());
+        EXPECT_EQ(ChildProcess(c.exe, L"/RegServer").Wait(), 0u);
     }
 }
 

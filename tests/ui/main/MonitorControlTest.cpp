@@ -12,10 +12,10 @@
 #include "base/Handles.h"
 #include "config/Locations.h"
 #include "support/History.h"
-#include "idl/PresenceMutex.h"
 #include "support/SlowStorage.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace {
 
@@ -23,27 +23,6 @@ using namespace krn::test;
 using krn::MonitorControl;
 
 constexpr wchar_t kShellFolders[] = L"Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders";
-
-bool WatcherRunning()
-{
-    return base::unique_kernel_handle(OpenMutexW(SYNCHRONIZE, FALSE, krn::kWatcherMutexName)).get() != nullptr;
-}
-
-base::com_ptr<IWatcherControl> Watcher()
-{
-    base::com_ptr<IWatcherControl> watcher;
-    CoCreateInstance(CLSID_WatcherControl, nullptr, CLSCTX_LOCAL_SERVER, IID_IWatcherControl, watcher.put_void());
-    return watcher;
-}
-
-// Ends a watcher left running by anything before, and waits for its mutex to go.
-void StopWatcher()
-{
-    if (WatcherRunning())
-        if (const auto watcher = Watcher())
-            watcher->Disable();
-    PumpUntil([] { return !WatcherRunning(); }, 10000);
-}
 
 // The watcher reads the prefix's own HKEY_CURRENT_USER: while a test runs, its
 // AppData folder is the test's, and the value found is put back afterwards.
@@ -53,19 +32,14 @@ protected:
     {
         StopWatcher();
         InRealHkcu([&] {
-            hadAppData_ = ReadRegValue(kShellFolders, L"AppData", &appDataType_, &appData_);
+            appData_.emplace(kShellFolders, L"AppData");
             WriteRegString(kShellFolders, L"AppData", scratch.appData());
         });
     }
     void TearDown() override
     {
         StopWatcher();
-        InRealHkcu([&] {
-            if (hadAppData_)
-                WriteRegBinary(kShellFolders, L"AppData", appDataType_, appData_.data(), DWORD(appData_.size()));
-            else
-                RegDeleteKeyValueW(HKEY_CURRENT_USER, kShellFolders, L"AppData");
-        });
+        InRealHkcu([&] { appData_.reset(); });
     }
     void InRealHkcu(const std::function<void()>& act) const
     {
@@ -102,9 +76,7 @@ protected:
     }
 
     TempFolder counted;
-    bool hadAppData_ = false;
-    DWORD appDataType_ = 0;
-    std::string appData_;
+    std::optional<RegValueGuard> appData_;
 };
 
 // Apply saves without starting a watcher. On: a click starts the watcher
@@ -138,15 +110,12 @@ TEST_F(MonitorControlTest, SwitchingOnAndOffAsksBeforeDisablingAndApplyReloadsAR
     ASSERT_TRUE(RefreshUntil([&] { return Status() == L"Active"; }));
     EXPECT_TRUE(LinkShows(RGB(0x00, 0x64, 0x00))) << "dark green";
     {
-        const auto watcher = Watcher();
-        ASSERT_TRUE(watcher);
-        LONG state = -1;
-        EXPECT_EQ(watcher->GetState(&state), S_OK);
-        EXPECT_EQ(state, KRN_WATCHER_WATCHING) << "the saved file's one folder";
+        base::com_ptr<IWatcherControl> watcher;
+        ASSERT_EQ(CreateWatcher(watcher), S_OK);
+        EXPECT_EQ(State(watcher.get()), KRN_WATCHER_WATCHING) << "the saved file's one folder";
         DeleteRow(0);
         Command(IDC_APPLY);
-        EXPECT_EQ(watcher->GetState(&state), S_OK);
-        EXPECT_EQ(state, KRN_WATCHER_IDLE) << "the watcher did not read the file Apply saved";
+        EXPECT_EQ(State(watcher.get()), KRN_WATCHER_IDLE) << "the watcher did not read the file Apply saved";
     }
     AnswerDisable(IDYES);
     EXPECT_EQ(Status(), L"Please wait ...");
