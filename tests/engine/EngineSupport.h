@@ -54,10 +54,8 @@ inline void RemoveTree(const std::wstring& path)
             const std::wstring child = folder + L"\\" + name;
             if ((entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) && !(entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT))
                 RemoveTree(child);
-            else if (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)
+            else if (!DeleteFileW(child.c_str()))  // a link to a folder
                 RemoveDirectoryW(child.c_str());
-            else
-                DeleteFileW(child.c_str());
         } while (FindNextFileW(find, &entry));
         FindClose(find);
     }

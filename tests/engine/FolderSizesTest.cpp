@@ -18,16 +18,10 @@ namespace {
 
 using namespace engine;
 
-struct PathCase {
-    std::wstring name;
-    DWORD error;
-    std::wstring path;  // when error is 0
-};
-
 TEST(FolderPath, AbsoluteNamesBecomeVerbatimAndEverythingElseIsRefused)
 {
     const std::wstring deep = L"C:\\" + std::wstring(300, L'd') + L"\\" + std::wstring(200, L'e');
-    const PathCase cases[] = {
+    const std::tuple<std::wstring, DWORD, std::wstring> cases[] = {  // name, error, path when error is 0
         {L"C:\\data", 0, L"\\\\?\\C:\\data"},
         {L"c:/data/sub/", 0, L"\\\\?\\c:\\data\\sub"},
         {L"C:\\data\\.\\x\\..\\sub\\\\", 0, L"\\\\?\\C:\\data\\sub"},
@@ -57,16 +51,12 @@ TEST(FolderPath, AbsoluteNamesBecomeVerbatimAndEverythingElseIsRefused)
         {L"C:\\" + std::wstring(32000, L'x'), 0, L"\\\\?\\C:\\" + std::wstring(32000, L'x')},
         {L"C:\\" + std::wstring(32765, L'x'), ERROR_FILENAME_EXCED_RANGE, L""},
     };
-    for (const PathCase& c : cases) {
+    for (const auto& [name, error, expected] : cases) {
         std::wstring path = L"left over";
-        const std::wstring shown = c.name.substr(0, 60);
-        EXPECT_EQ(engine::MakeFolderPath(c.name, path), c.error) << shown;
-        EXPECT_EQ(path, c.path) << shown;
+        EXPECT_EQ(engine::MakeFolderPath(name, path), error) << name.substr(0, 60);
+        EXPECT_EQ(path, expected) << name.substr(0, 60);
     }
-}
-
-TEST(FolderPath, NamesCompareWithoutCase)
-{
+    // Names compare without case.
     EXPECT_TRUE(engine::EqualNoCase(L"C:\\Data\\Ärger", L"c:\\DATA\\äRGER"));
     EXPECT_FALSE(engine::EqualNoCase(L"C:\\Data", L"C:\\Data2"));
     EXPECT_TRUE(engine::NoCaseLess{}(L"apple", L"Banana"));
@@ -147,6 +137,17 @@ TEST_F(FolderSizesTest, CountsEveryReadableFileBelowTheFolderOnce)
     Totals none{7, 7};
     EXPECT_EQ(sizes.GetTotals(tree / L"locked", none), static_cast<DWORD>(ERROR_SHARING_VIOLATION));
     EXPECT_EQ(none.bytes, 0u);
+    // A scan's root error is its own folder's listing, never that of a folder below it.
+    storage::WorkerPool pool;
+    for (const auto& [folder, expected] : {std::pair{tree.path(), 0ul}, {tree / L"locked", ERROR_SHARING_VIOLATION}}) {
+        const base::unique_kernel_handle done(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+        DWORD error = 0;
+        const auto scan = engine::TreeScan::Start(pool, 1, Verbatim(folder), false,
+                                                  [&](engine::TreeScan&) { SetEvent(done.get()); }, error);
+        ASSERT_TRUE(scan) << error;
+        ASSERT_EQ(WaitForSingleObject(done.get(), 10000), WAIT_OBJECT_0) << folder;
+        EXPECT_EQ(scan->RootError(), expected) << folder;
+    }
 }
 
 TEST_F(FolderSizesTest, TheTotalFollowsFilesAndFoldersWithinTwoSeconds)
@@ -194,9 +195,8 @@ TEST_F(FolderSizesTest, LostNotificationsMeanAFreshScan)
     options.watch.bufferBytes = 256;  // a few notifications at most
     FolderSizes small(options);
     MakeTree(tree.path());
+    ASSERT_EQ(Complete(small, tree.path()), kTreeTotals);
     Totals totals;
-    ASSERT_EQ(small.GetTotals(tree.path(), totals), 0u);
-    ASSERT_TRUE(PumpUntil([&] { return small.GetTotals(tree.path(), totals) == 0 && totals == kTreeTotals; }, 10000));
     MakeFolder(tree / L"burst");
     for (int i = 0; i < 300; ++i)
         MakeFile(tree / (L"burst\\f" + std::to_wstring(i)), 10);
@@ -328,31 +328,6 @@ TEST_F(FolderSizesTest, AThreadThatCannotBeHadFailsTheQuestionInsteadOfHangingIt
         EXPECT_TRUE(PumpUntil([&] { return starved.GetTotals(tree.path(), totals) == ERROR_MAX_THRDS_REACHED; }))
             << what;
         EXPECT_EQ(totals.bytes, 0u) << what;
-    }
-}
-
-// The scan's root error is the watched folder's own listing, never a folder
-// below it that cannot be listed.
-TEST(TreeScan, TheRootErrorIsTheWatchedFoldersOwnListing)
-{
-    ScratchTree tree;
-    MakeFolder(tree / L"locked");
-    const base::unique_kernel_handle locked(CreateFileW((tree / L"locked").c_str(), GENERIC_READ, 0, nullptr,
-                                                        OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
-    ASSERT_TRUE(locked);
-    const std::pair<std::wstring, DWORD> cases[] = {
-        {tree.path(), 0},
-        {tree / L"locked", ERROR_SHARING_VIOLATION},
-    };
-    storage::WorkerPool pool;
-    for (const auto& [folder, expected] : cases) {
-        const base::unique_kernel_handle done(CreateEventW(nullptr, TRUE, FALSE, nullptr));
-        DWORD error = 0;
-        const auto scan = engine::TreeScan::Start(pool, 1, Verbatim(folder), false,
-                                                  [&](engine::TreeScan&) { SetEvent(done.get()); }, error);
-        ASSERT_TRUE(scan) << error;
-        ASSERT_EQ(WaitForSingleObject(done.get(), 10000), WAIT_OBJECT_0) << folder;
-        EXPECT_EQ(scan->RootError(), expected) << folder;
     }
 }
 
