@@ -67,7 +67,6 @@ TEST(SizeEngineServer, EveryEntryOfBothInterfacesAndFailuresWithSizeZero)
     EXPECT_EQ(size, 123u);
     EXPECT_EQ(engine->GetFileCount(name.get(), &files), S_OK);
     EXPECT_EQ(files, 3u);
-    EXPECT_EQ(AskBoth(engine.get(), tree / L"SUB\\").result, S_OK);
     EXPECT_TRUE(PumpUntil([&] { return AskBoth(engine.get(), tree / L"SUB\\").state == KRN_SCAN_COMPLETE; }));
     EXPECT_EQ(AskBoth(engine.get(), tree / L"sub").size, 23u) << "one folder under two spellings";
     engine = CreateEngine();  // the engine lingers after the last release, its cache with it
