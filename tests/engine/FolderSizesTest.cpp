@@ -125,12 +125,11 @@ TEST_F(FolderSizesTest, CountsEveryReadableFileBelowTheFolderOnce)
     EXPECT_EQ(sizes.WatchedCount(), 6u) << "two spellings of one folder are one folder";
     // The final name is what a folder's history is kept under, whatever name it was asked by.
     for (const std::wstring& name : {tree / L"MIXED case\\.", std::wstring(shortName)}) {
-        Complete(sizes, name);
+        EXPECT_EQ(Complete(sizes, name).bytes, 77u) << name;
         Totals mixed;
         ScanState state;
         std::wstring finalName;
         ASSERT_EQ(sizes.GetTotals(name, mixed, state, &finalName), 0u) << name;
-        EXPECT_EQ(mixed.bytes, 77u) << name;
         EXPECT_TRUE(engine::EqualNoCase(finalName, Verbatim(tree / L"Mixed Case"))) << finalName;
     }
     Totals none{7, 7};
@@ -207,7 +206,7 @@ TEST_F(FolderSizesTest, LostNotificationsMeanAFreshScan)
 
 // The names themselves are FolderPathTest's; these fail on what they name,
 // and so does a folder that goes away, while a folder in its place starts afresh.
-TEST_F(FolderSizesTest, NamesOfNoFolderFailWithoutFollowingAnything)
+TEST_F(FolderSizesTest, NamesOfNoFolderAndMissingThreadsFailWithoutFollowingAnything)
 {
     const std::wstring folder = tree / L"a";
     MakeFolder(folder);
@@ -232,6 +231,16 @@ TEST_F(FolderSizesTest, NamesOfNoFolderFailWithoutFollowingAnything)
     MakeFolder(folder);
     MakeFile(folder + L"\\other.bin", 3);
     EXPECT_EQ(Complete(sizes, folder), (Totals{3, 1})) << "a new folder under the old name";
+    // A thread that cannot be had fails the question instead of hanging it.
+    for (const auto& [what, opens, scans] : {std::tuple{"no thread opens", 0u, 2u}, {"no thread lists", 2u, 0u}}) {
+        engine::EngineOptions options = PatientOptions();
+        options.opens.maxThreads = opens;
+        options.scans.maxThreads = scans;
+        FolderSizes starved(options);
+        Totals totals;
+        EXPECT_TRUE(PumpUntil([&] { return starved.GetTotals(folder, totals) == ERROR_MAX_THRDS_REACHED; })) << what;
+        EXPECT_EQ(totals.bytes, 0u) << what;
+    }
 }
 
 // More folders than the budget holds, each asked once per sweep in list order
@@ -278,8 +287,7 @@ TEST_F(FolderSizesTest, DeletedFoldersLeaveNothingBehind)
         MakeFolder(scanned + L"\\d" + std::to_wstring(i));
         MakeFile(scanned + L"\\d" + std::to_wstring(i) + L"\\f.bin", 1);
     }
-    Totals totals;
-    ASSERT_EQ(sizes.GetTotals(scanned, totals), 0u);
+    Totals totals = Ask(sizes, scanned);
     RemoveTree(scanned);
     // The folder goes when the last handle to it closes: Windows refuses new
     // opens meanwhile, which fails the question; Wine shows it empty.
@@ -313,21 +321,6 @@ TEST_F(FolderSizesTest, DeletedFoldersLeaveNothingBehind)
     const std::wstring first = tree / L"round 0";
     EXPECT_TRUE(PumpUntil([&] { return GetFileAttributesW(first.c_str()) == INVALID_FILE_ATTRIBUTES; }))
         << "the engine still holds a deleted folder";
-}
-
-TEST_F(FolderSizesTest, AThreadThatCannotBeHadFailsTheQuestionInsteadOfHangingIt)
-{
-    MakeTree(tree.path());
-    for (const auto& [what, opens, scans] : {std::tuple{"no thread opens", 0u, 2u}, {"no thread lists", 2u, 0u}}) {
-        engine::EngineOptions options = PatientOptions();
-        options.opens.maxThreads = opens;
-        options.scans.maxThreads = scans;
-        FolderSizes starved(options);
-        Totals totals;
-        EXPECT_TRUE(PumpUntil([&] { return starved.GetTotals(tree.path(), totals) == ERROR_MAX_THRDS_REACHED; }))
-            << what;
-        EXPECT_EQ(totals.bytes, 0u) << what;
-    }
 }
 
 } // namespace
