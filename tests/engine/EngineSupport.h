@@ -34,8 +34,7 @@ inline void MakeFile(const std::wstring& path, uint64_t size)
 {
     const HANDLE file = CreateFileW(Verbatim(path).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
     ASSERT_NE(file, INVALID_HANDLE_VALUE) << "cannot make the file, error " << GetLastError();
-    LARGE_INTEGER end;
-    end.QuadPart = static_cast<LONGLONG>(size);
+    const LARGE_INTEGER end{.QuadPart = static_cast<LONGLONG>(size)};
     EXPECT_TRUE(SetFilePointerEx(file, end, nullptr, FILE_BEGIN));
     EXPECT_TRUE(SetEndOfFile(file));
     CloseHandle(file);
