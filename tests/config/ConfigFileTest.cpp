@@ -3,7 +3,6 @@
 // together from pieces that each say what they read as, so the test knows
 // what it must load as; damaged copies and monsters only have to end in an
 // allowed status.
-#include <charconv>
 #include <cmath>
 #include <random>
 #include <regex>
@@ -116,12 +115,6 @@ std::string FileText(const std::string& header, const std::string& folders)
     return "<?xml version=\"1.0\" encoding=\"utf-8\"?><Configuration>" + header + "<Folders>" + folders + "</Folders></Configuration>";
 }
 
-std::wstring Number(double value)
-{
-    char text[400];
-    return std::wstring(text, std::to_chars(text, text + sizeof(text), value).ptr);
-}
-
 // One line per entry, in the form of the pieces above.
 std::wstring Describe(const FolderEntries& folders)
 {
@@ -129,7 +122,7 @@ std::wstring Describe(const FolderEntries& folders)
     for (const auto& entry : folders) {
         text += (entry->path ? *entry->path : L"-") + L"|" + std::to_wstring(entry->flags);
         for (const SizeLimit* limit : {&entry->min, &entry->max})
-            text += L"|" + Number(limit->value) + L" " + std::to_wstring(limit->units) + L" " + limit->msg.value_or(L"-");
+            text += L"|" + FormatLimitValue(limit->value) + L" " + std::to_wstring(limit->units) + L" " + limit->msg.value_or(L"-");
         for (const ActionSlot& slot : entry->actions) {
             const auto* run = static_cast<const RunParams*>(slot.params);
             text += L"|" + slot.kind->tag + (run ? L" " + run->path.value_or(L"-") + L" " + run->params.value_or(L"-") : L"");

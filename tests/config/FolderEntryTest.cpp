@@ -140,16 +140,13 @@ TEST(ParseLimitValue, ReadsTheLongestDecimalNumberAfterBlanksWhateverTheLocale)
 TEST(FormatLimitValue, ReadsBackBitForBit)
 {
     const DecimalCommaLocale german;
-    EXPECT_EQ(FormatLimitValue(1.5), L"1.5");
     const double values[] = {0.0, -0.0, -3.25, 0.1, 0.1 + 0.2, 1.0 / 3.0, 123456789.125, 1e22, 9007199254740993.0,
                              DBL_EPSILON, 1e-300, std::numeric_limits<double>::denorm_min(), DBL_MIN, DBL_MAX, -DBL_MAX,
                              kInf, -kInf};
     for (const double value : values) {
         const std::wstring text = FormatLimitValue(value);
         SCOPED_TRACE(testing::PrintToString(text));
-        if (!std::isinf(value)) {
-            EXPECT_EQ(text.find_first_not_of(L"-0123456789."), std::wstring::npos) << "plain decimal digits";
-        }
+        EXPECT_TRUE(std::isinf(value) || text.find_first_not_of(L"-0123456789.") == std::wstring::npos);
         const double back = ParseLimitValue(text.c_str());
         EXPECT_EQ(back, value);
         EXPECT_EQ(std::signbit(back), std::signbit(value));

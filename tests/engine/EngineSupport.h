@@ -34,8 +34,7 @@ inline void MakeFile(const std::wstring& path, uint64_t size)
 {
     const HANDLE file = CreateFileW(Verbatim(path).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
     ASSERT_NE(file, INVALID_HANDLE_VALUE) << "cannot make the file, error " << GetLastError();
-    LARGE_INTEGER end;
-    end.QuadPart = static_cast<LONGLONG>(size);
+    const LARGE_INTEGER end{.QuadPart = static_cast<LONGLONG>(size)};
     EXPECT_TRUE(SetFilePointerEx(file, end, nullptr, FILE_BEGIN));
     EXPECT_TRUE(SetEndOfFile(file));
     CloseHandle(file);
@@ -54,10 +53,8 @@ inline void RemoveTree(const std::wstring& path)
             const std::wstring child = folder + L"\\" + name;
             if ((entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) && !(entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT))
                 RemoveTree(child);
-            else if (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)
+            else if (!DeleteFileW(child.c_str()))  // a link to a folder
                 RemoveDirectoryW(child.c_str());
-            else
-                DeleteFileW(child.c_str());
         } while (FindNextFileW(find, &entry));
         FindClose(find);
     }

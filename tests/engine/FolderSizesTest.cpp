@@ -18,16 +18,10 @@ namespace {
 
 using namespace engine;
 
-struct PathCase {
-    std::wstring name;
-    DWORD error;
-    std::wstring path;  // when error is 0
-};
-
 TEST(FolderPath, AbsoluteNamesBecomeVerbatimAndEverythingElseIsRefused)
 {
     const std::wstring deep = L"C:\\" + std::wstring(300, L'd') + L"\\" + std::wstring(200, L'e');
-    const PathCase cases[] = {
+    const std::tuple<std::wstring, DWORD, std::wstring> cases[] = {  // name, error, path when error is 0
         {L"C:\\data", 0, L"\\\\?\\C:\\data"},
         {L"c:/data/sub/", 0, L"\\\\?\\c:\\data\\sub"},
         {L"C:\\data\\.\\x\\..\\sub\\\\", 0, L"\\\\?\\C:\\data\\sub"},
@@ -57,16 +51,12 @@ TEST(FolderPath, AbsoluteNamesBecomeVerbatimAndEverythingElseIsRefused)
         {L"C:\\" + std::wstring(32000, L'x'), 0, L"\\\\?\\C:\\" + std::wstring(32000, L'x')},
         {L"C:\\" + std::wstring(32765, L'x'), ERROR_FILENAME_EXCED_RANGE, L""},
     };
-    for (const PathCase& c : cases) {
+    for (const auto& [name, error, expected] : cases) {
         std::wstring path = L"left over";
-        const std::wstring shown = c.name.substr(0, 60);
-        EXPECT_EQ(engine::MakeFolderPath(c.name, path), c.error) << shown;
-        EXPECT_EQ(path, c.path) << shown;
+        EXPECT_EQ(engine::MakeFolderPath(name, path), error) << name.substr(0, 60);
+        EXPECT_EQ(path, expected) << name.substr(0, 60);
     }
-}
-
-TEST(FolderPath, NamesCompareWithoutCase)
-{
+    // Names compare without case.
     EXPECT_TRUE(engine::EqualNoCase(L"C:\\Data\\Ärger", L"c:\\DATA\\äRGER"));
     EXPECT_FALSE(engine::EqualNoCase(L"C:\\Data", L"C:\\Data2"));
     EXPECT_TRUE(engine::NoCaseLess{}(L"apple", L"Banana"));
@@ -119,7 +109,6 @@ TEST_F(FolderSizesTest, CountsEveryReadableFileBelowTheFolderOnce)
     MakeFile(deep + L"\\deep.bin", 12345);
     wchar_t shortName[MAX_PATH] = {};
     ASSERT_GT(GetShortPathNameW((tree / L"Mixed Case").c_str(), shortName, MAX_PATH), 0u);
-    EXPECT_EQ(State(sizes, tree.path()), ScanState::Unknown);
     EXPECT_LE(Ask(sizes, tree.path()).bytes, kTreeTotals.bytes + 12345) << "the first answer is what was found so far";
     EXPECT_EQ(Complete(sizes, tree.path()), (Totals{kTreeTotals.bytes + 12345, kTreeTotals.files + 1}));
 
@@ -136,17 +125,27 @@ TEST_F(FolderSizesTest, CountsEveryReadableFileBelowTheFolderOnce)
     EXPECT_EQ(sizes.WatchedCount(), 6u) << "two spellings of one folder are one folder";
     // The final name is what a folder's history is kept under, whatever name it was asked by.
     for (const std::wstring& name : {tree / L"MIXED case\\.", std::wstring(shortName)}) {
-        Complete(sizes, name);
+        EXPECT_EQ(Complete(sizes, name).bytes, 77u) << name;
         Totals mixed;
         ScanState state;
         std::wstring finalName;
         ASSERT_EQ(sizes.GetTotals(name, mixed, state, &finalName), 0u) << name;
-        EXPECT_EQ(mixed.bytes, 77u) << name;
         EXPECT_TRUE(engine::EqualNoCase(finalName, Verbatim(tree / L"Mixed Case"))) << finalName;
     }
     Totals none{7, 7};
     EXPECT_EQ(sizes.GetTotals(tree / L"locked", none), static_cast<DWORD>(ERROR_SHARING_VIOLATION));
     EXPECT_EQ(none.bytes, 0u);
+    // A scan's root error is its own folder's listing, never that of a folder below it.
+    storage::WorkerPool pool;
+    for (const auto& [folder, expected] : {std::pair{tree.path(), 0ul}, {tree / L"locked", ERROR_SHARING_VIOLATION}}) {
+        const base::unique_kernel_handle done(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+        DWORD error = 0;
+        const auto scan = engine::TreeScan::Start(pool, 1, Verbatim(folder), false,
+                                                  [&](engine::TreeScan&) { SetEvent(done.get()); }, error);
+        ASSERT_TRUE(scan) << error;
+        ASSERT_EQ(WaitForSingleObject(done.get(), 10000), WAIT_OBJECT_0) << folder;
+        EXPECT_EQ(scan->RootError(), expected) << folder;
+    }
 }
 
 TEST_F(FolderSizesTest, TheTotalFollowsFilesAndFoldersWithinTwoSeconds)
@@ -194,9 +193,8 @@ TEST_F(FolderSizesTest, LostNotificationsMeanAFreshScan)
     options.watch.bufferBytes = 256;  // a few notifications at most
     FolderSizes small(options);
     MakeTree(tree.path());
+    ASSERT_EQ(Complete(small, tree.path()), kTreeTotals);
     Totals totals;
-    ASSERT_EQ(small.GetTotals(tree.path(), totals), 0u);
-    ASSERT_TRUE(PumpUntil([&] { return small.GetTotals(tree.path(), totals) == 0 && totals == kTreeTotals; }, 10000));
     MakeFolder(tree / L"burst");
     for (int i = 0; i < 300; ++i)
         MakeFile(tree / (L"burst\\f" + std::to_wstring(i)), 10);
@@ -208,7 +206,7 @@ TEST_F(FolderSizesTest, LostNotificationsMeanAFreshScan)
 
 // The names themselves are FolderPathTest's; these fail on what they name,
 // and so does a folder that goes away, while a folder in its place starts afresh.
-TEST_F(FolderSizesTest, NamesOfNoFolderFailWithoutFollowingAnything)
+TEST_F(FolderSizesTest, NamesOfNoFolderAndMissingThreadsFailWithoutFollowingAnything)
 {
     const std::wstring folder = tree / L"a";
     MakeFolder(folder);
@@ -233,6 +231,16 @@ TEST_F(FolderSizesTest, NamesOfNoFolderFailWithoutFollowingAnything)
     MakeFolder(folder);
     MakeFile(folder + L"\\other.bin", 3);
     EXPECT_EQ(Complete(sizes, folder), (Totals{3, 1})) << "a new folder under the old name";
+    // A thread that cannot be had fails the question instead of hanging it.
+    for (const auto& [what, opens, scans] : {std::tuple{"no thread opens", 0u, 2u}, {"no thread lists", 2u, 0u}}) {
+        engine::EngineOptions options = PatientOptions();
+        options.opens.maxThreads = opens;
+        options.scans.maxThreads = scans;
+        FolderSizes starved(options);
+        Totals totals;
+        EXPECT_TRUE(PumpUntil([&] { return starved.GetTotals(folder, totals) == ERROR_MAX_THRDS_REACHED; })) << what;
+        EXPECT_EQ(totals.bytes, 0u) << what;
+    }
 }
 
 // More folders than the budget holds, each asked once per sweep in list order
@@ -279,8 +287,7 @@ TEST_F(FolderSizesTest, DeletedFoldersLeaveNothingBehind)
         MakeFolder(scanned + L"\\d" + std::to_wstring(i));
         MakeFile(scanned + L"\\d" + std::to_wstring(i) + L"\\f.bin", 1);
     }
-    Totals totals;
-    ASSERT_EQ(sizes.GetTotals(scanned, totals), 0u);
+    Totals totals = Ask(sizes, scanned);
     RemoveTree(scanned);
     // The folder goes when the last handle to it closes: Windows refuses new
     // opens meanwhile, which fails the question; Wine shows it empty.
@@ -314,46 +321,6 @@ TEST_F(FolderSizesTest, DeletedFoldersLeaveNothingBehind)
     const std::wstring first = tree / L"round 0";
     EXPECT_TRUE(PumpUntil([&] { return GetFileAttributesW(first.c_str()) == INVALID_FILE_ATTRIBUTES; }))
         << "the engine still holds a deleted folder";
-}
-
-TEST_F(FolderSizesTest, AThreadThatCannotBeHadFailsTheQuestionInsteadOfHangingIt)
-{
-    MakeTree(tree.path());
-    for (const auto& [what, opens, scans] : {std::tuple{"no thread opens", 0u, 2u}, {"no thread lists", 2u, 0u}}) {
-        engine::EngineOptions options = PatientOptions();
-        options.opens.maxThreads = opens;
-        options.scans.maxThreads = scans;
-        FolderSizes starved(options);
-        Totals totals;
-        EXPECT_TRUE(PumpUntil([&] { return starved.GetTotals(tree.path(), totals) == ERROR_MAX_THRDS_REACHED; }))
-            << what;
-        EXPECT_EQ(totals.bytes, 0u) << what;
-    }
-}
-
-// The scan's root error is the watched folder's own listing, never a folder
-// below it that cannot be listed.
-TEST(TreeScan, TheRootErrorIsTheWatchedFoldersOwnListing)
-{
-    ScratchTree tree;
-    MakeFolder(tree / L"locked");
-    const base::unique_kernel_handle locked(CreateFileW((tree / L"locked").c_str(), GENERIC_READ, 0, nullptr,
-                                                        OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
-    ASSERT_TRUE(locked);
-    const std::pair<std::wstring, DWORD> cases[] = {
-        {tree.path(), 0},
-        {tree / L"locked", ERROR_SHARING_VIOLATION},
-    };
-    storage::WorkerPool pool;
-    for (const auto& [folder, expected] : cases) {
-        const base::unique_kernel_handle done(CreateEventW(nullptr, TRUE, FALSE, nullptr));
-        DWORD error = 0;
-        const auto scan = engine::TreeScan::Start(pool, 1, Verbatim(folder), false,
-                                                  [&](engine::TreeScan&) { SetEvent(done.get()); }, error);
-        ASSERT_TRUE(scan) << error;
-        ASSERT_EQ(WaitForSingleObject(done.get(), 10000), WAIT_OBJECT_0) << folder;
-        EXPECT_EQ(scan->RootError(), expected) << folder;
-    }
 }
 
 } // namespace

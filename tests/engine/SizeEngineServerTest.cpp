@@ -34,17 +34,15 @@ TotalAndState AskBoth(ISizeEngine* engine, const std::wstring& folder)
     base::com_ptr<ISizeEngine2> engine2;
     TotalAndState answer{E_NOINTERFACE, 7, 7};
     EXPECT_EQ(engine->QueryInterface(IID_ISizeEngine2, engine2.put_void()), S_OK);
-    const base::unique_bstr name(folder.c_str());
     if (engine2)
-        answer.result = engine2->GetTotalAndState(name.get(), &answer.size, &answer.state);
+        answer.result = engine2->GetTotalAndState(base::unique_bstr(folder.c_str()).get(), &answer.size, &answer.state);
     return answer;
 }
 
 LONG ScanState(ISizeEngine* engine, const std::wstring& folder)
 {
     LONG state = -1;
-    const base::unique_bstr name(folder.c_str());
-    EXPECT_EQ(engine->GetScanState(name.get(), &state), S_OK);
+    EXPECT_EQ(engine->GetScanState(base::unique_bstr(folder.c_str()).get(), &state), S_OK);
     return state;
 }
 
@@ -67,7 +65,6 @@ TEST(SizeEngineServer, EveryEntryOfBothInterfacesAndFailuresWithSizeZero)
     EXPECT_EQ(size, 123u);
     EXPECT_EQ(engine->GetFileCount(name.get(), &files), S_OK);
     EXPECT_EQ(files, 3u);
-    EXPECT_EQ(AskBoth(engine.get(), tree / L"SUB\\").result, S_OK);
     EXPECT_TRUE(PumpUntil([&] { return AskBoth(engine.get(), tree / L"SUB\\").state == KRN_SCAN_COMPLETE; }));
     EXPECT_EQ(AskBoth(engine.get(), tree / L"sub").size, 23u) << "one folder under two spellings";
     engine = CreateEngine();  // the engine lingers after the last release, its cache with it

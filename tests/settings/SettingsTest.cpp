@@ -67,8 +67,6 @@ TEST(HelpLauncher, OpensEachPageOfTheRealHelpFileBesideTheProgram)
     GetModuleFileNameW(nullptr, program, MAX_PATH);
     const std::wstring folder = std::wstring(program).substr(0, wcsrchr(program, L'\\') - program);
     const std::wstring file = folder + L"\\BrimwellPro.chm";
-    EXPECT_NE(GetFileAttributesW((folder + L"\\KRN Properties.exe").c_str()), INVALID_FILE_ATTRIBUTES)
-        << "this test runs from the program's folder";
     base::com_ptr<IITStorage> storage;
     ASSERT_EQ(CoCreateInstance(kITStorage, nullptr, CLSCTX_INPROC_SERVER, kIITStorage, storage.put_void()),
               S_OK);
@@ -156,10 +154,6 @@ protected:
         GetWindowRect(window, &rc);
         return rc;
     }
-    static void Store(const void* data, size_t size)
-    {
-        WriteRegBinary(kKey, L"WDP", REG_BINARY, data, static_cast<DWORD>(size));
-    }
 
     krn::WindowPlacementStore store{kKey, HKEY_CURRENT_USER};
     HWND window;
@@ -172,7 +166,7 @@ TEST_F(PlacementTest, NoValueOrAnOversizedOneIsNotApplied)
     const RECT before = Rect();
     EXPECT_EQ(store.RestorePlacement(window, L"WDP", true), static_cast<DWORD>(ERROR_FILE_NOT_FOUND)) << "first run";
     const std::string fiveKb(5 * 1024, '\x7f');
-    Store(fiveKb.data(), fiveKb.size());
+    WriteRegBinary(kKey, L"WDP", REG_BINARY, fiveKb.data(), static_cast<DWORD>(fiveKb.size()));
     EXPECT_EQ(store.RestorePlacement(window, L"WDP", true), static_cast<DWORD>(ERROR_MORE_DATA));
     EXPECT_EQ(Text(Rect()), Text(before));
 }
@@ -199,7 +193,7 @@ TEST_F(PlacementTest, FullFormIsClampedOntoTheVirtualScreen)
     };
     for (const auto& c : cases) {
         WINDOWPLACEMENT stored{sizeof stored, WPF_SETMINPOSITION, SW_SHOWMAXIMIZED, {-1, -1}, {-1, -1}, c.stored};
-        Store(&stored, sizeof stored);
+        WriteRegBinary(kKey, L"WDP", REG_BINARY, &stored, sizeof stored);
         WINDOWPLACEMENT read{};
         ASSERT_EQ(store.ReadPlacement(&read, L"WDP", true), 0u) << c.what;
         EXPECT_EQ(Text(read.rcNormalPosition), Text(c.expected)) << c.what;
@@ -228,7 +222,7 @@ TEST_F(PlacementTest, ShortFormMovesWithoutResizingAndShows)
     };
     for (const auto& c : cases) {
         ShowWindow(window, c.visible ? SW_HIDE : SW_SHOW);
-        Store(c.stored.data(), c.stored.size());
+        WriteRegBinary(kKey, L"WDP", REG_BINARY, c.stored.data(), static_cast<DWORD>(c.stored.size()));
         ASSERT_EQ(store.RestorePlacement(window, L"WDP", true), 0u) << c.what;
         EXPECT_EQ(Text(Rect()), Text({c.x, c.y, c.x + 400, c.y + 300})) << c.what;
         EXPECT_EQ(IsWindowVisible(window) != FALSE, c.visible) << c.what;

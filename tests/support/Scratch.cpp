@@ -24,9 +24,7 @@ std::wstring UniqueName(const wchar_t* prefix)
 
 std::wstring MakeTempFolder()
 {
-    wchar_t temp[MAX_PATH] = {};
-    GetTempPathW(MAX_PATH, temp);
-    std::wstring path = std::wstring(temp) + UniqueName(L"krn-");
+    const std::wstring path = (std::filesystem::temp_directory_path() / UniqueName(L"krn-")).wstring();
     std::filesystem::create_directories(path);
     return path;
 }
@@ -61,7 +59,6 @@ ScratchHkcu::~ScratchHkcu()
     if (key_)
         RegCloseKey(key_);
     RegDeleteTreeW(HKEY_CURRENT_USER, keyName_.c_str());
-    RegDeleteKeyW(HKEY_CURRENT_USER, keyName_.c_str());
     std::error_code ignored;
     if (!root_.empty())
         std::filesystem::remove_all(root_, ignored);
