@@ -1,5 +1,8 @@
-// A built program of this tree started from a test and watched from outside:
-// its exit code in full and its top-level windows.
+// The built programs of this tree as tests see them from outside: a program
+// started and watched (its exit code in full, its top-level windows), the
+// running copies of one, the watcher asked and ended through COM, a server
+// unregistered for a while, and the prefix's registry values those programs
+// read, put back afterwards.
 #pragma once
 
 #include <windows.h>
