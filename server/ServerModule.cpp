@@ -57,8 +57,10 @@ ServerModule::~ServerModule() = default;
 
 bool ServerModule::ClaimInstance(bool embedding)
 {
-    if (!traits_.presenceMutex)
+    if (!traits_.presenceMutex) {
+        OpenEndRequest();
         return true;
+    }
     for (;;) {
         presence_.reset(CreateMutexW(nullptr, FALSE, traits_.presenceMutex));
         const DWORD error = GetLastError();
@@ -68,6 +70,7 @@ bool ServerModule::ClaimInstance(bool embedding)
         }
         if (error != ERROR_ALREADY_EXISTS) {
             MarkServing(false);  // left set by a copy that did not end cleanly
+            OpenEndRequest();
             return true;
         }
         // The mutex tells that a copy runs: a copy that only waits must not
@@ -107,9 +110,7 @@ void ServerModule::Quit(int exitCode) noexcept
 
 int ServerModule::Serve(IUnknown* factory)
 {
-    endRequest_.reset(CreateEventW(nullptr, TRUE, FALSE, EventName(L"End", traits_.clsid).c_str()));
-    if (!endRequest_)
-        Report(L"creating the end request event (/UnregServer cannot end this copy)", GetLastError());
+    OpenEndRequest();
     DWORD cookie = 0;
     const HRESULT hr = CoRegisterClassObject(traits_.clsid, factory, CLSCTX_LOCAL_SERVER,
                                              REGCLS_MULTIPLEUSE | REGCLS_SUSPENDED, &cookie);
@@ -218,6 +219,19 @@ void ServerModule::MarkServing(bool serving) noexcept
 {
     if (serving_)
         serving ? SetEvent(serving_.get()) : ResetEvent(serving_.get());
+}
+
+// Opened as soon as this copy is the one to serve, before COM and the
+// context start: an /UnregServer that comes meanwhile (an uninstall right after
+// logon started the watcher) then finds it, and the copy ends as soon as it
+// serves, instead of being missed and keeping its exe in use.
+void ServerModule::OpenEndRequest() noexcept
+{
+    if (endRequest_)
+        return;
+    endRequest_.reset(CreateEventW(nullptr, TRUE, FALSE, EventName(L"End", traits_.clsid).c_str()));
+    if (!endRequest_)
+        Report(L"creating the end request event (/UnregServer cannot end this copy)", GetLastError());
 }
 
 void RequestEnd(const CLSID& clsid)

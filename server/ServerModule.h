@@ -95,6 +95,7 @@ private:
     void OnLingerElapsed() noexcept;
     void FinishCalls() noexcept;
     void MarkServing(bool serving) noexcept;
+    void OpenEndRequest() noexcept;
 
     const ServerTraits traits_;
     const DWORD thread_;

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <map>
+#include <thread>
 #include <vector>
 
 #include "server/ServerCommandLine.h"
@@ -99,6 +100,19 @@ TEST(ServerModuleTest, Linger)
         while (ProcessLocks() > 0)
             CoReleaseServerProcess();
     }
+}
+
+// An uninstall may end a copy that logon has just started: the end request is
+// found from the moment the copy claims the instance, before it serves.
+TEST(ServerModuleTest, AnEndRequestedWhileTheCopyStartsEndsItOnceItServes)
+{
+    std::jthread uninstall;  // joined after the module is gone: RequestEnd waits for that
+    ServerModule module({kNoClass, L"test", ServerTraits::kNeverEnd, L"Local\\Kestrune test presence"});
+    ASSERT_TRUE(module.ClaimInstance(false));
+    uninstall = std::jthread([] { RequestEnd(kNoClass); });
+    const UINT_PTR end = SetTimer(nullptr, 0, 2000, [](HWND, UINT, UINT_PTR, DWORD) { PostQuitMessage(-1); });
+    EXPECT_EQ(module.Run(), 0) << "the request was missed";
+    KillTimer(nullptr, end);
 }
 
 // An object with two interfaces; the first one also stands for IUnknown.
