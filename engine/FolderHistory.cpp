@@ -63,6 +63,24 @@ double Median(std::vector<double>& values)
     return *middle;
 }
 
+// The samples of an encoded history, in time order; nothing when the bytes
+// are not one.
+std::optional<std::vector<HistorySample>> DecodeSamples(std::span<const std::uint8_t> bytes)
+{
+    std::vector<HistorySample> samples;
+    HistorySample previous;
+    while (!bytes.empty()) {
+        std::uint64_t step = 0, change = 0;
+        if (!GetVarint(bytes, step) || !GetVarint(bytes, change) || (!samples.empty() && step == 0) ||
+            step > std::numeric_limits<std::uint32_t>::max() - previous.minute)
+            return std::nullopt;
+        previous.minute += static_cast<std::uint32_t>(step);
+        previous.bytes += static_cast<std::uint64_t>(UnZigZag(change));
+        samples.push_back(previous);
+    }
+    return samples;
+}
+
 } // namespace
 
 std::uint32_t MinuteOf(std::uint64_t fileTime)
@@ -94,33 +112,19 @@ std::optional<FolderHistory> FolderHistory::Decode(std::span<const std::uint8_t>
 {
     if (bytes.size() > kMaxBytes)
         return std::nullopt;
+    const std::optional<std::vector<HistorySample>> samples = DecodeSamples(bytes);
+    if (!samples)
+        return std::nullopt;
     FolderHistory history;
     history.encoded_.assign(bytes.begin(), bytes.end());
-    HistorySample previous;
-    for (bool first = true; !bytes.empty(); first = false) {
-        std::uint64_t step = 0, change = 0;
-        if (!GetVarint(bytes, step) || !GetVarint(bytes, change) || (!first && step == 0) ||
-            step > std::numeric_limits<std::uint32_t>::max() - previous.minute)
-            return std::nullopt;
-        previous.minute += static_cast<std::uint32_t>(step);
-        previous.bytes += static_cast<std::uint64_t>(UnZigZag(change));
-        history.last_ = previous;
-    }
+    if (!samples->empty())
+        history.last_ = samples->back();
     return history;
 }
 
 std::vector<HistorySample> FolderHistory::Samples() const
 {
-    std::vector<HistorySample> samples;
-    std::span<const std::uint8_t> in(encoded_);
-    HistorySample sample;
-    std::uint64_t step = 0, change = 0;
-    while (GetVarint(in, step) && GetVarint(in, change)) {
-        sample.minute += static_cast<std::uint32_t>(step);
-        sample.bytes += static_cast<std::uint64_t>(UnZigZag(change));
-        samples.push_back(sample);
-    }
-    return samples;
+    return DecodeSamples(encoded_).value_or(std::vector<HistorySample>{});  // encoded_ is always a history
 }
 
 // One sample per spacing of its age (the latest of each), none older than
