@@ -10,7 +10,7 @@
 //                                               that size
 // Exit code 1 when the window is not found or the step fails. `shot` takes a
 // tip that shows over the window along with it.
-#include "engine/HistoryStore.h"
+#include "tests/support/History.h"  // the steady rise the tests write too
 
 #include <windows.h>
 #include <commctrl.h>
@@ -169,21 +169,14 @@ std::uint64_t FolderBytes(const std::wstring& folder)
     return total;
 }
 
-// A sample an hour for eight days, rising by an n-th of the size now a day.
-// The size engine must not be running: it writes its own file when it ends.
+// A steady rise by an n-th of the size now a day over eight days (at most an
+// eighth: the rise starts at zero), as the tests write it. The size engine
+// must not be running: it writes its own file when it ends.
 bool WriteDemoHistory(const std::wstring& folder, std::uint64_t n)
 {
-    constexpr std::uint32_t kDay = 24 * 60;
-    std::wstring path;
-    if (engine::MakeFolderPath(folder, path))
-        return false;
-    const std::uint64_t now = FolderBytes(folder), perDay = now / std::max<std::uint64_t>(n, 1);
-    const std::uint32_t minute = engine::MinuteNow();
-    engine::HistoryStore store(engine::DefaultHistoryFile());
-    for (std::uint32_t ago = 8 * kDay; ago >= 60; ago -= 60)
-        store.Record(path, minute - ago, now - std::min(now, std::uint64_t{ago} * perDay / kDay));
+    const std::uint64_t now = FolderBytes(folder);
     std::printf("%llu\n", static_cast<unsigned long long>(now));
-    return store.Save();
+    return krn::test::WriteSteadyHistory(folder, now, now / std::max<std::uint64_t>(n, 8));
 }
 
 } // namespace

@@ -48,16 +48,28 @@ if [ -n "${DISPLAY:-}" ]; then
     finish "$status"
 fi
 
+# The Linux path of a file of the prefix's user: $1 names the folder's
+# variable (APPDATA, LOCALAPPDATA), $2 the file below it.
+prefix_file() {
+    local folder
+    folder=$("$RUN" cmd /c echo %$1% 2>/dev/null | tr -d '\r' || true)
+    "$RUN" winepath -u "$folder\\$2" 2>/dev/null | tr -d '\r' || true
+}
+
+# Two of the prefix's own folders, the fonts with a maximum of $1 $2.
+write_demo_config() {
+    cat > "$config" <<XML
+<?xml version="1.0" encoding="utf-8"?><Configuration><Settings><ConfigVersion Version="1.3"/></Settings><Folders><Folder Path="C:\windows\Fonts"><Max Value="$1" Units="$2" Msg=""/><Actions><MsgBox/><AddToLog/></Actions></Folder><Folder Path="C:\windows\system32\drivers"><Min Value="1" Units="KB" Msg=""/><Actions><AddToLog/></Actions></Folder></Folders></Configuration>
+XML
+}
+
 # A first start has no folders to show: the screenshot shows two of the
 # prefix's own folders instead, from a configuration that is removed again.
-appdata=$("$RUN" cmd /c echo %APPDATA% 2>/dev/null | tr -d '\r' || true)
-config=$("$RUN" winepath -u "$appdata\\Norlath\\Kestrune\\config.xml" 2>/dev/null | tr -d '\r' || true)
+config=$(prefix_file APPDATA 'Norlath\Kestrune\config.xml')
 demo=
 if [ -n "$config" ] && [ ! -e "$config" ]; then
     mkdir -p "$(dirname "$config")"
-    cat > "$config" <<'XML'
-<?xml version="1.0" encoding="utf-8"?><Configuration><Settings><ConfigVersion Version="1.3"/></Settings><Folders><Folder Path="C:\windows\Fonts"><Max Value="500" Units="MB" Msg=""/><Actions><MsgBox/><AddToLog/></Actions></Folder><Folder Path="C:\windows\system32\drivers"><Min Value="1" Units="KB" Msg=""/><Actions><AddToLog/></Actions></Folder></Folders></Configuration>
-XML
+    write_demo_config 500 MB
     demo=$config
 fi
 history=
@@ -66,16 +78,13 @@ if [ "$TOOLTIP_DEMO" = 1 ]; then
     # The engine writes its history when it ends and reads it when it starts:
     # a lingering one is ended first. The user's history is put back after.
     "$RUN" "$ENGINE" /UnregServer || true
-    local_appdata=$("$RUN" cmd /c echo %LOCALAPPDATA% 2>/dev/null | tr -d '\r')
-    history=$("$RUN" winepath -u "$local_appdata\\Norlath\\Kestrune\\history.bin" 2>/dev/null | tr -d '\r')
+    history=$(prefix_file LOCALAPPDATA 'Norlath\Kestrune\history.bin')
     [ -e "$history" ] && mv "$history" "$history.before-demo"
     # A tenth of the folder a day, with a maximum five and a third days away.
     size=$("$RUN" "$DRIVE" history 'C:\windows\Fonts' 10 | tr -d '\r')
     perday=$((size / 10))
     "$RUN" "$ENGINE" /RegServer
-    cat > "$config" <<XML
-<?xml version="1.0" encoding="utf-8"?><Configuration><Settings><ConfigVersion Version="1.3"/></Settings><Folders><Folder Path="C:\windows\Fonts"><Max Value="$(( (size + perday * 16 / 3) / 1024 ))" Units="KB" Msg=""/><Actions><MsgBox/><AddToLog/></Actions></Folder><Folder Path="C:\windows\system32\drivers"><Min Value="1" Units="KB" Msg=""/><Actions><AddToLog/></Actions></Folder></Folders></Configuration>
-XML
+    write_demo_config $(( (size + perday * 16 / 3) / 1024 )) KB
 fi
 
 "$RUN" "$EXE" "$@" &
