@@ -115,4 +115,21 @@ DWORD GetConfigPath(std::wstring& path)
     return status;
 }
 
+std::wstring FormatSignedSize(std::int64_t bytes)
+{
+    wchar_t text[kFormatSizeChars];
+    const std::uint64_t magnitude = bytes < 0 ? 0 - static_cast<std::uint64_t>(bytes) : static_cast<std::uint64_t>(bytes);
+    return (bytes < 0 ? L"-" : L"+") + std::wstring(FormatSize(magnitude, text));
+}
+
+std::wstring ReachesMaximumSentence(std::uint64_t maximum, std::uint32_t minutes)
+{
+    wchar_t limit[kFormatSizeChars];
+    const std::uint32_t days = (minutes + 12 * 60) / (24 * 60);
+    const std::wstring when = days == 0   ? L"within a day"
+                              : days == 1 ? L"in about 1 day"
+                                          : L"in about " + std::to_wstring(days) + L" days";
+    return L"Reaches its maximum (" + std::wstring(FormatSize(maximum, limit)) + L") " + when + L".";
+}
+
 } // namespace krn

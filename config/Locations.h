@@ -42,4 +42,12 @@ std::wstring FormatLimitNumber(double value);
 // blanks between thousands. `text` holds kFormatSizeChars; returns it.
 wchar_t* FormatSize(std::uint64_t bytes, wchar_t* text);
 
+// "+1.20 GB" or "-300 B": a growth in FormatSize's form.
+std::wstring FormatSignedSize(std::int64_t bytes);
+
+// "Reaches its maximum (10.00 GB) in about 2 days.", to the nearest day
+// ("within a day" under half a day): how the main window and the watcher tell
+// a forecast, so that both say it alike.
+std::wstring ReachesMaximumSentence(std::uint64_t maximum, std::uint32_t minutes);
+
 } // namespace krn

@@ -64,19 +64,13 @@ std::wstring FormatLogLine(const SYSTEMTIME& t, const std::wstring& folder, Limi
 
 std::wstring GrowthSentence(std::int64_t dayGrowth)
 {
-    const std::uint64_t magnitude = dayGrowth < 0 ? 0 - static_cast<std::uint64_t>(dayGrowth)
-                                                  : static_cast<std::uint64_t>(dayGrowth);
-    return (dayGrowth < 0 ? L"-" : L"+") + Size(magnitude) + L" in 24 hours.";
+    return FormatSignedSize(dayGrowth) + L" in 24 hours.";
 }
 
 std::wstring FormatForecastLine(const SYSTEMTIME& t, const std::wstring& folder, std::uint64_t limit,
                                 std::uint32_t minutes)
 {
-    const std::uint32_t days = (minutes + 12 * 60) / (24 * 60);
-    const std::wstring when = days == 0   ? L"within a day"
-                              : days == 1 ? L"in about 1 day"
-                                          : L"in about " + std::to_wstring(days) + L" days";
-    return Stamp(t) + L"\t" + folder + L"\tReaches its maximum (" + Size(limit) + L") " + when + L".";
+    return Stamp(t) + L"\t" + folder + L"\t" + ReachesMaximumSentence(limit, minutes);
 }
 
 std::wstring ExpandRunText(std::wstring_view text, const std::wstring& folder)

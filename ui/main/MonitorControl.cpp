@@ -55,14 +55,6 @@ uint64_t TotalSize(const FolderEntry& entry)
     return size;
 }
 
-// "+1.20 GB" or "-300 B".
-std::wstring SignedSize(INT64 bytes)
-{
-    wchar_t text[kFormatSizeChars];
-    const std::uint64_t magnitude = bytes < 0 ? 0 - static_cast<std::uint64_t>(bytes) : static_cast<std::uint64_t>(bytes);
-    return (bytes < 0 ? L"-" : L"+") + std::wstring(FormatSize(magnitude, text));
-}
-
 } // namespace
 
 void MonitorControl::Start(HWND window, HWND link, HCURSOR handCursor)
@@ -149,20 +141,14 @@ std::wstring MonitorControl::TooltipText(int row) const
         return {};
     std::wstring text;
     if (known & 1)
-        text = SignedSize(day) + L" in 24 hours";
+        text = FormatSignedSize(day) + L" in 24 hours";
     if (known & 2)
-        text += (text.empty() ? L"" : L", ") + SignedSize(week) + L" in 7 days";
+        text += (text.empty() ? L"" : L", ") + FormatSignedSize(week) + L" in 7 days";
     text += L".";
     const std::uint64_t maximum = LimitBytes(entry->max.value, entry->max.units);
     if ((entry->flags & FolderEntry::HasMax) && SUCCEEDED(engine->GetMinutesUntil(path.get(), maximum, &minutes)) &&
-        minutes >= 0) {
-        wchar_t limit[kFormatSizeChars];
-        const LONG days = (minutes + 12 * 60) / (24 * 60);
-        text += L" Reaches its maximum (" + std::wstring(FormatSize(maximum, limit)) + L") " +
-                (days == 0 ? std::wstring(L"within a day")
-                           : L"in about " + std::to_wstring(days) + (days == 1 ? L" day" : L" days")) +
-                L".";
-    }
+        minutes >= 0)
+        text += L" " + ReachesMaximumSentence(maximum, static_cast<std::uint32_t>(minutes));
     return text;
 }
 
