@@ -107,8 +107,8 @@ struct Monitor::Work {
     void Carry(const WatchSteps& steps);
     void Open(const FolderStep& step);
     WatchSteps Follow(std::uint64_t watch, base::unique_file folder);
-    EngineAnswer Ask(const std::wstring& path, std::uint64_t maximum);
-    void AskHistory(BSTR folder, std::uint64_t maximum, EngineAnswer& answer);
+    EngineAnswer Ask(const std::wstring& path, std::optional<std::uint64_t> maximum);
+    void AskHistory(BSTR folder, std::optional<std::uint64_t> maximum, EngineAnswer& answer);
     void Wait();
 
     const std::shared_ptr<Inbox> inbox = std::make_shared<Inbox>();
@@ -212,24 +212,32 @@ WatchSteps Monitor::Work::Follow(std::uint64_t watch, base::unique_file folder)
     return core.Opened(watch, followed, GetTickCount64());
 }
 
-// The total and its state in one call: a scan that ends between two calls
-// cannot make a partial total pass for a complete one.
-// What the engine's history says of the folder, when the engine keeps one:
-// an older engine answers no ISizeEngine3, and the texts then stay as they are.
-void Monitor::Work::AskHistory(BSTR folder, std::uint64_t maximum, EngineAnswer& answer)
+// What the engine's history says of a folder with a maximum, when the engine
+// keeps one (an older engine answers no ISizeEngine3, and the texts then stay
+// as they are). Only what the answer can use is asked, so that a question
+// about a folder stays one call or two: the day's growth ends the texts of a
+// maximum's crossing, so it is asked over the maximum; the time until the
+// maximum, below it.
+void Monitor::Work::AskHistory(BSTR folder, std::optional<std::uint64_t> maximum, EngineAnswer& answer)
 {
     base::com_ptr<ISizeEngine3> history;
-    if (FAILED(engine->QueryInterface(IID_ISizeEngine3, history.put_void())))
+    if (!maximum || FAILED(engine->QueryInterface(IID_ISizeEngine3, history.put_void())))
         return;
-    INT64 day = 0, week = 0;
-    LONG known = 0, minutes = -1;
-    if (SUCCEEDED(history->GetGrowth(folder, &day, &week, &known)) && (known & 1))
-        answer.dayGrowth = day;
-    if (maximum && SUCCEEDED(history->GetMinutesUntil(folder, maximum, &minutes)) && minutes >= 0)
+    if (answer.bytes > *maximum) {
+        INT64 day = 0, week = 0;
+        LONG known = 0;
+        if (SUCCEEDED(history->GetGrowth(folder, &day, &week, &known)) && (known & 1))
+            answer.dayGrowth = day;
+        return;
+    }
+    LONG minutes = -1;
+    if (SUCCEEDED(history->GetMinutesUntil(folder, *maximum, &minutes)) && minutes >= 0)
         answer.minutesToMaximum = static_cast<std::uint32_t>(minutes);
 }
 
-EngineAnswer Monitor::Work::Ask(const std::wstring& path, std::uint64_t maximum)
+// The total and its state in one call: a scan that ends between two calls
+// cannot make a partial total pass for a complete one.
+EngineAnswer Monitor::Work::Ask(const std::wstring& path, std::optional<std::uint64_t> maximum)
 {
     if (!engine && FAILED(CoCreateInstance(CLSID_SizeEngine, nullptr, CLSCTX_LOCAL_SERVER, IID_ISizeEngine2,
                                            engine.put_void()))) {

@@ -163,7 +163,8 @@ WatchSteps WatchCore::Due(ULONGLONG now)
         if (IsDue(folder.confirmAt, now))
             folder.confirmAt = 0;
         steps.folders.push_back(
-            {FolderStep::Kind::Ask, folder.watch, folder.plan.path, folder.plan.max ? folder.plan.max->bytes : 0});
+            {FolderStep::Kind::Ask, folder.watch, folder.plan.path,
+             folder.plan.max ? std::optional(folder.plan.max->bytes) : std::nullopt});
     }
     return steps;
 }
@@ -248,9 +249,8 @@ void WatchCore::JudgeLimit(Folder& folder, LimitSide side, const Measurement& me
 }
 
 // The folder's actions in their order; a program that cannot start is logged
-// when the folder logs.
-// A maximum's message and log line end with the folder's growth over the
-// last day when the engine knows it.
+// when the folder logs. A maximum's message and log line end with the
+// folder's growth over the last day when the engine knows it.
 void WatchCore::Cross(const Folder& folder, LimitSide side, const LimitPlan& limit, std::uint64_t size,
                       const SYSTEMTIME& localTime, WatchSteps& steps, std::optional<std::int64_t> dayGrowth) const
 {

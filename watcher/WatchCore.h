@@ -63,7 +63,7 @@ struct FolderStep {
     Kind kind = Kind::Open;
     std::uint64_t watch = 0;
     std::wstring path;  // Open, Ask
-    std::uint64_t maximum = 0;  // Ask: the folder's maximum in bytes, for its forecast; 0: none
+    std::optional<std::uint64_t> maximum;  // Ask: the folder's maximum in bytes, if it has one
 };
 
 // One action of a crossing, ready to carry out.
